@@ -1,0 +1,63 @@
+// Host-only: the wire image of a parcel. A transport flattens a parcel into
+// one self-contained byte image (data, object offsets, buffers) and rebuilds a
+// fresh parcel from such an image on the other side, with buffer pointers
+// fixed up to the new memory and binder objects translated by the transport:
+// the work the kernel driver does on a device. Rebuilding trusts nothing in
+// the image.
+#pragma once
+
+#include <hwbinder/Parcel.h>
+#include <utils/Errors.h>
+#include <utils/StrongPointer.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace android {
+namespace hardware {
+
+class IBinder;
+
+namespace host {
+
+// Largest transaction the host transports carry: the platform's buffer size.
+constexpr size_t kMaxTransactionSize = 1024 * 1024;
+
+// How binder objects cross a transport. flatten turns a binder held by the
+// parcel into the reference the peer will see (a type and a 64-bit value);
+// unflatten turns a received reference back into a binder, refusing anything
+// the peer was not given.
+class BinderTranslator {
+public:
+    virtual ~BinderTranslator() = default;
+    // binder is never null; *type must be BINDER_TYPE_BINDER or
+    // BINDER_TYPE_HANDLE.
+    virtual status_t flattenBinder(const sp<IBinder>& binder, uint32_t* type, uint64_t* ref) = 0;
+    virtual status_t unflattenBinder(uint32_t type, uint64_t ref, sp<IBinder>* out) = 0;
+};
+
+// A flattened transaction. fds are the file descriptors of native handles,
+// in object order; they are borrowed from the source parcel.
+struct WireImage {
+    std::vector<uint8_t> bytes;
+    std::vector<int> fds;
+};
+
+class WireImageCodec {
+public:
+    // Flattens parcel; fails when it exceeds kMaxTransactionSize or holds a
+    // binder the translator refuses. translator may be null when the parcel
+    // holds no binders.
+    static status_t flatten(const Parcel& parcel, BinderTranslator* translator, WireImage* out);
+
+    // Rebuilds a parcel from image bytes, validating everything first. out is
+    // cleared and then owns its data, buffers, binders and the given fds
+    // (which it closes when done; on failure they are closed here).
+    static status_t rebuild(const uint8_t* bytes, size_t size, std::vector<int> fds,
+                            BinderTranslator* translator, Parcel* out);
+};
+
+}  // namespace host
+}  // namespace hardware
+}  // namespace android

@@ -1,0 +1,35 @@
+#!/usr/bin/env bash
+# Entry point for everything: ./run.sh demo | test | build
+set -euo pipefail
+cd "$(dirname "$0")"
+
+preset=${ZUV_PRESET:-default}
+jobs=${ZUV_JOBS:-$(nproc)}
+
+setup() {
+  ./scripts/install-deps.sh
+}
+
+build() {
+  setup
+  cmake --preset "$preset" >/dev/null
+  cmake --build --preset "$preset" -j "$jobs"
+}
+
+case "${1:-}" in
+  build)
+    build
+    ;;
+  test)
+    build
+    ctest --preset "$preset" -j "$jobs"
+    ;;
+  demo)
+    build
+    ./scripts/demo.sh "build/$preset"
+    ;;
+  *)
+    echo "usage: $0 demo|test|build" >&2
+    exit 2
+    ;;
+esac
