@@ -23,7 +23,7 @@ class ConcurrentMap {
     // that was replaced is destroyed after the lock is released, so its
     // destructor may use this map again without deadlocking.
     void set(K&& k, V&& v) {
-        V old;
+        [[maybe_unused]] V old;
         {
             std::unique_lock<std::mutex> _lock(mMutex);
             V& slot = mMap[std::move(k)];
@@ -47,7 +47,7 @@ class ConcurrentMap {
     // Removes the entry if there is one; the value is destroyed outside the
     // lock as in set().
     size_type erase(const K& k) {
-        V old;  // declared before the lock, so destroyed after it is released
+        [[maybe_unused]] V old;  // declared before the lock, so destroyed after it is released
         std::unique_lock<std::mutex> _lock(mMutex);
         auto it = mMap.find(k);
         if (it == mMap.end()) return 0;
