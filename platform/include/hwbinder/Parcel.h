@@ -31,7 +31,7 @@ class WireImageCodec;
 }  // namespace host
 
 class Parcel {
-public:
+  public:
     Parcel();
     ~Parcel();
 
@@ -113,8 +113,7 @@ public:
     // Reads of buffer objects: the object at the read position must be a
     // buffer of exactly buffer_size bytes; an embedded one must name exactly
     // this parent and offset, and the parent must hold the pointer to it.
-    status_t readBuffer(size_t buffer_size, size_t* buffer_handle,
-                        const void** buffer_out) const;
+    status_t readBuffer(size_t buffer_size, size_t* buffer_handle, const void** buffer_out) const;
     status_t readNullableBuffer(size_t buffer_size, size_t* buffer_handle,
                                 const void** buffer_out) const;
     status_t readEmbeddedBuffer(size_t buffer_size, size_t* buffer_handle,
@@ -139,11 +138,45 @@ public:
     size_t objectsCount() const;
     const binder_size_t* objects() const;
 
-private:
+  private:
     friend class host::WireImageCodec;
-    struct State;
 
-    std::unique_ptr<State> mState;
+    // Room for len bytes (padded to 4) at the write position; nullptr when
+    // that would overwrite a recorded object or overflow.
+    uint8_t* reserveWrite(size_t len);
+    template <typename T>
+    status_t writeAligned(T val);
+    template <typename T>
+    status_t readAligned(T* out) const;
+    // Appends an object at the write position and records its offset.
+    status_t writeObject(const void* object, size_t size, size_t* index);
+    // Index of the object recorded exactly at pos, if any.
+    bool findObjectAt(size_t pos, size_t* index) const;
+    // The buffer object at the read position, checked against what the
+    // reader expects; advances past it on success.
+    status_t readBufferObject(bool embedded, size_t parent_buffer_handle, size_t parent_offset,
+                              size_t* buffer_handle, const void** buffer_out,
+                              size_t* length_out) const;
+    // The buffer object recorded as object index, if it is one.
+    bool bufferAt(size_t index, binder_buffer_object* out) const;
+    status_t writeNativeHandle(const native_handle_t* handle, bool embedded,
+                               size_t parent_buffer_handle, size_t parent_offset);
+    status_t readNativeHandle(bool nullable, bool embedded, size_t parent_buffer_handle,
+                              size_t parent_offset, const native_handle_t** handle) const;
+    void releaseOwned();
+
+    std::vector<uint8_t> mData;
+    // Offsets of the objects in mData, ascending and non-overlapping.
+    std::vector<binder_size_t> mObjects;
+    size_t mObjectsEnd = 0;  // end of the last object in mData
+    // Binders written into this parcel; a binder object in the data holds
+    // its 1-based index here (0 for a null binder), never a pointer.
+    std::vector<sp<IBinder>> mBinders;
+    // Memory and fds owned by a parcel rebuilt from a wire image.
+    std::unique_ptr<uint64_t[]> mOwnedBuffers;
+    std::vector<int> mOwnedFds;
+    mutable size_t mDataPos = 0;
+    mutable size_t mNextObjectHint = 0;
 };
 
 }  // namespace hardware
