@@ -41,3 +41,76 @@ status_t readFromParcel(Status* status, const Parcel& parcel);
 
 }  // namespace hardware
 }  // namespace android
+
+// ===========================================================================
+// Binder glue: death recipients, the binder standing for an interface object,
+// and turning a received binder back into an interface.
+
+#include <android/hidl/base/1.0/BnHwBase.h>
+#include <android/hidl/base/1.0/IBase.h>
+#include <hwbinder/IBinder.h>
+#include <utils/RefBase.h>
+#include <utils/StrongPointer.h>
+
+#include <atomic>
+
+namespace android {
+namespace hardware {
+
+// Adapts an interface-level death recipient to the binder's: when the remote
+// binder dies, the recipient is told (once) with the cookie and the proxy.
+// The recipient and the proxy are held weakly, as on the platform: whoever
+// registered the recipient keeps it alive.
+struct hidl_binder_death_recipient : IBinder::DeathRecipient {
+    hidl_binder_death_recipient(const sp<hidl_death_recipient>& recipient, uint64_t cookie,
+                                const sp<::android::hidl::base::V1_0::IBase>& base);
+    void binderDied(const wp<IBinder>& who) override;
+    wp<hidl_death_recipient> getRecipient();
+
+private:
+    wp<hidl_death_recipient> mRecipient;
+    uint64_t mCookie;
+    wp<::android::hidl::base::V1_0::IBase> mBase;
+    std::atomic<bool> mTold{false};
+};
+
+// The binder that stands for an interface object: a proxy's remote binder,
+// or for a local object its server stub, made through the stub constructor
+// map under the object's descriptor. The stub is cached weakly, so one object
+// has one stub while anyone holds it. Null for null, and for a local object
+// whose interface has no registered stub constructor.
+sp<IBinder> getOrCreateCachedBinder(::android::hidl::base::V1_0::IBase* ifacePtr);
+
+namespace details {
+// Whether the object implements the interface named castTo (declared here
+// for fromBinder; see hidl/HidlTransportSupport.h).
+Return<bool> canCastInterface(::android::hidl::base::V1_0::IBase* interface, const char* castTo,
+                              bool emitError = false);
+}  // namespace details
+
+// The interface a received binder stands for: a proxy over a remote binder
+// (and over a local binder that is not a base-interface stub); for a stub of
+// this process, its implementation itself when it implements IType, else null.
+template <typename IType, typename ProxyType, typename StubType>
+sp<IType> fromBinder(const sp<IBinder>& binderIface) {
+    using ::android::hidl::base::V1_0::BnHwBase;
+    using ::android::hidl::base::V1_0::IBase;
+
+    if (binderIface.get() == nullptr) {
+        return nullptr;
+    }
+    if (binderIface->localBinder() == nullptr) {
+        return new ProxyType(binderIface);
+    }
+    if (!binderIface->checkSubclass(IBase::descriptor)) {
+        return new ProxyType(binderIface);
+    }
+    sp<IBase> base = static_cast<BnHwBase*>(binderIface.get())->getImpl();
+    if (details::canCastInterface(base.get(), IType::descriptor)) {
+        return static_cast<IType*>(base.get());
+    }
+    return nullptr;
+}
+
+}  // namespace hardware
+}  // namespace android
