@@ -1,0 +1,205 @@
+#include "registry/InProcessServiceManager.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+
+#include "registry/HostSettings.h"
+#include "registry/PassthroughLoader.h"
+
+namespace android {
+namespace hardware {
+namespace details {
+
+using ::android::hidl::base::V1_0::DebugInfo;
+
+Return<sp<InProcessServiceManager::IBase>> InProcessServiceManager::get(const hidl_string& fqName,
+                                                                        const hidl_string& name) {
+    std::lock_guard<std::mutex> lock(mLock);
+    auto iface = mInterfaces.find(fqName);
+    if (iface == mInterfaces.end()) return sp<IBase>();
+    auto it = iface->second.instances.find(name);
+    return it == iface->second.instances.end() ? sp<IBase>() : it->second;
+}
+
+Return<bool> InProcessServiceManager::add(const hidl_string& name, const sp<IBase>& service) {
+    // An empty name would be indistinguishable from the "every instance"
+    // notification request.
+    if (service == nullptr || name.size() == 0) return false;
+
+    // Asked outside the lock: for a proxy this is a call to another process.
+    std::vector<std::string> chain;
+    Return<void> ret = service->interfaceChain([&](const hidl_vec<hidl_string>& descriptors) {
+        for (size_t i = 0; i < descriptors.size(); ++i) chain.emplace_back(descriptors[i]);
+    });
+    if (!ret.isOk() || chain.empty()) {
+        ZUV_REGISTRY_DEBUG("add %s: interfaceChain failed", name.c_str());
+        return false;
+    }
+
+    std::vector<Notification> notify;
+    {
+        std::lock_guard<std::mutex> lock(mLock);
+        for (const std::string& fqName : chain) {
+            Interface& iface = mInterfaces[fqName];
+            iface.instances[name] = service;
+            auto listeners = iface.instanceListeners.find(name);
+            if (listeners != iface.instanceListeners.end()) {
+                for (const auto& l : listeners->second) notify.push_back({l, fqName, name});
+            }
+            for (const auto& l : iface.allInstanceListeners) notify.push_back({l, fqName, name});
+        }
+        mRegistered.notify_all();
+    }
+    ZUV_REGISTRY_DEBUG("registered %s/%s (%zu interfaces)", chain.front().c_str(), name.c_str(),
+                       chain.size());
+    deliver(notify, false);
+    return true;
+}
+
+Return<InProcessServiceManager::Transport> InProcessServiceManager::getTransport(
+        const hidl_string& fqName, const hidl_string& name) {
+    // No manifest on the host: what is registered is served over the binder,
+    // what has an implementation library can be loaded.
+    {
+        std::lock_guard<std::mutex> lock(mLock);
+        auto iface = mInterfaces.find(fqName);
+        if (iface != mInterfaces.end() && iface->second.instances.count(name) != 0) {
+            return Transport::HWBINDER;
+        }
+    }
+    return hasPassthroughLibrary(fqName) ? Transport::PASSTHROUGH : Transport::EMPTY;
+}
+
+Return<void> InProcessServiceManager::list(list_cb _hidl_cb) {
+    std::vector<hidl_string> names;
+    {
+        std::lock_guard<std::mutex> lock(mLock);
+        for (const auto& [fqName, iface] : mInterfaces) {
+            for (const auto& entry : iface.instances)
+                names.emplace_back(fqName + "/" + entry.first);
+        }
+    }
+    _hidl_cb(hidl_vec<hidl_string>(names));
+    return Void();
+}
+
+Return<void> InProcessServiceManager::listByInterface(const hidl_string& fqName,
+                                                      listByInterface_cb _hidl_cb) {
+    std::vector<hidl_string> names;
+    {
+        std::lock_guard<std::mutex> lock(mLock);
+        auto iface = mInterfaces.find(fqName);
+        if (iface != mInterfaces.end()) {
+            for (const auto& entry : iface->second.instances) names.emplace_back(entry.first);
+        }
+    }
+    _hidl_cb(hidl_vec<hidl_string>(names));
+    return Void();
+}
+
+Return<bool> InProcessServiceManager::registerForNotifications(
+        const hidl_string& fqName, const hidl_string& name,
+        const sp<IServiceNotification>& callback) {
+    if (callback == nullptr || fqName.size() == 0) return false;
+
+    std::vector<Notification> present;
+    {
+        std::lock_guard<std::mutex> lock(mLock);
+        Interface& iface = mInterfaces[fqName];
+        if (name.size() == 0) {
+            iface.allInstanceListeners.push_back(callback);
+            for (const auto& entry : iface.instances) {
+                present.push_back({callback, fqName, entry.first});
+            }
+        } else {
+            iface.instanceListeners[name].push_back(callback);
+            if (iface.instances.count(name) != 0) present.push_back({callback, fqName, name});
+        }
+    }
+    deliver(present, true);
+    return true;
+}
+
+Return<void> InProcessServiceManager::debugDump(debugDump_cb _hidl_cb) {
+    std::vector<InstanceDebugInfo> infos;
+    {
+        std::lock_guard<std::mutex> lock(mLock);
+        const auto arch = sizeof(void*) == 8 ? DebugInfo::Architecture::IS_64BIT
+                                             : DebugInfo::Architecture::IS_32BIT;
+        for (const auto& [fqName, iface] : mInterfaces) {
+            for (const auto& entry : iface.instances) {
+                InstanceDebugInfo info;
+                info.interfaceName = fqName;
+                info.instanceName = entry.first;
+                info.pid = entry.second->isRemote() ? static_cast<int32_t>(PidConstant::NO_PID)
+                                                    : static_cast<int32_t>(getpid());
+                info.arch = arch;
+                infos.push_back(std::move(info));
+            }
+        }
+        for (const auto& [fqName, name] : mPassthroughClients) {
+            InstanceDebugInfo info;
+            info.interfaceName = fqName;
+            info.instanceName = name;
+            info.clientPids = std::vector<int32_t>{static_cast<int32_t>(getpid())};
+            info.arch = arch;
+            infos.push_back(std::move(info));
+        }
+    }
+    _hidl_cb(hidl_vec<InstanceDebugInfo>(infos));
+    return Void();
+}
+
+Return<void> InProcessServiceManager::registerPassthroughClient(const hidl_string& fqName,
+                                                                const hidl_string& name) {
+    std::lock_guard<std::mutex> lock(mLock);
+    mPassthroughClients.emplace(fqName, name);
+    return Void();
+}
+
+sp<InProcessServiceManager::IBase> InProcessServiceManager::waitForService(
+        const std::string& fqName, const std::string& name,
+        std::chrono::steady_clock::time_point deadline) {
+    std::unique_lock<std::mutex> lock(mLock);
+    while (true) {
+        auto iface = mInterfaces.find(fqName);
+        if (iface != mInterfaces.end()) {
+            auto it = iface->second.instances.find(name);
+            if (it != iface->second.instances.end()) return it->second;
+        }
+        if (std::chrono::steady_clock::now() >= deadline) return nullptr;
+        mRegistered.wait_until(lock, deadline);
+    }
+}
+
+// Listeners are called without the lock, so they may use the registry.
+void InProcessServiceManager::deliver(const std::vector<Notification>& notifications,
+                                      bool preexisting) {
+    for (const Notification& n : notifications) {
+        Return<void> ret = n.listener->onRegistration(n.fqName, n.name, preexisting);
+        if (ret.isDeadObject()) {
+            dropListener(n);
+        } else if (!ret.isOk()) {
+            ZUV_REGISTRY_DEBUG("listener for %s/%s failed: %s", n.fqName.c_str(), n.name.c_str(),
+                               ret.description().c_str());
+        }
+    }
+}
+
+void InProcessServiceManager::dropListener(const Notification& dead) {
+    // dead.listener keeps the listener alive past the lock.
+    std::lock_guard<std::mutex> lock(mLock);
+    auto iface = mInterfaces.find(dead.fqName);
+    if (iface == mInterfaces.end()) return;
+    auto strip = [&](std::vector<sp<IServiceNotification>>& listeners) {
+        auto end = std::remove(listeners.begin(), listeners.end(), dead.listener);
+        listeners.erase(end, listeners.end());
+    };
+    strip(iface->second.allInstanceListeners);
+    for (auto& entry : iface->second.instanceListeners) strip(entry.second);
+}
+
+}  // namespace details
+}  // namespace hardware
+}  // namespace android

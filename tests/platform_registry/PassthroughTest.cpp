@@ -1,0 +1,169 @@
+#include <android/hidl/manager/1.0/IServiceManager.h>
+#include <gtest/gtest.h>
+#include <hidl/HidlInstrumentor.h>
+#include <hidl/HidlPassthroughSupport.h>
+#include <hidl/ServiceManagement.h>
+#include <hidl/Static.h>
+#include <hidl_host/ServiceRegistry.h>
+
+#include <cstdlib>
+#include <string>
+
+#include "TestInterfaces.h"
+
+using ::android::sp;
+using ::android::hardware::hidl_string;
+using ::android::hardware::Return;
+using ::android::hardware::Void;
+using ::android::hardware::details::getBsConstructorMap;
+using ::android::hardware::details::getRawServiceInternal;
+using ::android::hardware::details::HidlInstrumentor;
+using ::android::hardware::details::wrapPassthrough;
+using ::android::hardware::details::wrapPassthroughInternal;
+using ::android::hidl::base::V1_0::IBase;
+using ::android::hidl::manager::V1_0::IServiceManager;
+using ::vendor::zuv::test::V1_0::ITest;
+using ::vendor::zuv::test::V1_0::TestService;
+
+namespace {
+
+constexpr const char* kProbe = "vendor.zuv.test@1.0::IProbe";
+constexpr const char* kDerivedProbe = "vendor.zuv.test@1.1::IProbe";
+
+struct IProbe : public IBase {
+    Return<void> interfaceChain(interfaceChain_cb cb) override {
+        cb({kProbe, IBase::descriptor});
+        return Void();
+    }
+};
+
+struct DerivedProbe : public IProbe {
+    Return<void> interfaceChain(interfaceChain_cb cb) override {
+        cb({kDerivedProbe, kProbe, IBase::descriptor});
+        return Void();
+    }
+};
+
+// Stands in for a package's Bs<Name>: an IProbe that carries an instrumentor.
+struct ProbeWrapper : public IProbe, public HidlInstrumentor {
+    explicit ProbeWrapper(sp<IProbe> i)
+        : HidlInstrumentor("vendor.zuv.test@1.0", "IProbe"), impl(i) {}
+    sp<IProbe> impl;
+};
+
+struct RemoteProbe : public IProbe {
+    bool isRemote() const override { return true; }
+};
+
+class WrapPassthrough : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        getBsConstructorMap().set(std::string(kProbe), [](void* object) -> sp<IBase> {
+            return new ProbeWrapper(static_cast<IProbe*>(object));
+        });
+    }
+    void TearDown() override { getBsConstructorMap().erase(kProbe); }
+};
+
+TEST_F(WrapPassthrough, NullAndRemoteObjectsAreNotWrapped) {
+    EXPECT_EQ(wrapPassthroughInternal(nullptr), nullptr);
+    EXPECT_EQ(wrapPassthrough(sp<IProbe>()), nullptr);
+    sp<IProbe> remote = new RemoteProbe();
+    EXPECT_EQ(wrapPassthrough(remote), remote);
+}
+
+TEST_F(WrapPassthrough, LocalObjectGetsTheRegisteredWrapperOnce) {
+    sp<IProbe> impl = new IProbe();
+    sp<IProbe> wrapped = wrapPassthrough(impl);
+    ASSERT_NE(wrapped, nullptr);
+    ASSERT_NE(wrapped, impl);
+    auto* wrapper = dynamic_cast<ProbeWrapper*>(wrapped.get());
+    ASSERT_NE(wrapper, nullptr);
+    EXPECT_EQ(wrapper->impl, impl);
+    EXPECT_EQ(wrapPassthrough(wrapped), wrapped) << "a wrapper must not be wrapped again";
+}
+
+TEST_F(WrapPassthrough, ExtensionFallsBackToItsParentsWrapper) {
+    sp<IProbe> impl = new DerivedProbe();
+    auto* wrapper = dynamic_cast<ProbeWrapper*>(wrapPassthrough(impl).get());
+    ASSERT_NE(wrapper, nullptr);
+    EXPECT_EQ(wrapper->impl, impl);
+}
+
+TEST_F(WrapPassthrough, NoRegisteredConstructorGivesNull) {
+    getBsConstructorMap().erase(kProbe);
+    EXPECT_EQ(wrapPassthrough(sp<IProbe>(new IProbe())), nullptr);
+    EXPECT_EQ(wrapPassthroughInternal(new IBase()), nullptr);
+}
+
+class PassthroughLoader : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        ::android::hardware::host::setPassthroughSearchPath(std::string("/nonexistent/zuv:") +
+                                                            ZUV_TEST_PASSTHROUGH_DIR);
+    }
+    void TearDown() override {
+        ::android::hardware::host::resetPassthroughSearchPath();
+        unsetenv(::android::hardware::host::kPassthroughPathEnvVar);
+    }
+
+    static sp<ITest> load(const std::string& descriptor, const std::string& instance) {
+        sp<IBase> base = getRawServiceInternal(descriptor, instance, false, true);
+        return static_cast<ITest*>(base.get());
+    }
+};
+
+TEST_F(PassthroughLoader, LoadsTheImplementationForTheInstance) {
+    sp<ITest> a = load(ITest::kDescriptor, "default");
+    ASSERT_NE(a, nullptr);
+    EXPECT_EQ(a->instance(), "default");
+    EXPECT_FALSE(a->isRemote());
+    std::string descriptor;
+    ASSERT_TRUE(a->interfaceDescriptor([&](const hidl_string& d) { descriptor = d; }).isOk());
+    EXPECT_EQ(descriptor, ITest::kDescriptor);
+
+    sp<ITest> b = load(ITest::kDescriptor, "second");
+    ASSERT_NE(b, nullptr);
+    EXPECT_EQ(b->instance(), "second");
+
+    // The passthrough registry view answers the same.
+    Return<sp<IBase>> viaManager =
+            ::android::hardware::getPassthroughServiceManager()->get(ITest::kDescriptor, "third");
+    ASSERT_TRUE(viaManager.isOk());
+    sp<IBase> third = viaManager;
+    ASSERT_NE(third, nullptr);
+    EXPECT_EQ(static_cast<ITest*>(third.get())->instance(), "third");
+}
+
+TEST_F(PassthroughLoader, NothingFoundGivesNull) {
+    EXPECT_EQ(load(ITest::kDescriptor, "none"), nullptr) << "entry point declined";
+    EXPECT_EQ(load("vendor.zuv.nosym@1.0::ITest", "default"), nullptr) << "no entry point";
+    EXPECT_EQ(load("vendor.zuv.absent@1.0::ITest", "default"), nullptr) << "no library";
+    EXPECT_EQ(load("vendor.zuv.test@1.0::IOther", "default"), nullptr) << "other interface";
+    for (const char* bad : {"vendor.zuv.test@1.0", "vendor.zuv.test::ITest", "::ITest",
+                            "vendor.zuv.test@1.0::", "../hw/vendor.zuv.test@1.0::ITest"}) {
+        EXPECT_EQ(load(bad, "default"), nullptr) << bad;
+    }
+}
+
+TEST_F(PassthroughLoader, SearchPathComesFromTheEnvironmentUnlessSet) {
+    ::android::hardware::host::resetPassthroughSearchPath();
+    setenv(::android::hardware::host::kPassthroughPathEnvVar, "/nonexistent/zuv", 1);
+    EXPECT_EQ(load(ITest::kDescriptor, "default"), nullptr);
+    setenv(::android::hardware::host::kPassthroughPathEnvVar, ZUV_TEST_PASSTHROUGH_DIR, 1);
+    EXPECT_NE(load(ITest::kDescriptor, "default"), nullptr);
+    ::android::hardware::host::setPassthroughSearchPath("/nonexistent/zuv");
+    EXPECT_EQ(load(ITest::kDescriptor, "default"), nullptr) << "the setter wins";
+}
+
+TEST_F(PassthroughLoader, TransportOfAnUnregisteredServiceWithALibraryIsPassthrough) {
+    sp<IServiceManager> sm = ::android::hardware::host::makeInProcessServiceManager();
+    Return<IServiceManager::Transport> t = sm->getTransport(ITest::kDescriptor, "default");
+    ASSERT_TRUE(t.isOk());
+    EXPECT_EQ(static_cast<IServiceManager::Transport>(t), IServiceManager::Transport::PASSTHROUGH);
+    Return<IServiceManager::Transport> none =
+            sm->getTransport("vendor.zuv.absent@1.0::ITest", "default");
+    EXPECT_EQ(static_cast<IServiceManager::Transport>(none), IServiceManager::Transport::EMPTY);
+}
+
+}  // namespace

@@ -1,0 +1,350 @@
+#include <android/hidl/manager/1.0/IServiceManager.h>
+#include <android/hidl/manager/1.0/IServiceNotification.h>
+#include <gtest/gtest.h>
+#include <hidl/ServiceManagement.h>
+#include <hidl/Status.h>
+#include <hidl_host/ServiceRegistry.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <tuple>
+#include <vector>
+
+#include "TestInterfaces.h"
+
+using ::android::sp;
+using ::android::wp;
+using ::android::hardware::hidl_string;
+using ::android::hardware::hidl_vec;
+using ::android::hardware::Return;
+using ::android::hardware::Status;
+using ::android::hardware::Void;
+using ::android::hardware::details::getRawServiceInternal;
+using ::android::hardware::details::registerAsServiceInternal;
+using ::android::hidl::base::V1_0::IBase;
+using ::android::hidl::manager::V1_0::IServiceManager;
+using ::android::hidl::manager::V1_0::IServiceNotification;
+using ::vendor::zuv::test::V1_0::ITest;
+using ::vendor::zuv::test::V1_0::TestService;
+namespace host = ::android::hardware::host;
+using namespace std::chrono_literals;
+
+namespace {
+
+using Event = std::tuple<std::string, std::string, bool>;  // fqName, name, preexisting
+
+class Listener : public IServiceNotification {
+  public:
+    Return<void> onRegistration(const hidl_string& fqName, const hidl_string& name,
+                                bool preexisting) override {
+        if (onEvent) onEvent();
+        std::lock_guard<std::mutex> lock(mMutex);
+        mEvents.emplace_back(fqName, name, preexisting);
+        if (dead) return Status::fromStatusT(::android::DEAD_OBJECT);
+        return Void();
+    }
+    std::vector<Event> events() {
+        std::lock_guard<std::mutex> lock(mMutex);
+        return mEvents;
+    }
+    std::function<void()> onEvent;
+    bool dead = false;
+
+  private:
+    std::mutex mMutex;
+    std::vector<Event> mEvents;
+};
+
+std::vector<std::string> listAll(const sp<IServiceManager>& sm) {
+    std::vector<std::string> out;
+    EXPECT_TRUE(sm->list([&](const hidl_vec<hidl_string>& names) {
+                      for (size_t i = 0; i < names.size(); ++i) out.emplace_back(names[i]);
+                  }).isOk());
+    return out;
+}
+
+std::vector<std::string> listInstances(const sp<IServiceManager>& sm, const std::string& fqName) {
+    std::vector<std::string> out;
+    EXPECT_TRUE(sm->listByInterface(fqName, [&](const hidl_vec<hidl_string>& names) {
+                      for (size_t i = 0; i < names.size(); ++i) out.emplace_back(names[i]);
+                  }).isOk());
+    return out;
+}
+
+sp<IBase> get(const sp<IServiceManager>& sm, const std::string& fqName, const std::string& name) {
+    Return<sp<IBase>> ret = sm->get(fqName, name);
+    EXPECT_TRUE(ret.isOk());
+    return ret;
+}
+
+bool add(const sp<IServiceManager>& sm, const std::string& name, const sp<IBase>& service) {
+    Return<bool> ret = sm->add(name, service);
+    return ret.isOk() && static_cast<bool>(ret);
+}
+
+TEST(InProcessRegistry, AddPublishesUnderEveryInterfaceAndReplaces) {
+    sp<IServiceManager> sm = host::makeInProcessServiceManager();
+    sp<IBase> first = new TestService("a");
+    ASSERT_TRUE(add(sm, "a", first));
+    EXPECT_EQ(get(sm, ITest::kDescriptor, "a"), first);
+    EXPECT_EQ(get(sm, IBase::descriptor, "a"), first);
+    EXPECT_EQ(get(sm, ITest::kDescriptor, "b"), nullptr);
+    EXPECT_EQ(get(sm, "vendor.zuv.test@1.0::IOther", "a"), nullptr);
+
+    ASSERT_TRUE(add(sm, "b", new TestService("b")));
+    auto all = listAll(sm);
+    std::sort(all.begin(), all.end());
+    EXPECT_EQ(all, (std::vector<std::string>{
+                           "android.hidl.base@1.0::IBase/a", "android.hidl.base@1.0::IBase/b",
+                           "vendor.zuv.test@1.0::ITest/a", "vendor.zuv.test@1.0::ITest/b"}));
+    EXPECT_EQ(listInstances(sm, ITest::kDescriptor), (std::vector<std::string>{"a", "b"}));
+    EXPECT_TRUE(listInstances(sm, "vendor.zuv.test@1.0::IOther").empty());
+
+    Return<IServiceManager::Transport> t = sm->getTransport(ITest::kDescriptor, "a");
+    EXPECT_EQ(static_cast<IServiceManager::Transport>(t), IServiceManager::Transport::HWBINDER);
+
+    // Replacing releases the registry's hold on the earlier object.
+    wp<IBase> weakFirst = first;
+    first.clear();
+    sp<IBase> second = new TestService("a2");
+    ASSERT_TRUE(add(sm, "a", second));
+    EXPECT_EQ(get(sm, IBase::descriptor, "a"), second);
+    EXPECT_EQ(weakFirst.promote(), nullptr);
+}
+
+TEST(InProcessRegistry, RefusesNullServicesAndEmptyNames) {
+    sp<IServiceManager> sm = host::makeInProcessServiceManager();
+    EXPECT_FALSE(add(sm, "a", nullptr));
+    EXPECT_FALSE(add(sm, "", new TestService("")));
+    EXPECT_TRUE(listAll(sm).empty());
+    Return<bool> r = sm->registerForNotifications(ITest::kDescriptor, "a", nullptr);
+    EXPECT_FALSE(static_cast<bool>(r));
+    Return<bool> r2 = sm->registerForNotifications("", "a", new Listener());
+    EXPECT_FALSE(static_cast<bool>(r2));
+}
+
+TEST(InProcessRegistry, NotificationsForPresentAndLaterRegistrations) {
+    sp<IServiceManager> sm = host::makeInProcessServiceManager();
+    ASSERT_TRUE(add(sm, "early", new TestService("early")));
+
+    sp<Listener> one = new Listener();
+    sp<Listener> every = new Listener();
+    sp<Listener> other = new Listener();
+    ASSERT_TRUE(static_cast<bool>(sm->registerForNotifications(ITest::kDescriptor, "early", one)));
+    // Told at once, before registerForNotifications returned.
+    EXPECT_EQ(one->events(), (std::vector<Event>{{ITest::kDescriptor, "early", true}}));
+    ASSERT_TRUE(static_cast<bool>(sm->registerForNotifications(ITest::kDescriptor, "", every)));
+    EXPECT_EQ(every->events(), (std::vector<Event>{{ITest::kDescriptor, "early", true}}));
+    ASSERT_TRUE(static_cast<bool>(sm->registerForNotifications(ITest::kDescriptor, "x", other)));
+    EXPECT_TRUE(other->events().empty());
+
+    ASSERT_TRUE(add(sm, "late", new TestService("late")));
+    ASSERT_TRUE(add(sm, "early", new TestService("early2")));
+    EXPECT_EQ(one->events(), (std::vector<Event>{{ITest::kDescriptor, "early", true},
+                                                 {ITest::kDescriptor, "early", false}}));
+    EXPECT_EQ(every->events(), (std::vector<Event>{{ITest::kDescriptor, "early", true},
+                                                   {ITest::kDescriptor, "late", false},
+                                                   {ITest::kDescriptor, "early", false}}));
+    EXPECT_TRUE(other->events().empty());
+
+    // A listener for a parent interface hears about registrations of children.
+    sp<Listener> base = new Listener();
+    ASSERT_TRUE(static_cast<bool>(sm->registerForNotifications(IBase::descriptor, "y", base)));
+    ASSERT_TRUE(add(sm, "y", new TestService("y")));
+    EXPECT_EQ(base->events(), (std::vector<Event>{{IBase::descriptor, "y", false}}));
+}
+
+TEST(InProcessRegistry, ListenersMayUseTheRegistryAndDeadOnesAreDropped) {
+    sp<IServiceManager> sm = host::makeInProcessServiceManager();
+    sp<Listener> reentrant = new Listener();
+    sp<IBase> seen;
+    reentrant->onEvent = [&] { seen = get(sm, ITest::kDescriptor, "a"); };
+    ASSERT_TRUE(
+            static_cast<bool>(sm->registerForNotifications(ITest::kDescriptor, "a", reentrant)));
+    sp<IBase> service = new TestService("a");
+    ASSERT_TRUE(add(sm, "a", service));  // would deadlock if called under the lock
+    EXPECT_EQ(seen, service);
+
+    sp<Listener> gone = new Listener();
+    gone->dead = true;
+    ASSERT_TRUE(static_cast<bool>(sm->registerForNotifications(ITest::kDescriptor, "", gone)));
+    EXPECT_EQ(gone->events().size(), 1u);  // the preexisting "a"
+    ASSERT_TRUE(add(sm, "b", new TestService("b")));
+    EXPECT_EQ(gone->events().size(), 1u) << "a dead listener must not be called again";
+}
+
+// Lookups and registrations through defaultServiceManager(), pointed at a
+// private registry so tests don't see each other's services.
+class ServiceLookup : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        sm = host::makeInProcessServiceManager();
+        host::setDefaultServiceManager(sm);
+    }
+    void TearDown() override {
+        host::setDefaultServiceManager(nullptr);
+        host::resetGetServiceTimeout();
+        unsetenv(host::kGetServiceTimeoutEnvVar);
+        unsetenv(host::kDebuggableEnvVar);
+    }
+    sp<IServiceManager> sm;
+};
+
+TEST_F(ServiceLookup, RegisterAndGetGoThroughTheDefaultManager) {
+    EXPECT_EQ(::android::hardware::defaultServiceManager(), sm);
+    EXPECT_EQ(registerAsServiceInternal(nullptr, "x"), ::android::UNEXPECTED_NULL);
+    EXPECT_EQ(registerAsServiceInternal(new TestService(""), ""), ::android::UNKNOWN_ERROR);
+
+    sp<IBase> service = new TestService("x");
+    ASSERT_EQ(registerAsServiceInternal(service, "x"), ::android::OK);
+    EXPECT_EQ(getRawServiceInternal(ITest::kDescriptor, "x", false, false), service);
+    EXPECT_EQ(getRawServiceInternal(ITest::kDescriptor, "y", false, false), nullptr);
+
+    host::setDefaultServiceManager(nullptr);
+    EXPECT_NE(::android::hardware::defaultServiceManager(), sm) << "null restores the built-in";
+    EXPECT_NE(::android::hardware::defaultServiceManager(), nullptr);
+}
+
+TEST_F(ServiceLookup, RetryWaitsBoundedlyAndOnlyWhenAsked) {
+    host::setGetServiceTimeout(200ms);
+    auto t0 = std::chrono::steady_clock::now();
+    EXPECT_EQ(getRawServiceInternal(ITest::kDescriptor, "missing", false, false), nullptr);
+    EXPECT_LT(std::chrono::steady_clock::now() - t0, 150ms) << "tryGetService must not wait";
+
+    t0 = std::chrono::steady_clock::now();
+    EXPECT_EQ(getRawServiceInternal(ITest::kDescriptor, "missing", true, false), nullptr);
+    auto waited = std::chrono::steady_clock::now() - t0;
+    EXPECT_GE(waited, 200ms);
+    EXPECT_LT(waited, 2s);
+}
+
+TEST_F(ServiceLookup, RetryFindsAServiceRegisteredDuringTheWait) {
+    host::setGetServiceTimeout(10s);
+    sp<IBase> service = new TestService("later");
+    std::thread registrar([&] {
+        std::this_thread::sleep_for(100ms);
+        // Another interface's registration under the same name must not end the wait.
+        EXPECT_EQ(registerAsServiceInternal(new IBase(), "other"), ::android::OK);
+        std::this_thread::sleep_for(50ms);
+        EXPECT_EQ(registerAsServiceInternal(service, "later"), ::android::OK);
+    });
+    auto t0 = std::chrono::steady_clock::now();
+    sp<IBase> found = getRawServiceInternal(ITest::kDescriptor, "later", true, false);
+    auto waited = std::chrono::steady_clock::now() - t0;
+    registrar.join();
+    EXPECT_EQ(found, service);
+    EXPECT_GE(waited, 140ms);
+    EXPECT_LT(waited, 5s);
+}
+
+// A registry that is not the in-process one (as a daemon client will be):
+// retrying lookups have to poll it.
+class ForwardingManager : public IServiceManager {
+  public:
+    explicit ForwardingManager(sp<IServiceManager> t) : target(std::move(t)) {}
+    Return<sp<IBase>> get(const hidl_string& f, const hidl_string& n) override {
+        return target->get(f, n);
+    }
+    Return<bool> add(const hidl_string& n, const sp<IBase>& s) override {
+        return target->add(n, s);
+    }
+    Return<Transport> getTransport(const hidl_string& f, const hidl_string& n) override {
+        return target->getTransport(f, n);
+    }
+    Return<void> list(list_cb cb) override { return target->list(cb); }
+    Return<void> listByInterface(const hidl_string& f, listByInterface_cb cb) override {
+        return target->listByInterface(f, cb);
+    }
+    Return<bool> registerForNotifications(const hidl_string& f, const hidl_string& n,
+                                          const sp<IServiceNotification>& c) override {
+        return target->registerForNotifications(f, n, c);
+    }
+    Return<void> debugDump(debugDump_cb cb) override { return target->debugDump(cb); }
+    Return<void> registerPassthroughClient(const hidl_string& f, const hidl_string& n) override {
+        return target->registerPassthroughClient(f, n);
+    }
+    sp<IServiceManager> target;
+};
+
+TEST_F(ServiceLookup, RetryAlsoWorksAgainstAnotherRegistry) {
+    host::setDefaultServiceManager(new ForwardingManager(sm));
+    host::setGetServiceTimeout(10s);
+    sp<IBase> service = new TestService("polled");
+    std::thread registrar([&] {
+        std::this_thread::sleep_for(100ms);
+        EXPECT_EQ(registerAsServiceInternal(service, "polled"), ::android::OK);
+    });
+    EXPECT_EQ(getRawServiceInternal(ITest::kDescriptor, "polled", true, false), service);
+    registrar.join();
+
+    host::setGetServiceTimeout(100ms);
+    auto t0 = std::chrono::steady_clock::now();
+    EXPECT_EQ(getRawServiceInternal(ITest::kDescriptor, "never", true, false), nullptr);
+    EXPECT_LT(std::chrono::steady_clock::now() - t0, 2s);
+}
+
+TEST_F(ServiceLookup, TimeoutComesFromTheEnvironmentUnlessSet) {
+    EXPECT_EQ(host::getGetServiceTimeout(), host::kDefaultGetServiceTimeout);
+    setenv(host::kGetServiceTimeoutEnvVar, "150", 1);
+    EXPECT_EQ(host::getGetServiceTimeout(), 150ms);
+    for (const char* bad : {"abc", "-5", "12ms", ""}) {
+        setenv(host::kGetServiceTimeoutEnvVar, bad, 1);
+        EXPECT_EQ(host::getGetServiceTimeout(), host::kDefaultGetServiceTimeout) << bad;
+    }
+    host::setGetServiceTimeout(30ms);
+    EXPECT_EQ(host::getGetServiceTimeout(), 30ms);
+}
+
+TEST_F(ServiceLookup, PidIsSharedOnlyWhenDebuggable) {
+    using ::android::hardware::details::debuggable;
+    using ::android::hardware::details::getPidIfSharable;
+    EXPECT_TRUE(debuggable());
+    EXPECT_EQ(getPidIfSharable(), getpid());
+    setenv(host::kDebuggableEnvVar, "0", 1);
+    EXPECT_FALSE(debuggable());
+    EXPECT_EQ(getPidIfSharable(), -1);
+}
+
+TEST_F(ServiceLookup, DebugDumpListsRegistrationsAndPassthroughClients) {
+    ASSERT_EQ(registerAsServiceInternal(new TestService("d"), "d"), ::android::OK);
+    ASSERT_TRUE(sm->registerPassthroughClient(ITest::kDescriptor, "p").isOk());
+    std::vector<std::tuple<std::string, std::string, int32_t>> rows;
+    ASSERT_TRUE(sm->debugDump([&](const auto& infos) {
+                      for (size_t i = 0; i < infos.size(); ++i) {
+                          rows.emplace_back(infos[i].interfaceName, infos[i].instanceName,
+                                            infos[i].pid);
+                      }
+                  }).isOk());
+    std::sort(rows.begin(), rows.end());
+    int32_t self = getpid();
+    EXPECT_EQ(rows, (std::vector<std::tuple<std::string, std::string, int32_t>>{
+                            {IBase::descriptor, "d", self},
+                            {ITest::kDescriptor, "d", self},
+                            {ITest::kDescriptor, "p", -1}}));
+}
+
+TEST(ServiceManagerIdentity, DescribesItselfAndItsNotificationInterface) {
+    sp<IServiceManager> sm = host::makeInProcessServiceManager();
+    std::vector<std::string> chain;
+    ASSERT_TRUE(sm->interfaceChain([&](const hidl_vec<hidl_string>& c) {
+                      for (size_t i = 0; i < c.size(); ++i) chain.emplace_back(c[i]);
+                  }).isOk());
+    EXPECT_EQ(chain, (std::vector<std::string>{"android.hidl.manager@1.0::IServiceManager",
+                                               "android.hidl.base@1.0::IBase"}));
+    size_t hashes = 0;
+    ASSERT_TRUE(sm->getHashChain([&](const auto& h) { hashes = h.size(); }).isOk());
+    EXPECT_EQ(hashes, chain.size());
+
+    sp<Listener> listener = new Listener();
+    std::string descriptor;
+    ASSERT_TRUE(
+            listener->interfaceDescriptor([&](const hidl_string& d) { descriptor = d; }).isOk());
+    EXPECT_EQ(descriptor, "android.hidl.manager@1.0::IServiceNotification");
+}
+
+}  // namespace
