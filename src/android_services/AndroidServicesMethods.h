@@ -1,0 +1,40 @@
+// The operations of IDaxAndroidServices: code, name and member of each. The frame
+// reads arguments, result and delivery off the member's type.
+#pragma once
+
+#include <vendor/zuv/hardware/fingerprint/1.0/IDaxAndroidServices.h>
+
+#include "android_services/AndroidServicesInfo.h"
+#include "frame/Method.h"
+
+#define ZUV_ANDROID_SERVICES_METHODS(X)    \
+    X(ONEWAY_METHOD, 1, setTimer)          \
+    X(ONEWAY_METHOD, 2, setWakelock)       \
+    X(METHOD, 3, checkRequestingAppType)   \
+    X(ONEWAY_METHOD, 4, showLivenessAlert) \
+    X(ONEWAY_METHOD, 5, resetLivenessAlert)
+
+namespace vendor {
+namespace zuv {
+namespace hardware {
+namespace fingerprint {
+namespace V1_0 {
+namespace android_services_methods {
+
+#define ZUV_INTERFACE IDaxAndroidServices
+#define ZUV_DECLARE(kind, code, name) ZUV_##kind(code, name)
+ZUV_ANDROID_SERVICES_METHODS(ZUV_DECLARE)
+#undef ZUV_DECLARE
+#undef ZUV_INTERFACE
+
+#define ZUV_CODE(kind, code, name) code,
+static_assert(frame::codesAreSequential({ZUV_ANDROID_SERVICES_METHODS(ZUV_CODE)}),
+              "operations are listed in code order");
+#undef ZUV_CODE
+
+}  // namespace android_services_methods
+}  // namespace V1_0
+}  // namespace fingerprint
+}  // namespace hardware
+}  // namespace zuv
+}  // namespace vendor

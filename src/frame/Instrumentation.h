@@ -1,0 +1,62 @@
+// Instrumentation events of the package's calls: every registered callback,
+// in registration order, gets the event, the package's names, the method and
+// the addresses of the arguments or results.
+#pragma once
+
+#include <hidl/HidlInstrumentor.h>
+
+#include <vector>
+
+#include "frame/PackageIdentity.h"
+
+namespace vendor {
+namespace zuv {
+namespace hardware {
+namespace fingerprint {
+namespace frame {
+
+using ::android::hardware::details::HidlInstrumentor;
+using ::android::hardware::details::InstrumentationCallback;
+using ::android::hardware::details::InstrumentationEvent;
+using InstrumentationCallbacks = std::vector<InstrumentationCallback>;
+
+// What a call reports to: taken once at the start of the call, so the flag
+// governs both events of that call. The callback list is copied only when
+// instrumentation is on, so a concurrent reconfiguration cannot pull it away
+// mid-call and the common path costs nothing.
+class CallInstrumentation {
+  public:
+    explicit CallInstrumentation(const HidlInstrumentor* instrumentor)
+        : mEnabled(instrumentor->isInstrumentationEnabled()) {
+        if (mEnabled) mCallbacks = instrumentor->getInstrumentationCallbacks();
+    }
+
+    CallInstrumentation(bool enabled, InstrumentationCallbacks callbacks)
+        : mEnabled(enabled), mCallbacks(std::move(callbacks)) {}
+
+    bool enabled() const { return mEnabled; }
+    const InstrumentationCallbacks& callbacks() const { return mCallbacks; }
+
+    // Reports event with the addresses of values, in order.
+    template <typename... Values>
+    void report(InstrumentationEvent event, const char* interfaceName, const char* method,
+                const Values&... values) const {
+        if (!mEnabled) return;
+        std::vector<void*> args{const_cast<void*>(static_cast<const void*>(&values))...};
+        for (const auto& callback : mCallbacks) {
+            if (callback) {
+                callback(event, kPackageName, kPackageVersion, interfaceName, method, &args);
+            }
+        }
+    }
+
+  private:
+    bool mEnabled;
+    InstrumentationCallbacks mCallbacks;
+};
+
+}  // namespace frame
+}  // namespace fingerprint
+}  // namespace hardware
+}  // namespace zuv
+}  // namespace vendor

@@ -1,0 +1,96 @@
+// What the frame knows of one operation: its code, name and flags, and the
+// member function it calls. Everything else (arguments, result, and how the
+// result comes back) is read off the member function's type:
+//   Return<T> f(args...)                          direct result
+//   Return<void> f(args..., std::function<...>)   result through a callback
+//   Return<void> f(args...)                       no result (two-way or oneway)
+#pragma once
+
+#include <hidl/Status.h>
+
+#include <cstdint>
+#include <functional>
+#include <initializer_list>
+#include <tuple>
+#include <type_traits>
+
+namespace vendor {
+namespace zuv {
+namespace hardware {
+namespace fingerprint {
+namespace frame {
+
+enum class Shape { kDirect, kCallback, kNoResult, kOneway };
+
+template <typename F>
+struct CallbackTraits {
+    static constexpr bool kIsCallback = false;
+};
+template <typename R>
+struct CallbackTraits<std::function<void(const R&)>> {
+    static constexpr bool kIsCallback = true;
+    using Result = R;
+};
+
+template <typename M>
+struct MethodTraits;
+
+template <typename IType, typename R, typename... Params>
+struct MethodTraits<::android::hardware::Return<R> (IType::*)(Params...)> {
+    using Interface = IType;
+    using DirectResult = R;
+    using ParamTuple = std::tuple<std::decay_t<Params>...>;
+    static constexpr size_t kParamCount = sizeof...(Params);
+
+    using LastParam = std::tuple_element_t<kParamCount == 0 ? 0 : kParamCount - 1,
+                                           std::tuple<std::decay_t<Params>..., void>>;
+    static constexpr bool kHasCallback =
+            std::is_void<R>::value && kParamCount > 0 && CallbackTraits<LastParam>::kIsCallback;
+};
+
+template <typename IType, uint32_t Code, auto Member, uint32_t Flags = 0>
+struct MethodDecl {
+    using Traits = MethodTraits<decltype(Member)>;
+    using Interface = IType;
+    static_assert(std::is_same<typename Traits::Interface, IType>::value,
+                  "operation of another interface");
+
+    static constexpr uint32_t kCode = Code;
+    static constexpr uint32_t kFlags = Flags;
+    static constexpr auto kMember = Member;
+
+    static constexpr Shape kShape = Flags != 0 ? Shape::kOneway
+                                    : !std::is_void<typename Traits::DirectResult>::value
+                                            ? Shape::kDirect
+                                    : Traits::kHasCallback ? Shape::kCallback
+                                                           : Shape::kNoResult;
+    static_assert(Flags == 0 || std::is_void<typename Traits::DirectResult>::value,
+                  "a oneway operation has no result");
+};
+
+// Stubs dispatch by position, so an operation list must run 1, 2, 3, ...
+constexpr bool codesAreSequential(std::initializer_list<uint32_t> codes) {
+    uint32_t expected = 1;
+    for (uint32_t code : codes) {
+        if (code != expected++) return false;
+    }
+    return true;
+}
+
+}  // namespace frame
+}  // namespace fingerprint
+}  // namespace hardware
+}  // namespace zuv
+}  // namespace vendor
+
+// Declare operation `name` of the interface named by ZUV_INTERFACE in the
+// including file: its code, name and member; arguments and result follow
+// from the member's type.
+#define ZUV_METHOD_WITH_FLAGS(code, name, flags)                                                 \
+    struct name                                                                                  \
+        : ::vendor::zuv::hardware::fingerprint::frame::MethodDecl<ZUV_INTERFACE, code,           \
+                                                                  &ZUV_INTERFACE::name, flags> { \
+        static constexpr const char* kName = #name;                                              \
+    };
+#define ZUV_METHOD(code, name) ZUV_METHOD_WITH_FLAGS(code, name, 0)
+#define ZUV_ONEWAY_METHOD(code, name) ZUV_METHOD_WITH_FLAGS(code, name, 1)

@@ -1,0 +1,160 @@
+// The server side of every operation: read the arguments, call the
+// implementation, write the status and the results, framed by a trace
+// section and instrumentation events. A stub's static handler for operation
+// M is just serve<M>(...).
+#pragma once
+
+#include <android/hidl/base/1.0/BnHwBase.h>
+#include <hidl/HidlBinderSupport.h>
+#include <hidl/Status.h>
+#include <hwbinder/Parcel.h>
+#include <log/log.h>
+
+#include <tuple>
+#include <utility>
+
+#include "frame/Codec.h"
+#include "frame/Instrumentation.h"
+#include "frame/Method.h"
+#include "frame/Trace.h"
+
+namespace vendor {
+namespace zuv {
+namespace hardware {
+namespace fingerprint {
+namespace frame {
+
+using ::android::hardware::Return;
+using ::android::hardware::Status;
+using ::android::hidl::base::V1_0::BnHwBase;
+using TransactCallback = IBinder::TransactCallback;
+
+template <typename Tuple, typename Indices>
+struct TuplePrefix;
+template <typename Tuple, size_t... I>
+struct TuplePrefix<Tuple, std::index_sequence<I...>> {
+    using type = std::tuple<std::tuple_element_t<I, Tuple>...>;
+};
+
+// Arguments as read from the request, held in the form each codec reads.
+template <typename Tuple>
+struct HeldArgs;
+template <typename... Values>
+struct HeldArgs<std::tuple<Values...>> {
+    using type = std::tuple<typename Codec<Values>::Held...>;
+};
+
+template <typename Op>
+class Server {
+    using IType = typename Op::Interface;
+    using Info = InterfaceInfo<IType>;
+    using Traits = typename Op::Traits;
+    // The callback shape's last parameter is the result callback, not an
+    // argument read from the request.
+    static constexpr size_t kArgCount =
+            Op::kShape == Shape::kCallback ? Traits::kParamCount - 1 : Traits::kParamCount;
+    using ArgValues = typename TuplePrefix<typename Traits::ParamTuple,
+                                           std::make_index_sequence<kArgCount>>::type;
+
+  public:
+    static status_t serve(BnHwBase* stub, const Parcel& data, Parcel* reply,
+                          TransactCallback callback) {
+        const CallInstrumentation instrumentation(stub);
+        if (!data.enforceInterface(IType::descriptor)) return ::android::BAD_TYPE;
+
+        typename HeldArgs<ArgValues>::type held;
+        status_t err = readArgs(data, held, std::make_index_sequence<kArgCount>{});
+        if (err != OK) return err;
+
+        traceBegin(Info::kShortName, Op::kName, "server");
+        return invoke(static_cast<typename Info::Stub*>(stub)->getImplAs(), held, reply,
+                      std::move(callback), instrumentation, std::make_index_sequence<kArgCount>{});
+    }
+
+  private:
+    template <typename Held, size_t... I>
+    static status_t readArgs(const Parcel& data, Held& held, std::index_sequence<I...>) {
+        status_t err = OK;
+        ((err == OK ? (err = Codec<std::tuple_element_t<I, ArgValues>>::read(data,
+                                                                             &std::get<I>(held)))
+                    : err),
+         ...);
+        return err;
+    }
+
+    template <size_t I, typename Held>
+    static const auto& arg(const Held& held) {
+        return Codec<std::tuple_element_t<I, ArgValues>>::get(std::get<I>(held));
+    }
+
+    template <typename Held, size_t... I>
+    static status_t invoke(const sp<IType>& impl, const Held& held, Parcel* reply,
+                           TransactCallback callback, const CallInstrumentation& instrumentation,
+                           std::index_sequence<I...>) {
+        instrumentation.report(InstrumentationEvent::SERVER_API_ENTRY, Info::kShortName, Op::kName,
+                               arg<I>(held)...);
+        IType* target = impl.get();
+        if constexpr (Op::kShape == Shape::kDirect) {
+            using T = typename Traits::DirectResult;
+            Return<T> ret = (target->*Op::kMember)(arg<I>(held)...);
+            const T value = ret;  // a failed Return is fatal here
+            ::android::hardware::writeToParcel(Status::ok(), reply);
+            const status_t err = Codec<T>::write(reply, value);
+            traceEnd();
+            instrumentation.report(InstrumentationEvent::SERVER_API_EXIT, Info::kShortName,
+                                   Op::kName, value);
+            if (err != OK) return err;
+            if (callback) callback(*reply);
+            return OK;
+        } else if constexpr (Op::kShape == Shape::kCallback) {
+            using ResultCallback = std::tuple_element_t<kArgCount, typename Traits::ParamTuple>;
+            using Result = typename CallbackTraits<ResultCallback>::Result;
+            bool called = false;
+            status_t err = OK;
+            Return<void> ret = (target->*Op::kMember)(
+                    arg<I>(held)..., ResultCallback([&](const Result& result) {
+                        if (called) {
+                            __android_log_assert(
+                                    nullptr, Info::kLogTag,
+                                    "%s: _hidl_cb called a second time, but must be called once.",
+                                    Op::kName);
+                        }
+                        called = true;
+                        ::android::hardware::writeToParcel(Status::ok(), reply);
+                        err = Codec<Result>::write(reply, result);
+                        traceEnd();
+                        instrumentation.report(InstrumentationEvent::SERVER_API_EXIT,
+                                               Info::kShortName, Op::kName, result);
+                        if (err == OK && callback) callback(*reply);
+                    }));
+            ret.assertOk();
+            if (!called) {
+                __android_log_assert(nullptr, Info::kLogTag,
+                                     "%s: _hidl_cb not called, but must be called once.",
+                                     Op::kName);
+            }
+            return err;
+        } else {
+            // No result: the transport sends the reply once the handler is
+            // done, even for a oneway transaction that nobody will read.
+            Return<void> ret = (target->*Op::kMember)(arg<I>(held)...);
+            traceEnd();
+            instrumentation.report(InstrumentationEvent::SERVER_API_EXIT, Info::kShortName,
+                                   Op::kName);
+            ret.assertOk();
+            ::android::hardware::writeToParcel(Status::ok(), reply);
+            return OK;
+        }
+    }
+};
+
+template <typename Op>
+status_t serve(BnHwBase* stub, const Parcel& data, Parcel* reply, TransactCallback callback) {
+    return Server<Op>::serve(stub, data, reply, std::move(callback));
+}
+
+}  // namespace frame
+}  // namespace fingerprint
+}  // namespace hardware
+}  // namespace zuv
+}  // namespace vendor

@@ -1,0 +1,47 @@
+// Trace sections of the package's calls. The hardware-interface tag is asked
+// each time a marker would be written, so a section begun before tracing was
+// switched on may end without its begin, as on the device.
+#pragma once
+
+#include <cutils/trace.h>
+
+#include <string>
+
+// Declared by cutils only inside its inline helpers; the frame calls them
+// directly because it asks for the tag itself.
+extern "C" void atrace_begin_body(const char* name);
+extern "C" void atrace_end_body();
+
+namespace vendor {
+namespace zuv {
+namespace hardware {
+namespace fingerprint {
+namespace frame {
+
+inline bool hwTraceEnabled() {
+    return (atrace_get_enabled_tags() & ATRACE_TAG_HAL) != 0;
+}
+
+// "HIDL::<interface>::<method>::<side>", built only when tracing is on.
+inline void traceBegin(const char* interfaceName, const char* method, const char* side) {
+    if (!hwTraceEnabled()) return;
+    std::string name;
+    name.reserve(64);
+    name.append("HIDL::")
+            .append(interfaceName)
+            .append("::")
+            .append(method)
+            .append("::")
+            .append(side);
+    atrace_begin_body(name.c_str());
+}
+
+inline void traceEnd() {
+    if (hwTraceEnabled()) atrace_end_body();
+}
+
+}  // namespace frame
+}  // namespace fingerprint
+}  // namespace hardware
+}  // namespace zuv
+}  // namespace vendor
