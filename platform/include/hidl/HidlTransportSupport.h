@@ -5,6 +5,7 @@
 #include <android/hidl/base/1.0/IBase.h>
 #include <hidl/HidlBinderSupport.h>
 #include <hidl/HidlSupport.h>
+#include <hidl/ServiceManagement.h>
 #include <hidl/Status.h>
 #include <utils/Errors.h>
 #include <utils/StrongPointer.h>
@@ -40,11 +41,6 @@ bool setRequestingSid(const sp<::android::hidl::base::V1_0::IBase>& service, boo
 bool getRequestingSid(const sp<::android::hidl::base::V1_0::IBase>& service);
 
 namespace details {
-
-// Raw lookup in the service registry (hidl/ServiceManagement.h).
-sp<::android::hidl::base::V1_0::IBase> getRawServiceInternal(const std::string& descriptor,
-                                                             const std::string& instance,
-                                                             bool retry, bool getStub);
 
 // canCastInterface(interface, castTo, emitError) is declared in
 // hidl/HidlBinderSupport.h: whether the object's interfaceChain names castTo

@@ -1,0 +1,119 @@
+#include <hidl/HidlInstrumentor.h>
+#include <hidl_host/Instrumentation.h>
+#include <strings.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+#include <utility>
+
+namespace android {
+namespace hardware {
+
+namespace {
+
+bool envSaysEnabled() {
+    const char* value = std::getenv(host::kInstrumentationEnvVar);
+    if (value == nullptr) {
+        return false;
+    }
+    return std::strcmp(value, "1") == 0 || strcasecmp(value, "true") == 0 ||
+           strcasecmp(value, "on") == 0;
+}
+
+struct Registry {
+    std::mutex lock;
+    bool enabled = envSaysEnabled();
+    host::InstrumentationCallbackId nextId = 1;
+    std::vector<std::pair<host::InstrumentationCallbackId, details::InstrumentationCallback>>
+            callbacks;
+};
+
+Registry& registry() {
+    // Never destroyed: instrumentors in static objects may outlive main.
+    static Registry* const instance = new Registry();
+    return *instance;
+}
+
+}  // namespace
+
+namespace host {
+
+InstrumentationCallbackId addInstrumentationCallback(details::InstrumentationCallback callback) {
+    Registry& r = registry();
+    std::lock_guard<std::mutex> lock(r.lock);
+    const InstrumentationCallbackId id = r.nextId++;
+    r.callbacks.emplace_back(id, std::move(callback));
+    return id;
+}
+
+bool removeInstrumentationCallback(InstrumentationCallbackId id) {
+    Registry& r = registry();
+    std::lock_guard<std::mutex> lock(r.lock);
+    for (auto it = r.callbacks.begin(); it != r.callbacks.end(); ++it) {
+        if (it->first == id) {
+            r.callbacks.erase(it);
+            return true;
+        }
+    }
+    return false;
+}
+
+void clearInstrumentationCallbacks() {
+    Registry& r = registry();
+    std::lock_guard<std::mutex> lock(r.lock);
+    r.callbacks.clear();
+}
+
+void setInstrumentationEnabled(bool enabled) {
+    Registry& r = registry();
+    std::lock_guard<std::mutex> lock(r.lock);
+    r.enabled = enabled;
+}
+
+bool isInstrumentationEnabled() {
+    Registry& r = registry();
+    std::lock_guard<std::mutex> lock(r.lock);
+    return r.enabled;
+}
+
+}  // namespace host
+
+namespace details {
+
+HidlInstrumentor::HidlInstrumentor(const std::string& package, const std::string& insterface)
+    : mEnableInstrumentation(false),
+      mInstrumentationPackage(package),
+      mInstrumentationInterface(insterface) {
+    configureInstrumentation(false);
+}
+
+HidlInstrumentor::~HidlInstrumentor() = default;
+
+void HidlInstrumentor::configureInstrumentation(bool log) {
+    Registry& r = registry();
+    bool enabled;
+    std::vector<InstrumentationCallback> callbacks;
+    {
+        std::lock_guard<std::mutex> lock(r.lock);
+        enabled = r.enabled;
+        if (enabled) {
+            callbacks.reserve(r.callbacks.size());
+            for (const auto& entry : r.callbacks) {
+                callbacks.push_back(entry.second);
+            }
+        }
+    }
+    mEnableInstrumentation = enabled;
+    mInstrumentationCallbacks = std::move(callbacks);
+    if (log) {
+        std::fprintf(stderr, "instrumentation of %s::%s %s (%zu callbacks)\n",
+                     mInstrumentationPackage.c_str(), mInstrumentationInterface.c_str(),
+                     enabled ? "enabled" : "disabled", mInstrumentationCallbacks.size());
+    }
+}
+
+}  // namespace details
+}  // namespace hardware
+}  // namespace android
