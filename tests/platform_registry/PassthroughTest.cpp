@@ -6,8 +6,10 @@
 #include <hidl/Static.h>
 #include <hidl_host/ServiceRegistry.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <string>
+#include <vector>
 
 #include "TestInterfaces.h"
 
@@ -125,6 +127,21 @@ TEST_F(PassthroughLoader, LoadsTheImplementationForTheInstance) {
     sp<ITest> b = load(ITest::kDescriptor, "second");
     ASSERT_NE(b, nullptr);
     EXPECT_EQ(b->instance(), "second");
+
+    // Loads are recorded with the default registry for debugDump.
+    std::vector<std::string> clients;
+    ASSERT_TRUE(::android::hardware::defaultServiceManager()
+                        ->debugDump([&](const auto& infos) {
+                            for (size_t i = 0; i < infos.size(); ++i) {
+                                if (infos[i].clientPids.size() == 1) {
+                                    clients.push_back(std::string(infos[i].interfaceName) + "/" +
+                                                      std::string(infos[i].instanceName));
+                                }
+                            }
+                        })
+                        .isOk());
+    EXPECT_NE(std::find(clients.begin(), clients.end(), "vendor.zuv.test@1.0::ITest/second"),
+              clients.end());
 
     // The passthrough registry view answers the same.
     Return<sp<IBase>> viaManager =

@@ -19,6 +19,9 @@ namespace android {
 namespace hardware {
 namespace details {
 
+// Listeners are called on the registering thread after the registry's lock
+// is released, so they may use the registry; two registrations racing each
+// other may therefore reach a listener in either order.
 class InProcessServiceManager : public ::android::hidl::manager::V1_0::IServiceManager {
   public:
     using IBase = ::android::hidl::base::V1_0::IBase;

@@ -155,7 +155,15 @@ namespace details {
 
 sp<IBase> getRawServiceInternal(const std::string& descriptor, const std::string& instance,
                                 bool retry, bool getStub) {
-    if (getStub) return fetchPassthroughService(descriptor, instance);
+    if (getStub) {
+        sp<IBase> stub = fetchPassthroughService(descriptor, instance);
+        if (stub != nullptr) {
+            // Bookkeeping only (debugDump): a failure to record it is not the caller's.
+            sp<IServiceManager> sm = defaultServiceManager();
+            if (sm != nullptr) (void)sm->registerPassthroughClient(descriptor, instance).isOk();
+        }
+        return stub;
+    }
 
     sp<IServiceManager> sm = defaultServiceManager();
     if (sm == nullptr) return nullptr;
