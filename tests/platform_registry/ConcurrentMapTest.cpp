@@ -5,8 +5,6 @@
 #include <functional>
 #include <memory>
 #include <string>
-#include <thread>
-#include <vector>
 
 using android::hardware::ConcurrentMap;
 
@@ -47,26 +45,6 @@ TEST(ConcurrentMap, ReplacedValueMayUseTheMapWhileBeingDestroyed) {
     guard.reset();
     map.set("k", [] {});  // destroys the lambda holding the last Reenter
     EXPECT_FALSE(map.contains("other"));
-}
-
-TEST(ConcurrentMap, ConcurrentWritersAndReaders) {
-    ConcurrentMap<int, int> map;
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t) {
-        threads.emplace_back([&, t] {
-            for (int i = 0; i < 1000; ++i) {
-                int key = i % 50;
-                map.set(std::move(key), t * 1000 + i);
-                (void)map.get(i % 50, -1);
-                if (i % 7 == 0) map.erase(i % 50);
-            }
-        });
-    }
-    for (auto& t : threads) t.join();
-    for (const auto& [k, v] : map.snapshot()) {
-        EXPECT_LT(k, 50);
-        EXPECT_EQ(v % 1000 % 50, k);
-    }
 }
 
 TEST(ConstructorMaps, AreProcessWideAndKeyedByDescriptor) {

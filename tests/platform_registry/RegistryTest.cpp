@@ -310,24 +310,6 @@ TEST_F(ServiceLookup, PidIsSharedOnlyWhenDebuggable) {
     EXPECT_EQ(getPidIfSharable(), -1);
 }
 
-TEST_F(ServiceLookup, DebugDumpListsRegistrationsAndPassthroughClients) {
-    ASSERT_EQ(registerAsServiceInternal(new TestService("d"), "d"), ::android::OK);
-    ASSERT_TRUE(sm->registerPassthroughClient(ITest::kDescriptor, "p").isOk());
-    std::vector<std::tuple<std::string, std::string, int32_t>> rows;
-    ASSERT_TRUE(sm->debugDump([&](const auto& infos) {
-                      for (size_t i = 0; i < infos.size(); ++i) {
-                          rows.emplace_back(infos[i].interfaceName, infos[i].instanceName,
-                                            infos[i].pid);
-                      }
-                  }).isOk());
-    std::sort(rows.begin(), rows.end());
-    int32_t self = getpid();
-    EXPECT_EQ(rows, (std::vector<std::tuple<std::string, std::string, int32_t>>{
-                            {IBase::descriptor, "d", self},
-                            {ITest::kDescriptor, "d", self},
-                            {ITest::kDescriptor, "p", -1}}));
-}
-
 TEST(ServiceManagerIdentity, DescribesItselfAndItsNotificationInterface) {
     sp<IServiceManager> sm = host::makeInProcessServiceManager();
     std::vector<std::string> chain;

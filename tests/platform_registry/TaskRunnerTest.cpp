@@ -104,12 +104,6 @@ TEST(TaskRunner, LimitCountsWaitingTasksAndRecoversAfterDraining) {
     EXPECT_EQ(ran.load(), 6);
 }
 
-TEST(TaskRunner, ZeroLimitRefusesEverything) {
-    TaskRunner runner;
-    runner.start(0);
-    EXPECT_FALSE(runner.push([] {}));
-}
-
 TEST(TaskRunner, DestructionDropsWaitingTasksAndWaitsForTheRunningOne) {
     auto runner = std::make_unique<TaskRunner>();
     runner->start(100);
