@@ -1,0 +1,195 @@
+// The base operations every interface of the package answers locally, with
+// its own descriptor and hash.
+#include <android/hidl/base/1.0/IBase.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <utils/misc.h>
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "FakeDaxAndroidServices.h"
+#include "FakeExtendedFingerprint.h"
+#include "FakeExtendedFingerprintCallback.h"
+
+namespace zuv_test {
+namespace {
+
+using ::android::hardware::hidl_array;
+using ::android::hardware::hidl_death_recipient;
+using ::android::hardware::hidl_handle;
+using ::android::hidl::base::V1_0::DebugInfo;
+using ::android::hidl::base::V1_0::IBase;
+using ::testing::ElementsAre;
+
+using Hash = std::array<uint8_t, 32>;
+
+Hash hashFromHex(const std::string& hex) {
+    Hash hash{};
+    for (size_t i = 0; i < hash.size(); ++i) {
+        hash[i] = static_cast<uint8_t>(std::stoul(hex.substr(2 * i, 2), nullptr, 16));
+    }
+    return hash;
+}
+
+const char kBaseHash[] = "ec7fd79ed02dfa85bc499426adae3ebe23ef0524f3cd6957139324b83b18ca4c";
+
+template <typename Fake>
+struct Identity;
+template <>
+struct Identity<FakeExtendedFingerprint> {
+    using Interface = fp::IZuvExtendedFingerprint;
+    static constexpr const char* kDescriptor =
+            "vendor.zuv.hardware.fingerprint@1.0::IZuvExtendedFingerprint";
+    static constexpr const char* kHash =
+            "7a603395cc5f4754d82af8c9b9cb5202b6ece595b46fdc6715a835287c5d313a";
+};
+template <>
+struct Identity<FakeExtendedFingerprintCallback> {
+    using Interface = fp::IZuvExtendedFingerprintCallback;
+    static constexpr const char* kDescriptor =
+            "vendor.zuv.hardware.fingerprint@1.0::IZuvExtendedFingerprintCallback";
+    static constexpr const char* kHash =
+            "ed2f99e64ac9288f8b6ba19ae48b1cad204c5584152e32704f36a118495aaec0";
+};
+template <>
+struct Identity<FakeDaxAndroidServices> {
+    using Interface = fp::IDaxAndroidServices;
+    static constexpr const char* kDescriptor =
+            "vendor.zuv.hardware.fingerprint@1.0::IDaxAndroidServices";
+    static constexpr const char* kHash =
+            "6a72d94f767d808a71a49cc31be0f4484e14664570f8a65d6f7045190bc75e92";
+};
+
+struct CountingRecipient : hidl_death_recipient {
+    void serviceDied(uint64_t, const ::android::wp<IBase>&) override { ++deaths; }
+    int deaths = 0;
+};
+
+std::atomic<int> gSyspropChanges{0};
+void countSyspropChange() {
+    ++gSyspropChanges;
+}
+// libutils keeps every registration, so register once per process.
+void watchSyspropChanges() {
+    static const bool registered = [] {
+        ::android::add_sysprop_change_callback(countSyspropChange, 0);
+        return true;
+    }();
+    (void)registered;
+}
+
+template <typename Fake>
+class BaseOperationsTest : public ::testing::Test {
+  protected:
+    // Called through IBase, as the proxies, stubs and the registry do.
+    sp<IBase> object_ = new Fake();
+};
+
+using Interfaces = ::testing::Types<FakeExtendedFingerprint, FakeExtendedFingerprintCallback,
+                                    FakeDaxAndroidServices>;
+TYPED_TEST_SUITE(BaseOperationsTest, Interfaces);
+
+TYPED_TEST(BaseOperationsTest, NameTheInterfaceThenTheBase) {
+    EXPECT_STREQ(Identity<TypeParam>::kDescriptor, TypeParam::descriptor);
+
+    std::vector<std::string> chain;
+    int calls = 0;
+    Return<void> ret = this->object_->interfaceChain([&](const hidl_vec<hidl_string>& names) {
+        ++calls;
+        for (const hidl_string& name : names) chain.push_back(name);
+    });
+    EXPECT_TRUE(ret.isOk());
+    EXPECT_EQ(1, calls);
+    EXPECT_THAT(chain, ElementsAre(Identity<TypeParam>::kDescriptor, IBase::descriptor));
+
+    std::string descriptor;
+    calls = 0;
+    ret = this->object_->interfaceDescriptor([&](const hidl_string& name) {
+        ++calls;
+        descriptor = name;
+    });
+    EXPECT_TRUE(ret.isOk());
+    EXPECT_EQ(1, calls);
+    EXPECT_EQ(Identity<TypeParam>::kDescriptor, descriptor);
+}
+
+TYPED_TEST(BaseOperationsTest, HashChainIsOwnHashThenBaseHash) {
+    std::vector<Hash> chain;
+    int calls = 0;
+    Return<void> ret =
+            this->object_->getHashChain([&](const hidl_vec<hidl_array<uint8_t, 32>>& hashes) {
+                ++calls;
+                for (const auto& hash : hashes) chain.push_back(hash);
+            });
+    EXPECT_TRUE(ret.isOk());
+    EXPECT_EQ(1, calls);
+    EXPECT_THAT(chain,
+                ElementsAre(hashFromHex(Identity<TypeParam>::kHash), hashFromHex(kBaseHash)));
+}
+
+TYPED_TEST(BaseOperationsTest, DebugInfoKnowsNoProcessOrAddress) {
+    int calls = 0;
+    DebugInfo info{};
+    Return<void> ret = this->object_->getDebugInfo([&](const DebugInfo& reported) {
+        ++calls;
+        info = reported;
+    });
+    EXPECT_TRUE(ret.isOk());
+    EXPECT_EQ(1, calls);
+    EXPECT_EQ(-1, info.pid);
+    EXPECT_EQ(0u, info.ptr);
+    EXPECT_EQ(DebugInfo::Architecture::IS_64BIT, info.arch);
+}
+
+TYPED_TEST(BaseOperationsTest, DeathRecipientsAreAnsweredButNotKept) {
+    sp<CountingRecipient> recipient = new CountingRecipient();
+
+    Return<bool> linkedNull = this->object_->linkToDeath(nullptr, 42);
+    Return<bool> linked = this->object_->linkToDeath(recipient, 42);
+    Return<bool> unlinkedNull = this->object_->unlinkToDeath(nullptr);
+    Return<bool> unlinked = this->object_->unlinkToDeath(recipient);
+    ASSERT_TRUE(linkedNull.isOk() && linked.isOk() && unlinkedNull.isOk() && unlinked.isOk());
+    EXPECT_FALSE(linkedNull);
+    EXPECT_TRUE(linked);
+    EXPECT_FALSE(unlinkedNull);
+    EXPECT_TRUE(unlinked);
+
+    // Nothing was registered: the object holds no reference and dying tells
+    // nobody.
+    EXPECT_EQ(1, recipient->getStrongCount());
+    this->object_.clear();
+    EXPECT_EQ(0, recipient->deaths);
+}
+
+TYPED_TEST(BaseOperationsTest, RemainingOperationsSucceedLocally) {
+    watchSyspropChanges();
+    const int before = gSyspropChanges;
+
+    EXPECT_FALSE(this->object_->isRemote());
+    EXPECT_TRUE(this->object_->ping().isOk());
+    EXPECT_TRUE(this->object_->setHALInstrumentation().isOk());
+    EXPECT_TRUE(this->object_->debug(hidl_handle(), hidl_vec<hidl_string>{"-a"}).isOk());
+    EXPECT_TRUE(this->object_->notifySyspropsChanged().isOk());
+    EXPECT_EQ(before + 1, gSyspropChanges);
+}
+
+// The identity conversion needs no transport: it hands back the same object.
+TYPED_TEST(BaseOperationsTest, IdentityCastKeepsTheObject) {
+    using Interface = typename Identity<TypeParam>::Interface;
+    sp<Interface> object = new TypeParam();
+
+    Return<sp<Interface>> same = Interface::castFrom(object);
+    ASSERT_TRUE(same.isOk());
+    EXPECT_EQ(object.get(), static_cast<sp<Interface>>(same).get());
+
+    Return<sp<Interface>> none = Interface::castFrom(sp<Interface>());
+    ASSERT_TRUE(none.isOk());
+    EXPECT_EQ(nullptr, static_cast<sp<Interface>>(none).get());
+}
+
+}  // namespace
+}  // namespace zuv_test
