@@ -1,0 +1,32 @@
+// Finding IZuvExtendedFingerprint in the service registry.
+#include <hidl/HidlTransportSupport.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/BpHwZuvExtendedFingerprint.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/IZuvExtendedFingerprint.h>
+
+namespace vendor {
+namespace zuv {
+namespace hardware {
+namespace fingerprint {
+namespace V1_0 {
+
+using ::android::sp;
+using ::android::hardware::details::getServiceInternal;
+
+// Only the retry flag differs: getService waits for the service to appear.
+sp<IZuvExtendedFingerprint> IZuvExtendedFingerprint::getService(const std::string& serviceName,
+                                                                bool getStub) {
+    return getServiceInternal<BpHwZuvExtendedFingerprint, IZuvExtendedFingerprint>(
+            serviceName, /*retry=*/true, getStub);
+}
+
+sp<IZuvExtendedFingerprint> IZuvExtendedFingerprint::tryGetService(const std::string& serviceName,
+                                                                   bool getStub) {
+    return getServiceInternal<BpHwZuvExtendedFingerprint, IZuvExtendedFingerprint>(
+            serviceName, /*retry=*/false, getStub);
+}
+
+}  // namespace V1_0
+}  // namespace fingerprint
+}  // namespace hardware
+}  // namespace zuv
+}  // namespace vendor
