@@ -1,0 +1,357 @@
+// Parcels carried through a flattened and rebuilt wire image: everything
+// arrives, in fresh memory owned by the rebuilt parcel, and the reads still
+// check what they find.
+#include <dirent.h>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <hwbinder/Binder.h>
+#include <hwbinder/IBinder.h>
+#include <sys/stat.h>
+
+#include <map>
+
+#include "ParcelTestUtil.h"
+
+namespace {
+
+using android::BAD_VALUE;
+using android::NOT_ENOUGH_DATA;
+using android::OK;
+using android::sp;
+using android::hardware::BHwBinder;
+using android::hardware::IBinder;
+using android::hardware::host::kMaxTransactionSize;
+using namespace zuv_test;
+
+TEST(WireImage, ScalarsAndStringsArriveUnchanged) {
+    Parcel in;
+    in.writeInterfaceToken("vendor.zuv.hardware.fingerprint@1.0::IZuvExtendedFingerprint");
+    in.writeInt8(-1);
+    in.writeUint16(65535);
+    in.writeInt64(INT64_MIN);
+    in.writeDouble(3.5);
+    in.writeBool(false);
+    in.writeString16(android::String16("status"));
+
+    Parcel out;
+    ASSERT_EQ(roundTrip(in, &out), OK);
+    ASSERT_EQ(out.dataSize(), in.dataSize());
+    EXPECT_EQ(memcmp(out.data(), in.data(), in.dataSize()), 0);
+    EXPECT_EQ(out.dataPosition(), 0u);
+    EXPECT_TRUE(
+            out.enforceInterface("vendor.zuv.hardware.fingerprint@1.0::IZuvExtendedFingerprint"));
+    int8_t i8;
+    uint16_t u16;
+    int64_t i64;
+    double d;
+    bool b;
+    android::String16 s;
+    ASSERT_EQ(out.readInt8(&i8), OK);
+    ASSERT_EQ(out.readUint16(&u16), OK);
+    ASSERT_EQ(out.readInt64(&i64), OK);
+    ASSERT_EQ(out.readDouble(&d), OK);
+    ASSERT_EQ(out.readBool(&b), OK);
+    ASSERT_EQ(out.readString16(&s), OK);
+    EXPECT_EQ(i8, -1);
+    EXPECT_EQ(u16, 65535);
+    EXPECT_EQ(i64, INT64_MIN);
+    EXPECT_EQ(d, 3.5);
+    EXPECT_FALSE(b);
+    EXPECT_EQ(s, android::String16("status"));
+    EXPECT_EQ(out.readInt32(nullptr), BAD_VALUE);
+}
+
+TEST(WireImage, StringsAndByteVectorsLiveInTheRebuiltParcel) {
+    const hidl_string key("calibration.key");
+    const hidl_string empty;
+    hidl_vec<uint8_t> bytes{0, 1, 2, 3, 4, 5, 6, 7, 8};
+    const hidl_vec<uint8_t> noBytes;
+
+    Parcel in;
+    ASSERT_EQ(writeString(&in, key), OK);
+    ASSERT_EQ(writeString(&in, empty), OK);
+    ASSERT_EQ(writeBytes(&in, bytes), OK);
+    ASSERT_EQ(writeBytes(&in, noBytes), OK);
+
+    WireImage image;
+    ASSERT_EQ(WireImageCodec::flatten(in, nullptr, &image), OK);
+    Parcel out;
+    ASSERT_EQ(WireImageCodec::rebuild(image.bytes.data(), image.bytes.size(), {}, nullptr, &out),
+              OK);
+    // The rebuilt parcel shares nothing with the image or the writer.
+    std::fill(image.bytes.begin(), image.bytes.end(), 0xAA);
+
+    const hidl_string* s = nullptr;
+    ASSERT_EQ(readString(out, &s), OK);
+    EXPECT_EQ(*s, key);
+    EXPECT_NE(s, &key);
+    EXPECT_NE(s->c_str(), key.c_str());
+    ASSERT_EQ(readString(out, &s), OK);
+    EXPECT_TRUE(s->empty());
+    EXPECT_STREQ(s->c_str(), "");
+
+    const hidl_vec<uint8_t>* v = nullptr;
+    ASSERT_EQ(readBytes(out, &v), OK);
+    EXPECT_EQ(*v, bytes);
+    EXPECT_NE(v->data(), bytes.data());
+    ASSERT_EQ(readBytes(out, &v), OK);
+    EXPECT_EQ(v->size(), 0u);
+    EXPECT_EQ(v->data(), nullptr);  // empty vectors keep null data
+    EXPECT_EQ(out.dataAvail(), 0u);
+}
+
+TEST(WireImage, NestedBuffersAreFixedUpAtEveryLevel) {
+    hidl_vec<hidl_string> names{"alpha", "", "gamma-gamma-gamma"};
+    Parcel in;
+    ASSERT_EQ(writeStrings(&in, names), OK);
+    // Children of the element array sit at 0, 16 and 32.
+    binder_buffer_object third;
+    memcpy(&third, in.data() + in.objects()[4], sizeof(third));
+    EXPECT_EQ(third.parent, 1u);
+    EXPECT_EQ(third.parent_offset, 32u);
+
+    Parcel out;
+    ASSERT_EQ(roundTrip(in, &out), OK);
+    const hidl_vec<hidl_string>* got = nullptr;
+    ASSERT_EQ(readStrings(out, &got), OK);
+    ASSERT_EQ(got->size(), 3u);
+    EXPECT_EQ((*got)[0], "alpha");
+    EXPECT_EQ((*got)[1], "");
+    EXPECT_EQ((*got)[2], "gamma-gamma-gamma");
+    EXPECT_NE(got->data(), names.data());
+
+    // Reading again from the start gives the same memory.
+    out.setDataPosition(0);
+    const hidl_vec<hidl_string>* again = nullptr;
+    ASSERT_EQ(readStrings(out, &again), OK);
+    EXPECT_EQ(again, got);
+}
+
+TEST(WireImage, ReadsOfARebuiltParcelStillCheckEverything) {
+    hidl_vec<uint8_t> bytes{1, 2, 3, 4};
+    Parcel in;
+    ASSERT_EQ(writeBytes(&in, bytes), OK);
+    Parcel out;
+    ASSERT_EQ(roundTrip(in, &out), OK);
+
+    size_t handle, child;
+    const void* header = nullptr;
+    const void* data = nullptr;
+    EXPECT_EQ(out.readBuffer(8, &handle, &header), BAD_VALUE);
+    ASSERT_EQ(out.readBuffer(16, &handle, &header), OK);
+    const size_t childPos = out.dataPosition();
+    EXPECT_EQ(out.readNullableEmbeddedBuffer(5, &child, handle, 0, &data), BAD_VALUE);
+    EXPECT_EQ(out.readNullableEmbeddedBuffer(4, &child, handle, 8, &data), BAD_VALUE);
+    EXPECT_EQ(out.readNullableEmbeddedBuffer(4, &child, handle + 1, 0, &data), BAD_VALUE);
+    EXPECT_EQ(out.dataPosition(), childPos);
+    ASSERT_EQ(out.readNullableEmbeddedBuffer(4, &child, handle, 0, &data), OK);
+    EXPECT_EQ(memcmp(data, bytes.data(), 4), 0);
+
+    // Truncating the received data takes the objects past the cut with it.
+    ASSERT_EQ(out.setDataSize(childPos + 8), OK);
+    out.setDataPosition(childPos);
+    EXPECT_EQ(out.readNullableEmbeddedBuffer(4, &child, handle, 0, &data), BAD_VALUE);
+    int64_t v;
+    out.setDataPosition(childPos + 4);
+    EXPECT_EQ(out.readInt64(&v), NOT_ENOUGH_DATA);
+}
+
+TEST(WireImage, StringWithoutItsTerminatorIsRefused) {
+    hidl_string s("abc");
+    Parcel in;
+    ASSERT_EQ(writeString(&in, s), OK);
+    WireImage image;
+    ASSERT_EQ(WireImageCodec::flatten(in, nullptr, &image), OK);
+    ImageView view{image.bytes};
+    // The character data is the second buffer: 16 bytes of header first.
+    const size_t chars = view.buffersStart() + 16;
+    ASSERT_EQ(image.bytes[chars + 3], '\0');
+    image.bytes[chars + 3] = 'd';
+
+    Parcel out;
+    ASSERT_EQ(WireImageCodec::rebuild(image.bytes.data(), image.bytes.size(), {}, nullptr, &out),
+              OK);
+    const hidl_string* got = nullptr;
+    EXPECT_EQ(readString(out, &got), BAD_VALUE);
+}
+
+TEST(WireImage, EmptyParcelAndOversizeParcel) {
+    Parcel empty;
+    Parcel out;
+    ASSERT_EQ(roundTrip(empty, &out), OK);
+    EXPECT_EQ(out.dataSize(), 0u);
+
+    std::vector<uint8_t> big(kMaxTransactionSize);
+    Parcel in;
+    size_t h;
+    ASSERT_EQ(in.writeBuffer(big.data(), big.size(), &h), OK);
+    WireImage image;
+    EXPECT_NE(WireImageCodec::flatten(in, nullptr, &image), OK);
+    EXPECT_TRUE(image.bytes.empty());
+
+    // Just under the limit still travels.
+    Parcel fits;
+    ASSERT_EQ(fits.writeBuffer(big.data(), kMaxTransactionSize - 4096, &h), OK);
+    ASSERT_EQ(roundTrip(fits, &out), OK);
+    const void* data = nullptr;
+    ASSERT_EQ(out.readBuffer(kMaxTransactionSize - 4096, &h, &data), OK);
+}
+
+size_t openFdCount() {
+    size_t n = 0;
+    DIR* dir = opendir("/proc/self/fd");
+    while (readdir(dir) != nullptr) ++n;
+    closedir(dir);
+    return n;
+}
+
+ino_t inodeOf(int fd) {
+    struct stat st {};
+    fstat(fd, &st);
+    return st.st_ino;
+}
+
+TEST(WireImage, NativeHandleFdsTravelOutOfBandAndAreOwnedByTheParcel) {
+    int pipeFds[2];
+    ASSERT_EQ(pipe(pipeFds), 0);
+    native_handle_t* nh = native_handle_create(2, 2);
+    nh->data[0] = pipeFds[0];
+    nh->data[1] = pipeFds[1];
+    nh->data[2] = 11;
+    nh->data[3] = 22;
+
+    // A top-level handle and one embedded in a record at offset 8.
+    struct Record {
+        uint64_t head;
+        android::hardware::hidl_handle h;
+    } record{5, android::hardware::hidl_handle(nh)};
+    Parcel in;
+    ASSERT_EQ(in.writeNativeHandleNoDup(nh), OK);
+    size_t parent;
+    ASSERT_EQ(in.writeBuffer(&record, sizeof(record), &parent), OK);
+    ASSERT_EQ(android::hardware::writeEmbeddedToParcel(record.h, &in, parent, 8), OK);
+
+    WireImage image;
+    ASSERT_EQ(WireImageCodec::flatten(in, nullptr, &image), OK);
+    ASSERT_EQ(image.fds.size(), 4u);
+    EXPECT_EQ(image.fds[0], pipeFds[0]);
+
+    const size_t before = openFdCount();
+    {
+        Parcel out;
+        ASSERT_EQ(WireImageCodec::rebuild(image.bytes.data(), image.bytes.size(), dupFds(image.fds),
+                                          nullptr, &out),
+                  OK);
+        EXPECT_EQ(openFdCount(), before + 4);
+        const native_handle_t* got = nullptr;
+        ASSERT_EQ(out.readNativeHandleNoDup(&got), OK);
+        ASSERT_NE(got, nh);
+        EXPECT_EQ(got->numFds, 2);
+        EXPECT_EQ(got->data[2], 11);
+        EXPECT_EQ(got->data[3], 22);
+        EXPECT_NE(got->data[0], pipeFds[0]);
+        EXPECT_EQ(inodeOf(got->data[0]), inodeOf(pipeFds[0]));
+        // The received fds really are the pipe.
+        ASSERT_EQ(write(got->data[1], "z", 1), 1);
+        char c = 0;
+        ASSERT_EQ(read(pipeFds[0], &c, 1), 1);
+        EXPECT_EQ(c, 'z');
+
+        size_t h;
+        const void* rec = nullptr;
+        ASSERT_EQ(out.readBuffer(sizeof(Record), &h, &rec), OK);
+        const auto* gotRecord = static_cast<const Record*>(rec);
+        EXPECT_EQ(gotRecord->head, 5u);
+        ASSERT_EQ(android::hardware::readEmbeddedFromParcel(gotRecord->h, out, h, 8), OK);
+        ASSERT_NE(gotRecord->h.getNativeHandle(), nullptr);
+        EXPECT_EQ(gotRecord->h->data[3], 22);
+    }
+    EXPECT_EQ(openFdCount(), before);  // the parcel closed what it owned
+
+    // A refused image closes the fds it was given too.
+    image.bytes[0] ^= 1;
+    Parcel refused;
+    EXPECT_NE(WireImageCodec::rebuild(image.bytes.data(), image.bytes.size(), dupFds(image.fds),
+                                      nullptr, &refused),
+              OK);
+    EXPECT_EQ(openFdCount(), before);
+
+    native_handle_delete(nh);
+    close(pipeFds[0]);
+    close(pipeFds[1]);
+}
+
+// Hands out small numbers for binders and accepts back only those.
+class TableTranslator : public BinderTranslator {
+  public:
+    android::status_t flattenBinder(const sp<IBinder>& binder, uint32_t* type,
+                                    uint64_t* ref) override {
+        for (auto& [id, b] : mTable) {
+            if (b == binder) {
+                *type = BINDER_TYPE_HANDLE;
+                *ref = id;
+                return OK;
+            }
+        }
+        const uint64_t id = mTable.size() + 100;
+        mTable[id] = binder;
+        *type = BINDER_TYPE_HANDLE;
+        *ref = id;
+        return OK;
+    }
+    android::status_t unflattenBinder(uint32_t type, uint64_t ref, sp<IBinder>* out) override {
+        auto it = mTable.find(ref);
+        if (type != BINDER_TYPE_HANDLE || it == mTable.end()) return android::NAME_NOT_FOUND;
+        *out = it->second;
+        return OK;
+    }
+
+  private:
+    std::map<uint64_t, sp<IBinder>> mTable;
+};
+
+TEST(WireImage, BindersGoThroughTheTranslator) {
+    sp<IBinder> a = new BHwBinder();
+    sp<IBinder> b = new BHwBinder();
+    Parcel in;
+    in.writeStrongBinder(a);
+    in.writeStrongBinder(nullptr);
+    in.writeStrongBinder(b);
+    in.writeStrongBinder(a);
+
+    TableTranslator translator;
+    WireImage image;
+    ASSERT_EQ(WireImageCodec::flatten(in, &translator, &image), OK);
+    ImageView view{image.bytes};
+    flat_binder_object wire;
+    memcpy(&wire, image.bytes.data() + view.object(0), sizeof(wire));
+    EXPECT_EQ(wire.hdr.type, BINDER_TYPE_HANDLE);
+    EXPECT_EQ(wire.binder, 100u);
+
+    Parcel out;
+    ASSERT_EQ(
+            WireImageCodec::rebuild(image.bytes.data(), image.bytes.size(), {}, &translator, &out),
+            OK);
+    EXPECT_EQ(out.readStrongBinder(), a);
+    sp<IBinder> none = a;
+    ASSERT_EQ(out.readNullableStrongBinder(&none), OK);
+    EXPECT_EQ(none, nullptr);
+    EXPECT_EQ(out.readStrongBinder(), b);
+    EXPECT_EQ(out.readStrongBinder(), a);
+
+    // Without a translator binders cannot travel; a reference the receiver
+    // never handed out is refused.
+    EXPECT_NE(WireImageCodec::flatten(in, nullptr, &image), OK);
+    ASSERT_EQ(WireImageCodec::flatten(in, &translator, &image), OK);
+    ImageView forged{image.bytes};
+    wire.binder = 999;
+    memcpy(image.bytes.data() + forged.object(2), &wire, sizeof(wire));
+    EXPECT_EQ(
+            WireImageCodec::rebuild(image.bytes.data(), image.bytes.size(), {}, &translator, &out),
+            android::NAME_NOT_FOUND);
+    EXPECT_EQ(out.dataSize(), 0u);
+    EXPECT_EQ(WireImageCodec::rebuild(image.bytes.data(), image.bytes.size(), {}, nullptr, &out),
+              BAD_VALUE);
+}
+
+}  // namespace
