@@ -1,0 +1,135 @@
+// Shared pieces of the frame tests: a binder that records what a proxy sends
+// and answers with a scripted reply, the loopback wiring of a proxy to a stub,
+// and the registration of the stubs the interface codec needs.
+#pragma once
+
+#include <hidl/HidlBinderSupport.h>
+#include <hidl/Static.h>
+#include <hidl_host/Loopback.h>
+#include <hidl_host/WireImage.h>
+#include <hwbinder/Binder.h>
+#include <hwbinder/Parcel.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/BnHwDaxAndroidServices.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/BnHwZuvExtendedFingerprint.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/BnHwZuvExtendedFingerprintCallback.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/BpHwDaxAndroidServices.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/BpHwZuvExtendedFingerprint.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/BpHwZuvExtendedFingerprintCallback.h>
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+namespace zuv_test {
+
+namespace fp = ::vendor::zuv::hardware::fingerprint::V1_0;
+using ::android::OK;
+using ::android::sp;
+using ::android::status_t;
+using ::android::hardware::BHwBinder;
+using ::android::hardware::IBinder;
+using ::android::hardware::Parcel;
+
+// Keeps binders found in a recorded request by index, so the copy can be
+// rebuilt without a transport.
+class IndexTranslator : public ::android::hardware::host::BinderTranslator {
+  public:
+    status_t flattenBinder(const sp<IBinder>& binder, uint32_t* type, uint64_t* ref) override {
+        mBinders.push_back(binder);
+        *type = BINDER_TYPE_HANDLE;
+        *ref = mBinders.size() - 1;
+        return OK;
+    }
+    status_t unflattenBinder(uint32_t, uint64_t ref, sp<IBinder>* out) override {
+        if (ref >= mBinders.size()) return ::android::BAD_VALUE;
+        *out = mBinders[ref];
+        return OK;
+    }
+
+  private:
+    std::vector<sp<IBinder>> mBinders;
+};
+
+// Copies a parcel into fresh memory through the wire image, as a transport
+// would, so that nothing in the copy points at the writer's buffers.
+inline std::unique_ptr<Parcel> copyThroughImage(const Parcel& parcel) {
+    auto translator = std::make_shared<IndexTranslator>();
+    ::android::hardware::host::WireImage image;
+    auto copy = std::make_unique<Parcel>();
+    if (::android::hardware::host::WireImageCodec::flatten(parcel, translator.get(), &image) !=
+                OK ||
+        ::android::hardware::host::WireImageCodec::rebuild(
+                image.bytes.data(), image.bytes.size(), {}, translator.get(), copy.get()) != OK) {
+        return nullptr;
+    }
+    return copy;
+}
+
+// Stands where a remote service would be: records each transaction and
+// answers through a script.
+class RecordingBinder : public BHwBinder {
+  public:
+    struct Transaction {
+        uint32_t code;
+        uint32_t flags;
+        std::unique_ptr<Parcel> request;
+    };
+    // Fills the reply and returns the transport result; `deliver` hands the
+    // reply to the proxy's reply callback, as a transport does.
+    using Responder = std::function<status_t(Parcel* reply, const std::function<void()>& deliver)>;
+
+    explicit RecordingBinder(Responder responder = nullptr) : mResponder(std::move(responder)) {}
+
+    std::vector<Transaction> transactions;
+
+  protected:
+    status_t onTransact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags,
+                        TransactCallback callback) override {
+        transactions.push_back({code, flags, copyThroughImage(data)});
+        if (!mResponder) return OK;
+        return mResponder(reply, [&] {
+            if (callback) callback(*reply);
+        });
+    }
+
+  private:
+    Responder mResponder;
+};
+
+// A reply holding an OK status followed by whatever `fill` writes.
+inline RecordingBinder::Responder replyOk(std::function<void(Parcel*)> fill = nullptr) {
+    return [fill](Parcel* reply, const std::function<void()>& deliver) {
+        ::android::hardware::writeToParcel(::android::hardware::Status::ok(), reply);
+        if (fill) fill(reply);
+        deliver();
+        return OK;
+    };
+}
+
+// A proxy of impl whose calls reach a stub through the loopback transport,
+// so requests and replies cross the wire image.
+template <typename Stub, typename Proxy, typename IType>
+sp<IType> loopbackProxy(const sp<IType>& impl, sp<IBinder>* stubOut = nullptr) {
+    sp<BHwBinder> stub = new Stub(impl);
+    if (stubOut != nullptr) *stubOut = stub;
+    return new Proxy(::android::hardware::host::loopbackProxyFor(stub));
+}
+
+// Interface arguments travel as the stubs made through the constructor map;
+// the library registers its own when it loads, this makes the tests
+// independent of that.
+inline void registerStubConstructors() {
+    auto& map = ::android::hardware::details::getBnConstructorMap();
+    map.set(fp::IZuvExtendedFingerprintCallback::descriptor, [](void* iface) -> sp<IBinder> {
+        return new fp::BnHwZuvExtendedFingerprintCallback(
+                static_cast<fp::IZuvExtendedFingerprintCallback*>(iface));
+    });
+    map.set(fp::IDaxAndroidServices::descriptor, [](void* iface) -> sp<IBinder> {
+        return new fp::BnHwDaxAndroidServices(static_cast<fp::IDaxAndroidServices*>(iface));
+    });
+    map.set(fp::IZuvExtendedFingerprint::descriptor, [](void* iface) -> sp<IBinder> {
+        return new fp::BnHwZuvExtendedFingerprint(static_cast<fp::IZuvExtendedFingerprint*>(iface));
+    });
+}
+
+}  // namespace zuv_test

@@ -1,0 +1,141 @@
+// What a call shows to tracing and instrumentation on both sides: the trace
+// markers with their names, and the events in order with the addresses of
+// the arguments and results.
+#include <gtest/gtest.h>
+#include <hidl_host/Instrumentation.h>
+
+#include <string>
+#include <vector>
+
+#include "FakeExtendedFingerprint.h"
+#include "FrameTestSupport.h"
+#include "TraceRecorder.h"
+
+namespace zuv_test {
+namespace {
+
+using ::android::hardware::hidl_string;
+using ::android::hardware::Return;
+using ::android::hardware::Void;
+namespace host = ::android::hardware::host;
+
+struct Event {
+    int event;
+    std::string where;  // package@version::interface::method
+    std::vector<std::string> values;
+    bool operator==(const Event& o) const {
+        return event == o.event && where == o.where && values == o.values;
+    }
+};
+std::ostream& operator<<(std::ostream& os, const Event& e) {
+    os << e.event << " " << e.where;
+    for (const auto& v : e.values) os << " [" << v << "]";
+    return os;
+}
+
+struct ConfigFingerprint : FakeExtendedFingerprint {
+    Return<void> getConfigValue(const hidl_string& key, getConfigValue_cb cb) override {
+        cb(std::string(key) + "!");
+        return Void();
+    }
+    Return<int32_t> cancel() override {
+        if (switchTracingOn) setHalTracing(true);
+        return 1;
+    }
+    bool switchTracingOn = false;
+};
+
+class ObservabilityTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        host::setInstrumentationEnabled(true);
+        mId = host::addInstrumentationCallback(
+                [this](auto event, const char* package, const char* version, const char* iface,
+                       const char* method, std::vector<void*>* args) {
+                    Event e{static_cast<int>(event),
+                            std::string(package) + "@" + version + "::" + iface + "::" + method,
+                            {}};
+                    // The values are strings for getConfigValue and int32 for cancel.
+                    for (void* arg : *args) {
+                        e.values.push_back(std::string(method) == "cancel"
+                                                   ? std::to_string(*static_cast<int32_t*>(arg))
+                                                   : std::string(*static_cast<hidl_string*>(arg)));
+                    }
+                    events.push_back(e);
+                });
+        impl = new ConfigFingerprint;
+        proxy = loopbackProxy<fp::BnHwZuvExtendedFingerprint, fp::BpHwZuvExtendedFingerprint>(
+                sp<fp::IZuvExtendedFingerprint>(impl));
+        takeTraceMarkers();
+    }
+    void TearDown() override {
+        host::removeInstrumentationCallback(mId);
+        host::setInstrumentationEnabled(false);
+        setHalTracing(false);
+    }
+
+    std::vector<Event> events;
+    sp<ConfigFingerprint> impl;
+    sp<fp::IZuvExtendedFingerprint> proxy;
+
+  private:
+    host::InstrumentationCallbackId mId = 0;
+};
+
+const char* kWhere = "vendor.zuv.hardware.fingerprint@1.0::IZuvExtendedFingerprint::";
+
+TEST_F(ObservabilityTest, EventsOfACallbackResultCallInOrder) {
+    std::string value;
+    ASSERT_TRUE(proxy->getConfigValue("mode", [&](const hidl_string& v) { value = v; }).isOk());
+    EXPECT_EQ("mode!", value);
+    const std::string where = std::string(kWhere) + "getConfigValue";
+    EXPECT_EQ((std::vector<Event>{{2, where, {"mode"}},
+                                  {0, where, {"mode"}},
+                                  {1, where, {"mode!"}},
+                                  {3, where, {"mode!"}}}),
+              events);
+}
+
+TEST_F(ObservabilityTest, EventsOfADirectResultCall) {
+    ASSERT_EQ(1, static_cast<int32_t>(proxy->cancel()));
+    const std::string where = std::string(kWhere) + "cancel";
+    EXPECT_EQ((std::vector<Event>{
+                      {2, where, {}}, {0, where, {}}, {1, where, {"1"}}, {3, where, {"1"}}}),
+              events);
+}
+
+TEST_F(ObservabilityTest, TraceSectionsNestClientAroundServer) {
+    setHalTracing(true);
+    ASSERT_TRUE(proxy->getConfigValue("k", [](const hidl_string&) {}).isOk());
+    ASSERT_EQ(1, static_cast<int32_t>(proxy->cancel()));
+    EXPECT_EQ((std::vector<TraceMarker>{
+                      traceBegin("HIDL::IZuvExtendedFingerprint::getConfigValue::client"),
+                      traceBegin("HIDL::IZuvExtendedFingerprint::getConfigValue::server"),
+                      traceEnd(),
+                      traceEnd(),
+                      traceBegin("HIDL::IZuvExtendedFingerprint::cancel::client"),
+                      traceBegin("HIDL::IZuvExtendedFingerprint::cancel::server"),
+                      traceEnd(),
+                      traceEnd(),
+              }),
+              takeTraceMarkers());
+}
+
+TEST_F(ObservabilityTest, TracingSwitchedOnMidCallEndsWithoutBegin) {
+    setHalTracing(false);
+    impl->switchTracingOn = true;
+    ASSERT_EQ(1, static_cast<int32_t>(proxy->cancel()));
+    EXPECT_EQ((std::vector<TraceMarker>{traceEnd(), traceEnd()}), takeTraceMarkers());
+}
+
+TEST_F(ObservabilityTest, NothingIsReportedWhenSwitchedOff) {
+    host::setInstrumentationEnabled(false);
+    auto quiet = loopbackProxy<fp::BnHwZuvExtendedFingerprint, fp::BpHwZuvExtendedFingerprint>(
+            sp<fp::IZuvExtendedFingerprint>(new ConfigFingerprint));
+    ASSERT_EQ(0, static_cast<int32_t>(quiet->testInit()));
+    EXPECT_TRUE(events.empty());
+    EXPECT_TRUE(takeTraceMarkers().empty());
+}
+
+}  // namespace
+}  // namespace zuv_test

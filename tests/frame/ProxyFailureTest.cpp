@@ -1,0 +1,189 @@
+// How a proxy reports what goes wrong: transport failures, remote
+// exceptions, short replies, dead peers, and its death-recipient bookkeeping.
+#include <gtest/gtest.h>
+#include <hidl_host/Instrumentation.h>
+
+#include <atomic>
+
+#include "FakeExtendedFingerprint.h"
+#include "FrameTestSupport.h"
+
+namespace zuv_test {
+namespace {
+
+using ::android::hardware::hidl_death_recipient;
+using ::android::hardware::hidl_string;
+using ::android::hardware::Status;
+namespace host = ::android::hardware::host;
+
+// Counts instrumentation events while alive.
+class EventCounter {
+  public:
+    EventCounter() {
+        host::setInstrumentationEnabled(true);
+        mId = host::addInstrumentationCallback(
+                [this](auto event, auto, auto, auto, auto, auto) { events.push_back(event); });
+    }
+    ~EventCounter() {
+        host::removeInstrumentationCallback(mId);
+        host::setInstrumentationEnabled(false);
+    }
+    std::vector<int> events;
+
+  private:
+    host::InstrumentationCallbackId mId;
+};
+
+TEST(ProxyFailureTest, TransportFailureBecomesTheCallStatus) {
+    EventCounter counter;
+    sp<RecordingBinder> remote = new RecordingBinder(
+            [](Parcel*, const std::function<void()>&) { return ::android::FAILED_TRANSACTION; });
+    sp<fp::IZuvExtendedFingerprint> proxy = new fp::BpHwZuvExtendedFingerprint(remote);
+
+    auto direct = proxy->cancel();
+    ASSERT_FALSE(direct.isOk());
+    EXPECT_EQ(Status::EX_TRANSACTION_FAILED, direct.getStatus().exceptionCode());
+    EXPECT_EQ(::android::FAILED_TRANSACTION, direct.getStatus().transactionError());
+
+    bool called = false;
+    auto withCallback = proxy->getConfigValue("k", [&](const hidl_string&) { called = true; });
+    EXPECT_FALSE(withCallback.isOk());
+    EXPECT_FALSE(called);
+
+    EXPECT_FALSE(proxy->setConfigValue("k", "v").isOk());
+    // Entry events only: no exit is reported for a failed call.
+    EXPECT_EQ((std::vector<int>{2, 2, 2}), counter.events);
+}
+
+TEST(ProxyFailureTest, RemoteExceptionIsHandedOverUnchanged) {
+    EventCounter counter;
+    sp<RecordingBinder> remote =
+            new RecordingBinder([](Parcel* reply, const std::function<void()>& deliver) {
+                ::android::hardware::writeToParcel(
+                        Status::fromExceptionCode(Status::EX_ILLEGAL_STATE, "sensor busy"), reply);
+                reply->writeInt32(99);  // must not be read
+                deliver();
+                return OK;
+            });
+    sp<fp::IZuvExtendedFingerprint> proxy = new fp::BpHwZuvExtendedFingerprint(remote);
+
+    auto direct = proxy->testInit();
+    ASSERT_FALSE(direct.isOk());
+    EXPECT_EQ(Status::EX_ILLEGAL_STATE, direct.getStatus().exceptionCode());
+    EXPECT_STREQ("sensor busy", direct.getStatus().exceptionMessage());
+
+    bool called = false;
+    auto withCallback = proxy->testParamGet(1, [&](const hidl_string&) { called = true; });
+    ASSERT_FALSE(withCallback.isOk());
+    EXPECT_EQ(Status::EX_ILLEGAL_STATE, withCallback.getStatus().exceptionCode());
+    EXPECT_FALSE(called);
+    EXPECT_EQ((std::vector<int>{2, 2}), counter.events);
+}
+
+TEST(ProxyFailureTest, ShortReplies) {
+    // OK status and nothing after it.
+    sp<RecordingBinder> remote = new RecordingBinder(replyOk());
+    sp<fp::IZuvExtendedFingerprint> proxy = new fp::BpHwZuvExtendedFingerprint(remote);
+
+    // A direct result that is missing is a failure...
+    auto direct = proxy->cancel();
+    EXPECT_FALSE(direct.isOk());
+    // ...but a missing callback result is deliberately let through: OK,
+    // and the caller's callback is never called.
+    bool called = false;
+    auto withCallback = proxy->getConfigValue("key", [&](const hidl_string&) { called = true; });
+    EXPECT_TRUE(withCallback.isOk());
+    EXPECT_FALSE(called);
+    // A string header whose character data is missing is just as short.
+    sp<RecordingBinder> headerOnly = new RecordingBinder(replyOk([](Parcel* reply) {
+        static hidl_string value("abc");
+        size_t handle = 0;
+        reply->writeBuffer(&value, sizeof(value), &handle);
+    }));
+    sp<fp::IZuvExtendedFingerprint> proxy2 = new fp::BpHwZuvExtendedFingerprint(headerOnly);
+    EXPECT_TRUE(proxy2->getConfigValue("key", [&](const hidl_string&) { called = true; }).isOk());
+    EXPECT_FALSE(called);
+}
+
+TEST(ProxyFailureTest, OnewayReadsNoReply) {
+    EventCounter counter;
+    // Even an exception in the reply is not looked at.
+    sp<RecordingBinder> remote =
+            new RecordingBinder([](Parcel* reply, const std::function<void()>&) {
+                ::android::hardware::writeToParcel(Status::fromExceptionCode(-5, "no"), reply);
+                return OK;
+            });
+    sp<fp::IDaxAndroidServices> proxy = new fp::BpHwDaxAndroidServices(remote);
+    EXPECT_TRUE(proxy->showLivenessAlert().isOk());
+    EXPECT_EQ((std::vector<int>{2, 3}), counter.events);
+}
+
+// A remote binder whose death-link answers are scripted.
+class LinkScriptBinder : public RecordingBinder {
+  public:
+    status_t linkResult = OK;
+    int unlinkCalls = 0;
+    status_t linkToDeath(const sp<DeathRecipient>&, void*, uint32_t) override { return linkResult; }
+    status_t unlinkToDeath(const ::android::wp<DeathRecipient>&, void*, uint32_t,
+                           ::android::wp<DeathRecipient>*) override {
+        ++unlinkCalls;
+        return OK;
+    }
+};
+
+struct CountingRecipient : hidl_death_recipient {
+    void serviceDied(uint64_t cookie,
+                     const ::android::wp<::android::hidl::base::V1_0::IBase>&) override {
+        ++deaths;
+        lastCookie = cookie;
+    }
+    std::atomic<int> deaths{0};
+    uint64_t lastCookie = 0;
+};
+
+TEST(ProxyDeathTest, RefusedLinkIsStillRememberedForUnlink) {
+    sp<LinkScriptBinder> remote = new LinkScriptBinder;
+    remote->linkResult = ::android::INVALID_OPERATION;
+    sp<fp::IZuvExtendedFingerprint> proxy = new fp::BpHwZuvExtendedFingerprint(remote);
+    sp<CountingRecipient> recipient = new CountingRecipient;
+    EXPECT_FALSE(proxy->linkToDeath(recipient, 1));
+    EXPECT_TRUE(proxy->unlinkToDeath(recipient));
+    EXPECT_EQ(1, remote->unlinkCalls);
+    EXPECT_FALSE(proxy->unlinkToDeath(recipient));  // nothing left to find
+    EXPECT_EQ(1, remote->unlinkCalls);
+}
+
+TEST(ProxyDeathTest, UnlinkRemovesOneRegistrationAtATime) {
+    sp<LinkScriptBinder> remote = new LinkScriptBinder;
+    sp<fp::IZuvExtendedFingerprint> proxy = new fp::BpHwZuvExtendedFingerprint(remote);
+    sp<CountingRecipient> a = new CountingRecipient;
+    sp<CountingRecipient> b = new CountingRecipient;
+    EXPECT_TRUE(proxy->linkToDeath(a, 1));
+    EXPECT_TRUE(proxy->linkToDeath(a, 2));
+    EXPECT_TRUE(proxy->linkToDeath(b, 3));
+    EXPECT_TRUE(proxy->unlinkToDeath(a));
+    EXPECT_TRUE(proxy->unlinkToDeath(a));
+    EXPECT_FALSE(proxy->unlinkToDeath(a));
+    EXPECT_FALSE(proxy->unlinkToDeath(nullptr));
+    EXPECT_TRUE(proxy->unlinkToDeath(b));
+}
+
+TEST(ProxyDeathTest, PeerDeathFailsCallsAndTellsRecipientsOnce) {
+    sp<fp::IZuvExtendedFingerprint> impl = new FakeExtendedFingerprint;
+    sp<IBinder> stub;
+    auto proxy = loopbackProxy<fp::BnHwZuvExtendedFingerprint, fp::BpHwZuvExtendedFingerprint>(
+            impl, &stub);
+    sp<CountingRecipient> recipient = new CountingRecipient;
+    ASSERT_TRUE(proxy->linkToDeath(recipient, 0xC00C1E));
+    ASSERT_TRUE(proxy->cancel().isOk());
+
+    ASSERT_TRUE(::android::hardware::host::killLoopbackTarget(stub));
+    auto after = proxy->cancel();
+    EXPECT_TRUE(after.isDeadObject());
+    ::android::hardware::host::killLoopbackTarget(stub);
+    EXPECT_EQ(1, recipient->deaths.load());
+    EXPECT_EQ(0xC00C1Eu, recipient->lastCookie);
+}
+
+}  // namespace
+}  // namespace zuv_test

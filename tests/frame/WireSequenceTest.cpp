@@ -1,0 +1,276 @@
+// The exact items a proxy writes into a request and a stub writes into a
+// reply: order, encoding, buffer sizes, parent handles and offsets.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "FakeDaxAndroidServices.h"
+#include "FakeExtendedFingerprint.h"
+#include "FakeExtendedFingerprintCallback.h"
+#include "FrameTestSupport.h"
+
+namespace zuv_test {
+namespace {
+
+using ::android::hardware::hidl_string;
+using ::android::hardware::hidl_vec;
+using ::android::hardware::Return;
+using ::android::hardware::Void;
+
+// One object of a parcel as the wire sees it.
+struct WireObject {
+    uint32_t type;
+    size_t length = 0;       // buffers
+    bool hasParent = false;  // buffers
+    size_t parent = 0;
+    size_t parentOffset = 0;
+    bool operator==(const WireObject& o) const {
+        return type == o.type && length == o.length && hasParent == o.hasParent &&
+               parent == o.parent && parentOffset == o.parentOffset;
+    }
+};
+
+std::ostream& operator<<(std::ostream& os, const WireObject& o) {
+    return os << "{type " << std::hex << o.type << std::dec << " len " << o.length << " parent "
+              << (o.hasParent ? std::to_string(o.parent) : "-") << "@" << o.parentOffset << "}";
+}
+
+WireObject buffer(size_t length) {
+    return {BINDER_TYPE_PTR, length, false, 0, 0};
+}
+WireObject child(size_t length, size_t parent, size_t offset) {
+    return {BINDER_TYPE_PTR, length, true, parent, offset};
+}
+
+std::vector<WireObject> objectsOf(const Parcel& parcel) {
+    std::vector<WireObject> out;
+    for (size_t i = 0; i < parcel.objectsCount(); ++i) {
+        const uint8_t* at = parcel.data() + parcel.objects()[i];
+        binder_object_header header;
+        std::memcpy(&header, at, sizeof(header));
+        WireObject object{header.type};
+        if (header.type == BINDER_TYPE_PTR) {
+            binder_buffer_object b;
+            std::memcpy(&b, at, sizeof(b));
+            object.length = b.length;
+            object.hasParent = (b.flags & BINDER_BUFFER_FLAG_HAS_PARENT) != 0;
+            object.parent = object.hasParent ? b.parent : 0;
+            object.parentOffset = object.hasParent ? b.parent_offset : 0;
+        }
+        out.push_back(object);
+    }
+    return out;
+}
+
+// Sits between a proxy and a stub and keeps a copy of each request and reply.
+class TapBinder : public BHwBinder {
+  public:
+    explicit TapBinder(const sp<IBinder>& target) : mTarget(target) {}
+
+    std::unique_ptr<Parcel> request;
+    std::unique_ptr<Parcel> reply;
+    uint32_t flags = 0;
+
+  protected:
+    status_t onTransact(uint32_t code, const Parcel& data, Parcel* replyParcel, uint32_t f,
+                        TransactCallback callback) override {
+        request = copyThroughImage(data);
+        flags = f;
+        bool delivered = false;
+        status_t err = mTarget->transact(code, data, replyParcel, f, [&](Parcel& r) {
+            delivered = true;
+            reply = copyThroughImage(r);
+            r.setDataPosition(0);
+            if (callback) callback(r);
+        });
+        if (!delivered) reply = copyThroughImage(*replyParcel);
+        return err;
+    }
+
+  private:
+    sp<IBinder> mTarget;
+};
+
+template <typename Stub, typename Proxy, typename IType>
+sp<IType> tappedProxy(const sp<IType>& impl, sp<TapBinder>* tap) {
+    *tap = new TapBinder(new Stub(impl));
+    return new Proxy(*tap);
+}
+
+// Reads past the interface token; fails the test when it is not `expected`.
+void expectToken(const Parcel& parcel, const char* expected) {
+    parcel.setDataPosition(0);
+    EXPECT_TRUE(parcel.enforceInterface(expected));
+}
+
+// Reads past a reply's OK status.
+void expectOkStatus(const Parcel& parcel) {
+    parcel.setDataPosition(0);
+    int32_t exception = -1;
+    ASSERT_EQ(OK, parcel.readInt32(&exception));
+    EXPECT_EQ(0, exception);
+}
+
+std::string readStringItem(const Parcel& parcel) {
+    size_t handle = 0;
+    const void* header = nullptr;
+    if (parcel.readBuffer(16, &handle, &header) != OK) return "<no header>";
+    const auto* s = static_cast<const hidl_string*>(header);
+    if (::android::hardware::readEmbeddedFromParcel(*s, parcel, handle, 0) != OK) {
+        return "<no data>";
+    }
+    return std::string(s->c_str(), s->size());
+}
+
+struct MatchRecorder : FakeExtendedFingerprint {
+    Return<int32_t> match(const sp<fp::IZuvExtendedFingerprintCallback>&, int32_t,
+                          const hidl_string&, const hidl_vec<uint8_t>&, const hidl_string&,
+                          int32_t) override {
+        return 5;
+    }
+    Return<void> enumEnrollments(enumEnrollments_cb cb) override {
+        cb(hidl_vec<hidl_string>({"a", "bb", "ccc"}));
+        return Void();
+    }
+};
+
+class WireSequenceTest : public ::testing::Test {
+  protected:
+    void SetUp() override { registerStubConstructors(); }
+};
+
+TEST_F(WireSequenceTest, MatchRequestItemsInDeclarationOrder) {
+    sp<TapBinder> tap;
+    auto proxy = tappedProxy<fp::BnHwZuvExtendedFingerprint, fp::BpHwZuvExtendedFingerprint>(
+            sp<fp::IZuvExtendedFingerprint>(new MatchRecorder), &tap);
+    sp<fp::IZuvExtendedFingerprintCallback> callback = new FakeExtendedFingerprintCallback;
+    ASSERT_EQ(5, static_cast<int32_t>(
+                         proxy->match(callback, -3, "left", hidl_vec<uint8_t>(), "", 0x7fffffff)));
+    ASSERT_NE(nullptr, tap->request);
+    EXPECT_EQ(0u, tap->flags);
+
+    const Parcel& req = *tap->request;
+    // Handles count every object, binders included.
+    std::vector<WireObject> objects = objectsOf(req);
+    ASSERT_EQ(7u, objects.size());
+    EXPECT_TRUE(objects[0].type == BINDER_TYPE_BINDER || objects[0].type == BINDER_TYPE_HANDLE);
+    objects.erase(objects.begin());
+    EXPECT_EQ((std::vector<WireObject>{buffer(16), child(5, 1, 0), buffer(16), child(0, 3, 0),
+                                       buffer(16), child(1, 5, 0)}),
+              objects);
+
+    expectToken(req, fp::IZuvExtendedFingerprint::descriptor);
+    sp<IBinder> binder;
+    ASSERT_EQ(OK, req.readNullableStrongBinder(&binder));
+    EXPECT_NE(nullptr, binder);
+    int32_t i32 = 0;
+    ASSERT_EQ(OK, req.readInt32(&i32));
+    EXPECT_EQ(-3, i32);
+    EXPECT_EQ("left", readStringItem(req));
+    size_t handle = 0;
+    const void* header = nullptr;
+    ASSERT_EQ(OK, req.readBuffer(16, &handle, &header));
+    size_t childHandle = 0;
+    const void* data = nullptr;
+    ASSERT_EQ(OK, req.readNullableEmbeddedBuffer(0, &childHandle, handle, 0, &data));
+    EXPECT_EQ("", readStringItem(req));
+    ASSERT_EQ(OK, req.readInt32(&i32));
+    EXPECT_EQ(0x7fffffff, i32);
+    EXPECT_EQ(req.dataSize(), req.dataPosition());
+
+    // The reply: status, then the int32.
+    expectOkStatus(*tap->reply);
+    ASSERT_EQ(OK, tap->reply->readInt32(&i32));
+    EXPECT_EQ(5, i32);
+}
+
+TEST_F(WireSequenceTest, NullInterfaceTravelsAsNullBinder) {
+    sp<TapBinder> tap;
+    auto proxy = tappedProxy<fp::BnHwZuvExtendedFingerprint, fp::BpHwZuvExtendedFingerprint>(
+            sp<fp::IZuvExtendedFingerprint>(new MatchRecorder), &tap);
+    proxy->retrieveDebugData(nullptr).isOk();
+    expectToken(*tap->request, fp::IZuvExtendedFingerprint::descriptor);
+    sp<IBinder> binder = new BHwBinder;
+    ASSERT_EQ(OK, tap->request->readNullableStrongBinder(&binder));
+    EXPECT_EQ(nullptr, binder);
+}
+
+TEST_F(WireSequenceTest, VectorOfStringsHangsEachStringOffItsElement) {
+    sp<TapBinder> tap;
+    auto proxy = tappedProxy<fp::BnHwZuvExtendedFingerprint, fp::BpHwZuvExtendedFingerprint>(
+            sp<fp::IZuvExtendedFingerprint>(new MatchRecorder), &tap);
+    ASSERT_TRUE(proxy->enumEnrollments([](const hidl_vec<hidl_string>&) {}).isOk());
+    EXPECT_EQ((std::vector<WireObject>{buffer(16), child(48, 0, 0), child(2, 1, 0), child(3, 1, 16),
+                                       child(4, 1, 32)}),
+              objectsOf(*tap->reply));
+}
+
+TEST_F(WireSequenceTest, MfgFieldIsSentAsSixteenBits) {
+    sp<RecordingBinder> remote = new RecordingBinder(replyOk([](Parcel* reply) {
+        static fp::FieldMfgFormat value;
+        value.text = "x";
+        size_t handle = 0;
+        reply->writeBuffer(&value, sizeof(value), &handle);
+        fp::writeEmbeddedToParcel(value, reply, handle, 0);
+    }));
+    sp<fp::IZuvExtendedFingerprint> proxy = new fp::BpHwZuvExtendedFingerprint(remote);
+    std::string text;
+    ASSERT_TRUE(
+            proxy->getMfgValue(0xFFFF, [&](const fp::FieldMfgFormat& f) { text = f.text; }).isOk());
+    EXPECT_EQ("x", text);
+    ASSERT_EQ(1u, remote->transactions.size());
+    EXPECT_EQ(51u, remote->transactions[0].code);
+    const Parcel& req = *remote->transactions[0].request;
+    expectToken(req, fp::IZuvExtendedFingerprint::descriptor);
+    uint16_t field = 0;
+    ASSERT_EQ(OK, req.readUint16(&field));
+    EXPECT_EQ(0xFFFF, field);
+}
+
+TEST_F(WireSequenceTest, CaptureDebugDataChildrenInElementOrder) {
+    sp<TapBinder> tap;
+    auto proxy = tappedProxy<fp::BnHwZuvExtendedFingerprintCallback,
+                             fp::BpHwZuvExtendedFingerprintCallback>(
+            sp<fp::IZuvExtendedFingerprintCallback>(new FakeExtendedFingerprintCallback), &tap);
+    hidl_vec<fp::CaptureDebugData> items(3);
+    items[0].text = "a";
+    items[0].bytes = hidl_vec<uint8_t>({1});
+    items[1].text = "";
+    items[2].text = "ccc";
+    items[2].bytes = hidl_vec<uint8_t>({1, 2, 3, 4});
+    ASSERT_TRUE(proxy->onCaptureDebugData(items).isOk());
+    EXPECT_EQ((std::vector<WireObject>{buffer(16), child(120, 0, 0), child(2, 1, 0),
+                                       child(1, 1, 16), child(1, 1, 40), child(0, 1, 56),
+                                       child(4, 1, 80), child(4, 1, 96)}),
+              objectsOf(*tap->request));
+    // The reply of a callback operation is the status alone.
+    expectOkStatus(*tap->reply);
+    EXPECT_EQ(tap->reply->dataSize(), tap->reply->dataPosition());
+}
+
+TEST_F(WireSequenceTest, OnewayServicesOperationsSendFlagOneAndSignedBytes) {
+    sp<RecordingBinder> remote = new RecordingBinder;
+    sp<fp::IDaxAndroidServices> proxy = new fp::BpHwDaxAndroidServices(remote);
+    ASSERT_TRUE(proxy->setWakelock(-1, 127).isOk());
+    ASSERT_TRUE(proxy->setTimer(0xFFFFFFFFu).isOk());
+    ASSERT_EQ(2u, remote->transactions.size());
+    EXPECT_EQ(2u, remote->transactions[0].code);
+    EXPECT_EQ(1u, remote->transactions[0].flags);
+    const Parcel& req = *remote->transactions[0].request;
+    expectToken(req, fp::IDaxAndroidServices::descriptor);
+    int8_t a = 0, b = 0;
+    ASSERT_EQ(OK, req.readInt8(&a));
+    ASSERT_EQ(OK, req.readInt8(&b));
+    EXPECT_EQ(-1, a);
+    EXPECT_EQ(127, b);
+    const Parcel& timer = *remote->transactions[1].request;
+    expectToken(timer, fp::IDaxAndroidServices::descriptor);
+    uint32_t value = 0;
+    ASSERT_EQ(OK, timer.readUint32(&value));
+    EXPECT_EQ(0xFFFFFFFFu, value);
+}
+
+}  // namespace
+}  // namespace zuv_test
