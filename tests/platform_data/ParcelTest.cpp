@@ -22,7 +22,7 @@ using android::hardware::BHwBinder;
 using android::hardware::IBinder;
 using namespace zuv_test;
 
-TEST(ParcelScalars, EveryScalarTakesAPaddedSlotAndReadsBack) {
+TEST(ParcelScalars, EveryScalarTakesAPaddedSlotAndSurvivesTheImage) {
     Parcel p;
     ASSERT_EQ(p.writeInt8(-2), OK);
     ASSERT_EQ(p.writeUint8(0xfe), OK);
@@ -41,7 +41,12 @@ TEST(ParcelScalars, EveryScalarTakesAPaddedSlotAndReadsBack) {
     EXPECT_EQ(p.data()[1], 0);
     EXPECT_EQ(p.data()[3], 0);
 
-    p.setDataPosition(0);
+    p.writeInterfaceToken("vendor.zuv@1.0::IFoo");
+    Parcel out;  // plain data crosses the image byte for byte
+    ASSERT_EQ(roundTrip(p, &out), OK);
+    ASSERT_EQ(out.dataSize(), p.dataSize());
+    EXPECT_EQ(memcmp(out.data(), p.data(), p.dataSize()), 0);
+
     int8_t i8;
     uint8_t u8;
     int16_t i16;
@@ -53,17 +58,17 @@ TEST(ParcelScalars, EveryScalarTakesAPaddedSlotAndReadsBack) {
     float f;
     double d;
     bool b;
-    ASSERT_EQ(p.readInt8(&i8), OK);
-    ASSERT_EQ(p.readUint8(&u8), OK);
-    ASSERT_EQ(p.readInt16(&i16), OK);
-    ASSERT_EQ(p.readUint16(&u16), OK);
-    ASSERT_EQ(p.readInt32(&i32), OK);
-    ASSERT_EQ(p.readUint32(&u32), OK);
-    ASSERT_EQ(p.readInt64(&i64), OK);
-    ASSERT_EQ(p.readUint64(&u64), OK);
-    ASSERT_EQ(p.readFloat(&f), OK);
-    ASSERT_EQ(p.readDouble(&d), OK);
-    ASSERT_EQ(p.readBool(&b), OK);
+    ASSERT_EQ(out.readInt8(&i8), OK);
+    ASSERT_EQ(out.readUint8(&u8), OK);
+    ASSERT_EQ(out.readInt16(&i16), OK);
+    ASSERT_EQ(out.readUint16(&u16), OK);
+    ASSERT_EQ(out.readInt32(&i32), OK);
+    ASSERT_EQ(out.readUint32(&u32), OK);
+    ASSERT_EQ(out.readInt64(&i64), OK);
+    ASSERT_EQ(out.readUint64(&u64), OK);
+    ASSERT_EQ(out.readFloat(&f), OK);
+    ASSERT_EQ(out.readDouble(&d), OK);
+    ASSERT_EQ(out.readBool(&b), OK);
     EXPECT_EQ(i8, -2);
     EXPECT_EQ(u8, 0xfe);
     EXPECT_EQ(i16, -3000);
@@ -75,7 +80,8 @@ TEST(ParcelScalars, EveryScalarTakesAPaddedSlotAndReadsBack) {
     EXPECT_EQ(f, 1.5f);
     EXPECT_EQ(d, -2.25);
     EXPECT_TRUE(b);
-    EXPECT_EQ(p.dataAvail(), 0u);
+    EXPECT_TRUE(out.enforceInterface("vendor.zuv@1.0::IFoo"));
+    EXPECT_EQ(out.dataAvail(), 0u);
 }
 
 TEST(ParcelScalars, ReadingPastTheEndFailsAndLeavesThePosition) {

@@ -23,44 +23,6 @@ using android::hardware::IBinder;
 using android::hardware::host::kMaxTransactionSize;
 using namespace zuv_test;
 
-TEST(WireImage, ScalarsAndStringsArriveUnchanged) {
-    Parcel in;
-    in.writeInterfaceToken("vendor.zuv.hardware.fingerprint@1.0::IZuvExtendedFingerprint");
-    in.writeInt8(-1);
-    in.writeUint16(65535);
-    in.writeInt64(INT64_MIN);
-    in.writeDouble(3.5);
-    in.writeBool(false);
-    in.writeString16(android::String16("status"));
-
-    Parcel out;
-    ASSERT_EQ(roundTrip(in, &out), OK);
-    ASSERT_EQ(out.dataSize(), in.dataSize());
-    EXPECT_EQ(memcmp(out.data(), in.data(), in.dataSize()), 0);
-    EXPECT_EQ(out.dataPosition(), 0u);
-    EXPECT_TRUE(
-            out.enforceInterface("vendor.zuv.hardware.fingerprint@1.0::IZuvExtendedFingerprint"));
-    int8_t i8;
-    uint16_t u16;
-    int64_t i64;
-    double d;
-    bool b;
-    android::String16 s;
-    ASSERT_EQ(out.readInt8(&i8), OK);
-    ASSERT_EQ(out.readUint16(&u16), OK);
-    ASSERT_EQ(out.readInt64(&i64), OK);
-    ASSERT_EQ(out.readDouble(&d), OK);
-    ASSERT_EQ(out.readBool(&b), OK);
-    ASSERT_EQ(out.readString16(&s), OK);
-    EXPECT_EQ(i8, -1);
-    EXPECT_EQ(u16, 65535);
-    EXPECT_EQ(i64, INT64_MIN);
-    EXPECT_EQ(d, 3.5);
-    EXPECT_FALSE(b);
-    EXPECT_EQ(s, android::String16("status"));
-    EXPECT_EQ(out.readInt32(nullptr), BAD_VALUE);
-}
-
 TEST(WireImage, StringsAndByteVectorsLiveInTheRebuiltParcel) {
     const hidl_string key("calibration.key");
     const hidl_string empty;
