@@ -22,6 +22,8 @@
 #include <type_traits>
 #include <utility>
 
+#include "types/EmbeddedVector.h"
+
 namespace vendor {
 namespace zuv {
 namespace hardware {
@@ -78,33 +80,14 @@ struct Embedded<hidl_vec<U>> {
 
     static status_t write(const hidl_vec<U>& vec, Parcel* parcel, size_t parentHandle,
                           size_t parentOffset) {
-        size_t childHandle = 0;
-        status_t err = parcel->writeEmbeddedBuffer(vec.data(), sizeof(U) * vec.size(), &childHandle,
-                                                   parentHandle,
-                                                   parentOffset + hidl_vec<U>::kOffsetOfBuffer);
-        if (err != OK || !Embedded<U>::kHasChildren) return err;
-        for (size_t i = 0; i < vec.size(); ++i) {
-            err = Embedded<U>::write(vec[i], parcel, childHandle, i * sizeof(U));
-            if (err != OK) return err;
-        }
-        return OK;
+        return V1_0::writeEmbeddedVector(vec, parcel, parentHandle,
+                                         parentOffset + hidl_vec<U>::kOffsetOfBuffer);
     }
 
     static status_t read(const hidl_vec<U>& vec, const Parcel& parcel, size_t parentHandle,
                          size_t parentOffset) {
-        size_t childHandle = 0;
-        const void* elements = nullptr;
-        status_t err = parcel.readNullableEmbeddedBuffer(
-                sizeof(U) * vec.size(), &childHandle, parentHandle,
-                parentOffset + hidl_vec<U>::kOffsetOfBuffer, &elements);
-        if (err != OK || !Embedded<U>::kHasChildren) return err;
-        if (vec.size() != 0 && elements == nullptr) return ::android::BAD_VALUE;
-        const U* array = static_cast<const U*>(elements);
-        for (size_t i = 0; i < vec.size(); ++i) {
-            err = Embedded<U>::read(array[i], parcel, childHandle, i * sizeof(U));
-            if (err != OK) return err;
-        }
-        return OK;
+        return V1_0::readEmbeddedVector(vec, parcel, parentHandle,
+                                        parentOffset + hidl_vec<U>::kOffsetOfBuffer);
     }
 };
 
