@@ -504,75 +504,45 @@ status_t Parcel::readBufferObject(bool embedded, size_t parent_buffer_handle, si
     return OK;
 }
 
-namespace {
-
-// Shared tail of the four buffer reads: size and null checks.
-status_t checkBuffer(const void* buffer, size_t length, size_t expected, bool nullable) {
-    if (buffer == nullptr && !nullable) return UNEXPECTED_NULL;
-    if (length != expected) return BAD_VALUE;
-    return OK;
-}
-
-}  // namespace
-
-status_t Parcel::readBuffer(size_t buffer_size, size_t* buffer_handle,
-                            const void** buffer_out) const {
+status_t Parcel::readCheckedBuffer(bool embedded, bool nullable, size_t buffer_size,
+                                   size_t parent_buffer_handle, size_t parent_offset,
+                                   size_t* buffer_handle, const void** buffer_out) const {
     size_t handle, length;
     const void* buffer;
-    status_t err = readBufferObject(false, 0, 0, &handle, &buffer, &length);
-    if (err == OK) err = checkBuffer(buffer, length, buffer_size, false);
+    status_t err = readBufferObject(embedded, parent_buffer_handle, parent_offset, &handle, &buffer,
+                                    &length);
     if (err != OK) return err;
+    if (buffer == nullptr && !nullable) return UNEXPECTED_NULL;
+    if (length != buffer_size) return BAD_VALUE;
     mDataPos += sizeof(binder_buffer_object);
     mNextObjectHint = handle + 1;
     *buffer_handle = handle;
     *buffer_out = buffer;
     return OK;
+}
+
+status_t Parcel::readBuffer(size_t buffer_size, size_t* buffer_handle,
+                            const void** buffer_out) const {
+    return readCheckedBuffer(false, false, buffer_size, 0, 0, buffer_handle, buffer_out);
 }
 
 status_t Parcel::readNullableBuffer(size_t buffer_size, size_t* buffer_handle,
                                     const void** buffer_out) const {
-    size_t handle, length;
-    const void* buffer;
-    status_t err = readBufferObject(false, 0, 0, &handle, &buffer, &length);
-    if (err == OK) err = checkBuffer(buffer, length, buffer_size, true);
-    if (err != OK) return err;
-    mDataPos += sizeof(binder_buffer_object);
-    mNextObjectHint = handle + 1;
-    *buffer_handle = handle;
-    *buffer_out = buffer;
-    return OK;
+    return readCheckedBuffer(false, true, buffer_size, 0, 0, buffer_handle, buffer_out);
 }
 
 status_t Parcel::readEmbeddedBuffer(size_t buffer_size, size_t* buffer_handle,
                                     size_t parent_buffer_handle, size_t parent_offset,
                                     const void** buffer_out) const {
-    size_t handle, length;
-    const void* buffer;
-    status_t err =
-            readBufferObject(true, parent_buffer_handle, parent_offset, &handle, &buffer, &length);
-    if (err == OK) err = checkBuffer(buffer, length, buffer_size, false);
-    if (err != OK) return err;
-    mDataPos += sizeof(binder_buffer_object);
-    mNextObjectHint = handle + 1;
-    *buffer_handle = handle;
-    *buffer_out = buffer;
-    return OK;
+    return readCheckedBuffer(true, false, buffer_size, parent_buffer_handle, parent_offset,
+                             buffer_handle, buffer_out);
 }
 
 status_t Parcel::readNullableEmbeddedBuffer(size_t buffer_size, size_t* buffer_handle,
                                             size_t parent_buffer_handle, size_t parent_offset,
                                             const void** buffer_out) const {
-    size_t handle, length;
-    const void* buffer;
-    status_t err =
-            readBufferObject(true, parent_buffer_handle, parent_offset, &handle, &buffer, &length);
-    if (err == OK) err = checkBuffer(buffer, length, buffer_size, true);
-    if (err != OK) return err;
-    mDataPos += sizeof(binder_buffer_object);
-    mNextObjectHint = handle + 1;
-    *buffer_handle = handle;
-    *buffer_out = buffer;
-    return OK;
+    return readCheckedBuffer(true, true, buffer_size, parent_buffer_handle, parent_offset,
+                             buffer_handle, buffer_out);
 }
 
 status_t Parcel::readNullableStrongBinder(sp<IBinder>* val) const {

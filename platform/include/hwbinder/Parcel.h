@@ -152,8 +152,13 @@ class Parcel {
     status_t writeObject(const void* object, size_t size, size_t* index);
     // Index of the object recorded exactly at pos, if any.
     bool findObjectAt(size_t pos, size_t* index) const;
-    // The buffer object at the read position, checked against what the
-    // reader expects; advances past it on success.
+    // The buffer object at the read position, checked against the parent
+    // the reader expects; the caller moves past it once it accepts it.
+    // The buffer reads: the object at the read position, then its nullness
+    // and exact size; the position moves only on success.
+    status_t readCheckedBuffer(bool embedded, bool nullable, size_t buffer_size,
+                               size_t parent_buffer_handle, size_t parent_offset,
+                               size_t* buffer_handle, const void** buffer_out) const;
     status_t readBufferObject(bool embedded, size_t parent_buffer_handle, size_t parent_offset,
                               size_t* buffer_handle, const void** buffer_out,
                               size_t* length_out) const;
