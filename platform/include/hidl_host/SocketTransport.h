@@ -1,0 +1,73 @@
+// Host-only: the binder transport between processes, over Unix domain
+// sockets. Not part of the platform API; the package never includes this
+// header.
+//
+// Every process that hands out a local object listens on its own socket in
+// the runtime directory ("p<pid>.sock", opened on the first export). The
+// service manager's process additionally serves the well-known context-object
+// socket ("hwservicemanager.sock"), through which other processes find it.
+//
+// Environment variables:
+//   ZUV_HIDL_RUNTIME_DIR  directory of the sockets (default
+//                         "$XDG_RUNTIME_DIR/zuv-hidl", or "/tmp/zuv-hidl-<uid>"
+//                         without XDG_RUNTIME_DIR). Created with mode 0700; a
+//                         directory owned by another user or open to others is
+//                         refused.
+//
+// Threads: incoming calls are served by the process's binder thread pool
+// (configureRpcThreadpool, ProcessState::startThreadPool, joinRpcThreadpool).
+// A process that configured none gets one serving thread when it first needs
+// one.
+#pragma once
+
+#include <hwbinder/Binder.h>
+#include <hwbinder/IBinder.h>
+#include <utils/Errors.h>
+#include <utils/StrongPointer.h>
+
+#include <cstddef>
+#include <string>
+
+namespace android {
+namespace hardware {
+namespace host {
+
+constexpr const char* kRuntimeDirEnvVar = "ZUV_HIDL_RUNTIME_DIR";
+constexpr const char* kContextObjectSocketName = "hwservicemanager.sock";
+
+// The runtime directory as configured (not created, not checked).
+std::string runtimeDirectory();
+
+// Makes this process serve object as the context object (handle 0) on the
+// well-known socket; any process of the same user may then call it. Fails
+// (ALREADY_EXISTS) when another live process serves it; a socket left behind
+// by a dead process is replaced. Fails with PERMISSION_DENIED when the
+// runtime directory is unsafe, BAD_VALUE for a null object.
+status_t serveContextObject(const sp<BHwBinder>& object);
+
+// A proxy to the context object of the well-known socket, or null when no
+// process serves it. The proxy keeps a connection open so the server's death
+// is noticed (its calls then fail with DEAD_OBJECT and recipients are told).
+sp<IBinder> getContextObject();
+
+// Whether binder is a proxy of this transport.
+bool isSocketBinder(const sp<IBinder>& binder);
+
+// The pid of the process serving the object behind a socket proxy; 0 for
+// anything else.
+pid_t socketBinderPid(const sp<IBinder>& binder);
+
+// Test hooks: what the transport currently holds in this process.
+struct SocketTransportStats {
+    size_t exportedNodes = 0;    // local objects some peer may still call
+    size_t grants = 0;           // (peer, node) pairs granted
+    size_t proxies = 0;          // live proxies to other processes' objects
+    size_t peers = 0;            // processes with a live connection record
+    size_t openConnections = 0;  // sockets open, both directions
+    size_t servingThreads = 0;   // threads currently serving connections
+};
+SocketTransportStats socketTransportStats();
+
+}  // namespace host
+}  // namespace hardware
+}  // namespace android
