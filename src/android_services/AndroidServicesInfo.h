@@ -3,6 +3,7 @@
 
 #include <vendor/zuv/hardware/fingerprint/1.0/BnHwDaxAndroidServices.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/BpHwDaxAndroidServices.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/BsDaxAndroidServices.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/IDaxAndroidServices.h>
 
 #include <cstddef>
@@ -19,6 +20,7 @@ template <>
 struct InterfaceInfo<V1_0::IDaxAndroidServices> {
     using Proxy = V1_0::BpHwDaxAndroidServices;
     using Stub = V1_0::BnHwDaxAndroidServices;
+    using Passthrough = V1_0::BsDaxAndroidServices;
     static constexpr const char* kShortName = "IDaxAndroidServices";
     static constexpr size_t kMethodCount = 5;
     // Tag of the fatal messages of the stub's callback checks.

@@ -3,6 +3,7 @@
 
 #include <vendor/zuv/hardware/fingerprint/1.0/BnHwZuvExtendedFingerprint.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/BpHwZuvExtendedFingerprint.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/BsZuvExtendedFingerprint.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/IZuvExtendedFingerprint.h>
 
 #include <cstddef>
@@ -19,6 +20,7 @@ template <>
 struct InterfaceInfo<V1_0::IZuvExtendedFingerprint> {
     using Proxy = V1_0::BpHwZuvExtendedFingerprint;
     using Stub = V1_0::BnHwZuvExtendedFingerprint;
+    using Passthrough = V1_0::BsZuvExtendedFingerprint;
     static constexpr const char* kShortName = "IZuvExtendedFingerprint";
     static constexpr size_t kMethodCount = 59;
     // Tag of the fatal messages of the stub's callback checks.

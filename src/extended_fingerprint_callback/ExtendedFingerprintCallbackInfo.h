@@ -3,6 +3,7 @@
 
 #include <vendor/zuv/hardware/fingerprint/1.0/BnHwZuvExtendedFingerprintCallback.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/BpHwZuvExtendedFingerprintCallback.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/BsZuvExtendedFingerprintCallback.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/IZuvExtendedFingerprintCallback.h>
 
 #include <cstddef>
@@ -19,6 +20,7 @@ template <>
 struct InterfaceInfo<V1_0::IZuvExtendedFingerprintCallback> {
     using Proxy = V1_0::BpHwZuvExtendedFingerprintCallback;
     using Stub = V1_0::BnHwZuvExtendedFingerprintCallback;
+    using Passthrough = V1_0::BsZuvExtendedFingerprintCallback;
     static constexpr const char* kShortName = "IZuvExtendedFingerprintCallback";
     static constexpr size_t kMethodCount = 9;
     // Tag of the fatal messages of the stub's callback checks.

@@ -41,12 +41,18 @@ class CallInstrumentation {
     template <typename... Values>
     void report(InstrumentationEvent event, const char* interfaceName, const char* method,
                 const Values&... values) const {
+        reportAs(event, kPackageName, kPackageVersion, interfaceName, method, values...);
+    }
+
+    // The same under another package's names: a wrapper reports the base
+    // operations it forwards as the base interface's.
+    template <typename... Values>
+    void reportAs(InstrumentationEvent event, const char* package, const char* version,
+                  const char* interfaceName, const char* method, const Values&... values) const {
         if (!mEnabled) return;
         std::vector<void*> args{const_cast<void*>(static_cast<const void*>(&values))...};
         for (const auto& callback : mCallbacks) {
-            if (callback) {
-                callback(event, kPackageName, kPackageVersion, interfaceName, method, &args);
-            }
+            if (callback) callback(event, package, version, interfaceName, method, &args);
         }
     }
 
