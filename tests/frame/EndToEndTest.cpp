@@ -184,7 +184,6 @@ struct RecordingServices : FakeDaxAndroidServices {
 class EndToEndTest : public ::testing::Test {
   protected:
     void SetUp() override {
-        registerStubConstructors();
         impl = new EchoFingerprint;
         proxy = loopbackProxy<fp::BnHwZuvExtendedFingerprint, fp::BpHwZuvExtendedFingerprint>(
                 sp<fp::IZuvExtendedFingerprint>(impl));

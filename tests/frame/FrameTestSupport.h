@@ -1,10 +1,10 @@
 // Shared pieces of the frame tests: a binder that records what a proxy sends
-// and answers with a scripted reply, the loopback wiring of a proxy to a stub,
-// and the registration of the stubs the interface codec needs.
+// and answers with a scripted reply, and the loopback wiring of a proxy to a
+// stub. Interface arguments travel as the stubs the library registers when it
+// loads.
 #pragma once
 
 #include <hidl/HidlBinderSupport.h>
-#include <hidl/Static.h>
 #include <hidl_host/Loopback.h>
 #include <hidl_host/WireImage.h>
 #include <hwbinder/Binder.h>
@@ -113,23 +113,6 @@ sp<IType> loopbackProxy(const sp<IType>& impl, sp<IBinder>* stubOut = nullptr) {
     sp<BHwBinder> stub = new Stub(impl);
     if (stubOut != nullptr) *stubOut = stub;
     return new Proxy(::android::hardware::host::loopbackProxyFor(stub));
-}
-
-// Interface arguments travel as the stubs made through the constructor map;
-// the library registers its own when it loads, this makes the tests
-// independent of that.
-inline void registerStubConstructors() {
-    auto& map = ::android::hardware::details::getBnConstructorMap();
-    map.set(fp::IZuvExtendedFingerprintCallback::descriptor, [](void* iface) -> sp<IBinder> {
-        return new fp::BnHwZuvExtendedFingerprintCallback(
-                static_cast<fp::IZuvExtendedFingerprintCallback*>(iface));
-    });
-    map.set(fp::IDaxAndroidServices::descriptor, [](void* iface) -> sp<IBinder> {
-        return new fp::BnHwDaxAndroidServices(static_cast<fp::IDaxAndroidServices*>(iface));
-    });
-    map.set(fp::IZuvExtendedFingerprint::descriptor, [](void* iface) -> sp<IBinder> {
-        return new fp::BnHwZuvExtendedFingerprint(static_cast<fp::IZuvExtendedFingerprint*>(iface));
-    });
 }
 
 }  // namespace zuv_test

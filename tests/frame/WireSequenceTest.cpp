@@ -136,12 +136,7 @@ struct MatchRecorder : FakeExtendedFingerprint {
     }
 };
 
-class WireSequenceTest : public ::testing::Test {
-  protected:
-    void SetUp() override { registerStubConstructors(); }
-};
-
-TEST_F(WireSequenceTest, MatchRequestItemsInDeclarationOrder) {
+TEST(WireSequenceTest, MatchRequestItemsInDeclarationOrder) {
     sp<TapBinder> tap;
     auto proxy = tappedProxy<fp::BnHwZuvExtendedFingerprint, fp::BpHwZuvExtendedFingerprint>(
             sp<fp::IZuvExtendedFingerprint>(new MatchRecorder), &tap);
@@ -186,7 +181,7 @@ TEST_F(WireSequenceTest, MatchRequestItemsInDeclarationOrder) {
     EXPECT_EQ(5, i32);
 }
 
-TEST_F(WireSequenceTest, NullInterfaceTravelsAsNullBinder) {
+TEST(WireSequenceTest, NullInterfaceTravelsAsNullBinder) {
     sp<TapBinder> tap;
     auto proxy = tappedProxy<fp::BnHwZuvExtendedFingerprint, fp::BpHwZuvExtendedFingerprint>(
             sp<fp::IZuvExtendedFingerprint>(new MatchRecorder), &tap);
@@ -197,7 +192,7 @@ TEST_F(WireSequenceTest, NullInterfaceTravelsAsNullBinder) {
     EXPECT_EQ(nullptr, binder);
 }
 
-TEST_F(WireSequenceTest, VectorOfStringsHangsEachStringOffItsElement) {
+TEST(WireSequenceTest, VectorOfStringsHangsEachStringOffItsElement) {
     sp<TapBinder> tap;
     auto proxy = tappedProxy<fp::BnHwZuvExtendedFingerprint, fp::BpHwZuvExtendedFingerprint>(
             sp<fp::IZuvExtendedFingerprint>(new MatchRecorder), &tap);
@@ -207,7 +202,7 @@ TEST_F(WireSequenceTest, VectorOfStringsHangsEachStringOffItsElement) {
               objectsOf(*tap->reply));
 }
 
-TEST_F(WireSequenceTest, MfgFieldIsSentAsSixteenBits) {
+TEST(WireSequenceTest, MfgFieldIsSentAsSixteenBits) {
     sp<RecordingBinder> remote = new RecordingBinder(replyOk([](Parcel* reply) {
         static fp::FieldMfgFormat value;
         value.text = "x";
@@ -229,7 +224,7 @@ TEST_F(WireSequenceTest, MfgFieldIsSentAsSixteenBits) {
     EXPECT_EQ(0xFFFF, field);
 }
 
-TEST_F(WireSequenceTest, CaptureDebugDataChildrenInElementOrder) {
+TEST(WireSequenceTest, CaptureDebugDataChildrenInElementOrder) {
     sp<TapBinder> tap;
     auto proxy = tappedProxy<fp::BnHwZuvExtendedFingerprintCallback,
                              fp::BpHwZuvExtendedFingerprintCallback>(
@@ -250,7 +245,7 @@ TEST_F(WireSequenceTest, CaptureDebugDataChildrenInElementOrder) {
     EXPECT_EQ(tap->reply->dataSize(), tap->reply->dataPosition());
 }
 
-TEST_F(WireSequenceTest, OnewayServicesOperationsSendFlagOneAndSignedBytes) {
+TEST(WireSequenceTest, OnewayServicesOperationsSendFlagOneAndSignedBytes) {
     sp<RecordingBinder> remote = new RecordingBinder;
     sp<fp::IDaxAndroidServices> proxy = new fp::BpHwDaxAndroidServices(remote);
     ASSERT_TRUE(proxy->setWakelock(-1, 127).isOk());
