@@ -1,0 +1,394 @@
+// Calls through the in-process wrappers: oneway operations queued on another
+// thread, the queue's limit, synchronous results delivered any number of
+// times, interface arguments wrapped in turn, and the wrapper's own
+// instrumentation and base operations.
+#include <gtest/gtest.h>
+#include <hidl/Static.h>
+#include <hidl_host/Loopback.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/BnHwZuvExtendedFingerprintCallback.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/BpHwZuvExtendedFingerprintCallback.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/BsDaxAndroidServices.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/BsZuvExtendedFingerprint.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/BsZuvExtendedFingerprintCallback.h>
+
+#include <algorithm>
+#include <functional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "FakeDaxAndroidServices.h"
+#include "FakeExtendedFingerprint.h"
+#include "FakeExtendedFingerprintCallback.h"
+#include "PassthroughTestSupport.h"
+#include "TraceRecorder.h"
+
+namespace zuv_test {
+namespace {
+
+using ::android::sp;
+using ::android::hardware::hidl_string;
+using ::android::hardware::hidl_vec;
+using ::android::hardware::Return;
+using ::android::hardware::Status;
+using ::android::hardware::Void;
+
+constexpr const char* kQueueFull = "Passthrough oneway function queue exceeds maximum size.";
+constexpr const char* kCannotWrap = "Cannot wrap passthrough interface.";
+const std::string kServices = "vendor.zuv.hardware.fingerprint@1.0::IDaxAndroidServices::";
+
+// Records what reaches it and on which thread; setTimer(kHold) waits at the
+// gate so that later calls pile up behind it.
+struct QueueServices : FakeDaxAndroidServices {
+    static constexpr uint32_t kHold = 0xFFFFFFFFu;
+
+    Return<void> setTimer(uint32_t value) override {
+        if (value == kHold) gate.arriveAndWait();
+        record("timer " + std::to_string(value));
+        return Void();
+    }
+    Return<void> setWakelock(int8_t a, int8_t b) override {
+        record("wakelock " + std::to_string(a) + " " + std::to_string(b));
+        return Void();
+    }
+    Return<void> notifySyspropsChanged() override {
+        record("sysprops");
+        return Void();
+    }
+    Return<void> setHALInstrumentation() override {
+        record("instrumentation");
+        return Void();
+    }
+
+    void record(const std::string& call) {
+        std::lock_guard<std::mutex> lock(mutex);
+        calls.push_back(call);
+        threads.push_back(std::this_thread::get_id());
+        changed.notify_all();
+    }
+    bool waitForCalls(size_t count) {
+        std::unique_lock<std::mutex> lock(mutex);
+        return changed.wait_for(lock, std::chrono::seconds(30),
+                                [&] { return calls.size() >= count; });
+    }
+    std::vector<std::string> takeCalls() {
+        std::lock_guard<std::mutex> lock(mutex);
+        return calls;
+    }
+
+    Latch gate;
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::vector<std::string> calls;
+    std::vector<std::thread::id> threads;
+};
+
+class PassthroughTest : public ::testing::Test {
+  protected:
+    void SetUp() override { takeTraceMarkers(); }
+    void TearDown() override { setHalTracing(false); }
+};
+
+TEST_F(PassthroughTest, OnewayCallsReturnAtOnceAndRunInOrderOnTheQueue) {
+    EventRecorder recorder;
+    setHalTracing(true);
+    sp<QueueServices> impl = new QueueServices;
+    sp<fp::IDaxAndroidServices> wrapper = new fp::BsDaxAndroidServices(impl);
+
+    ASSERT_TRUE(wrapper->setTimer(QueueServices::kHold).isOk());
+    ASSERT_TRUE(wrapper->setWakelock(-1, 127).isOk());
+    ASSERT_TRUE(impl->gate.waitForArrival());
+    // Both calls are back while the first is still held in the implementation.
+    EXPECT_TRUE(impl->takeCalls().empty());
+    auto events = recorder.events();
+    ASSERT_EQ(2u, events.size());
+    EXPECT_EQ(8, events[0].event);
+    EXPECT_EQ(kServices + "setTimer", events[0].where);
+    EXPECT_EQ(1u, events[0].argCount);
+    EXPECT_EQ(2u, events[1].argCount);
+    EXPECT_EQ(std::this_thread::get_id(), events[1].thread);
+    // Sections begin on the caller's thread; nothing has ended them yet.
+    EXPECT_EQ((std::vector<TraceMarker>{
+                      traceBegin("HIDL::IDaxAndroidServices::setTimer::passthrough"),
+                      traceBegin("HIDL::IDaxAndroidServices::setWakelock::passthrough")}),
+              takeTraceMarkers());
+
+    impl->gate.open();
+    ASSERT_TRUE(recorder.waitFor(4));
+    EXPECT_EQ((std::vector<std::string>{"timer 4294967295", "wakelock -1 127"}), impl->takeCalls());
+    events = recorder.events();
+    for (size_t i = 2; i < 4; ++i) {
+        EXPECT_EQ(9, events[i].event);
+        EXPECT_EQ(0u, events[i].argCount);
+        EXPECT_NE(std::this_thread::get_id(), events[i].thread);
+        EXPECT_NE(std::this_thread::get_id(), impl->threads[i - 2]);
+    }
+    EXPECT_EQ((std::vector<TraceMarker>{traceEnd(), traceEnd()}), takeTraceMarkers());
+}
+
+TEST_F(PassthroughTest, FullQueueRefusesCallsUntilItDrains) {
+    sp<QueueServices> impl = new QueueServices;
+    sp<fp::IDaxAndroidServices> wrapper = new fp::BsDaxAndroidServices(impl);
+    ASSERT_TRUE(wrapper->setTimer(QueueServices::kHold).isOk());
+    ASSERT_TRUE(impl->gate.waitForArrival());
+    for (uint32_t i = 0; i < 3000; ++i) ASSERT_TRUE(wrapper->setTimer(i).isOk()) << i;
+
+    auto refused = wrapper->setTimer(7777);
+    ASSERT_FALSE(refused.isOk());
+    EXPECT_EQ(Status::EX_TRANSACTION_FAILED, refused.getStatus().exceptionCode());
+    EXPECT_STREQ(kQueueFull, refused.getStatus().exceptionMessage());
+    // The inherited oneway operation shares the queue.
+    auto syspropsRefused = wrapper->notifySyspropsChanged();
+    EXPECT_FALSE(syspropsRefused.isOk());
+
+    impl->gate.open();
+    ASSERT_TRUE(impl->waitForCalls(3001));
+    ASSERT_TRUE(wrapper->setTimer(8888).isOk());
+    ASSERT_TRUE(impl->waitForCalls(3002));
+    auto calls = impl->takeCalls();
+    EXPECT_EQ(3002u, calls.size());
+    EXPECT_EQ("timer 2999", calls[3000]);
+    EXPECT_EQ("timer 8888", calls.back());
+    EXPECT_EQ(calls.end(), std::find(calls.begin(), calls.end(), "timer 7777"));
+}
+
+// Delivers `deliveries` results through the callback.
+struct DeliveringFingerprint : FakeExtendedFingerprint {
+    Return<void> getConfigValue(const hidl_string& key, getConfigValue_cb cb) override {
+        for (int i = 0; i < deliveries; ++i) cb(std::string(key) + std::to_string(i));
+        return Void();
+    }
+    int deliveries = 1;
+};
+
+TEST_F(PassthroughTest, EachDeliveryIsReportedBeforeTheCallerSeesIt) {
+    EventRecorder recorder;
+    setHalTracing(true);
+    sp<DeliveringFingerprint> impl = new DeliveringFingerprint;
+    sp<fp::IZuvExtendedFingerprint> wrapper = new fp::BsZuvExtendedFingerprint(impl);
+    std::vector<std::string> seen;
+    auto callback = [&](const hidl_string& value) {
+        seen.push_back(std::string(value) + " after " + std::to_string(recorder.events().size()));
+    };
+
+    impl->deliveries = 0;
+    ASSERT_TRUE(wrapper->getConfigValue("k", callback).isOk());
+    EXPECT_TRUE(seen.empty());
+    EXPECT_EQ((std::vector<int>{8}), recorder.numbers());
+    EXPECT_EQ((std::vector<TraceMarker>{
+                      traceBegin("HIDL::IZuvExtendedFingerprint::getConfigValue::passthrough")}),
+              takeTraceMarkers());
+
+    impl->deliveries = 2;
+    ASSERT_TRUE(wrapper->getConfigValue("k", callback).isOk());
+    EXPECT_EQ((std::vector<std::string>{"k0 after 3", "k1 after 4"}), seen);
+    auto events = recorder.events();
+    ASSERT_EQ(4u, events.size());
+    EXPECT_EQ(9, events[2].event);
+    EXPECT_EQ(1u, events[2].argCount);
+    EXPECT_EQ(9, events[3].event);
+    EXPECT_EQ((std::vector<TraceMarker>{
+                      traceBegin("HIDL::IZuvExtendedFingerprint::getConfigValue::passthrough"),
+                      traceEnd(), traceEnd()}),
+              takeTraceMarkers());
+}
+
+struct ErrorCallback : FakeExtendedFingerprintCallback {
+    Return<void> onError(int32_t value) override {
+        errors.push_back(value);
+        return Void();
+    }
+    Return<void> onCaptureDebugData(const hidl_vec<fp::CaptureDebugData>& data) override {
+        received = &data;
+        thread = std::this_thread::get_id();
+        return Void();
+    }
+    std::vector<int32_t> errors;
+    const void* received = nullptr;
+    std::thread::id thread;
+};
+
+// Keeps the interface arguments it is given.
+struct ArgumentKeeper : FakeExtendedFingerprint {
+    Return<int32_t> registerAndroidServices(const sp<fp::IDaxAndroidServices>& s) override {
+        services = s;
+        ++calls;
+        return 34;
+    }
+    Return<int32_t> match(const sp<fp::IZuvExtendedFingerprintCallback>& cb, int32_t,
+                          const hidl_string&, const hidl_vec<uint8_t>&, const hidl_string&,
+                          int32_t) override {
+        callback = cb;
+        ++calls;
+        return 35;
+    }
+    Return<int32_t> startCapture(const sp<fp::IZuvExtendedFingerprintCallback>& cb,
+                                 int32_t) override {
+        callback = cb;
+        ++calls;
+        return 42;
+    }
+    Return<int32_t> retrieveDebugData(const sp<fp::IZuvExtendedFingerprintCallback>& cb) override {
+        callback = cb;
+        ++calls;
+        return 52;
+    }
+    sp<fp::IZuvExtendedFingerprintCallback> callback;
+    sp<fp::IDaxAndroidServices> services;
+    int calls = 0;
+};
+
+TEST_F(PassthroughTest, InterfaceArgumentsNullRemoteAndLocal) {
+    sp<ArgumentKeeper> impl = new ArgumentKeeper;
+    sp<fp::IZuvExtendedFingerprint> wrapper = new fp::BsZuvExtendedFingerprint(impl);
+
+    EXPECT_EQ(35, static_cast<int32_t>(wrapper->match(nullptr, 1, "", {}, "", 2)));
+    EXPECT_EQ(nullptr, impl->callback);
+
+    sp<ErrorCallback> local = new ErrorCallback;
+    sp<fp::IZuvExtendedFingerprintCallback> proxy =
+            new fp::BpHwZuvExtendedFingerprintCallback(::android::hardware::host::loopbackProxyFor(
+                    new fp::BnHwZuvExtendedFingerprintCallback(local)));
+    EXPECT_EQ(42, static_cast<int32_t>(wrapper->startCapture(proxy, 0)));
+    EXPECT_EQ(proxy.get(), impl->callback.get());
+
+    EXPECT_EQ(52, static_cast<int32_t>(wrapper->retrieveDebugData(local)));
+    auto* wrapped = dynamic_cast<fp::BsZuvExtendedFingerprintCallback*>(impl->callback.get());
+    ASSERT_NE(nullptr, wrapped);
+    EXPECT_EQ(local.get(), wrapped->getImpl().get());
+    EXPECT_FALSE(impl->callback->isRemote());
+    ASSERT_TRUE(impl->callback->onError(-3).isOk());
+    EXPECT_EQ(std::vector<int32_t>{-3}, local->errors);
+
+    sp<fp::IDaxAndroidServices> services = new FakeDaxAndroidServices;
+    EXPECT_EQ(34, static_cast<int32_t>(wrapper->registerAndroidServices(services)));
+    auto* wrappedServices = dynamic_cast<fp::BsDaxAndroidServices*>(impl->services.get());
+    ASSERT_NE(nullptr, wrappedServices);
+    EXPECT_EQ(services.get(), wrappedServices->getImpl().get());
+}
+
+// Takes the wrapper constructor of an interface out of the map for a scope,
+// so that its objects cannot be wrapped.
+class WithoutWrapperConstructor {
+  public:
+    explicit WithoutWrapperConstructor(std::string descriptor)
+        : mDescriptor(std::move(descriptor)), mSaved(map().get(mDescriptor, nullptr)) {
+        map().erase(mDescriptor);
+    }
+    ~WithoutWrapperConstructor() { map().set(std::move(mDescriptor), std::move(mSaved)); }
+    bool hadOne() const { return static_cast<bool>(mSaved); }
+
+  private:
+    static ::android::hardware::details::BsConstructorMap& map() {
+        return ::android::hardware::details::getBsConstructorMap();
+    }
+    std::string mDescriptor;
+    std::function<sp<::android::hidl::base::V1_0::IBase>(void*)> mSaved;
+};
+
+TEST_F(PassthroughTest, UnwrappableArgumentFailsBeforeTheImplementation) {
+    WithoutWrapperConstructor without(fp::IZuvExtendedFingerprintCallback::descriptor);
+    ASSERT_TRUE(without.hadOne());
+    EventRecorder recorder;
+    setHalTracing(true);
+    sp<ArgumentKeeper> impl = new ArgumentKeeper;
+    sp<fp::IZuvExtendedFingerprint> wrapper = new fp::BsZuvExtendedFingerprint(impl);
+    auto ret = wrapper->match(new ErrorCallback, 1, "a", {}, "b", 2);
+    ASSERT_FALSE(ret.isOk());
+    EXPECT_EQ(Status::EX_TRANSACTION_FAILED, ret.getStatus().exceptionCode());
+    EXPECT_STREQ(kCannotWrap, ret.getStatus().exceptionMessage());
+    EXPECT_EQ(0, impl->calls);
+    // Entered, never left.
+    EXPECT_EQ((std::vector<int>{8}), recorder.numbers());
+    EXPECT_EQ((std::vector<TraceMarker>{
+                      traceBegin("HIDL::IZuvExtendedFingerprint::match::passthrough")}),
+              takeTraceMarkers());
+}
+
+TEST_F(PassthroughTest, SetHALInstrumentationRefreshesOnlyTheWrapper) {
+    sp<QueueServices> impl = new QueueServices;
+    // Made while instrumentation is off: the wrapper keeps that until asked.
+    sp<fp::IDaxAndroidServices> wrapper = new fp::BsDaxAndroidServices(impl);
+    EventRecorder recorder;
+    EXPECT_EQ(0, static_cast<int32_t>(wrapper->checkRequestingAppType()));
+    EXPECT_TRUE(recorder.events().empty());
+
+    ASSERT_TRUE(wrapper->setHALInstrumentation().isOk());
+    EXPECT_EQ(0, static_cast<int32_t>(wrapper->checkRequestingAppType()));
+    auto events = recorder.events();
+    ASSERT_EQ(2u, events.size());
+    EXPECT_EQ(kServices + "checkRequestingAppType", events[1].where);
+    EXPECT_EQ(9, events[1].event);
+    EXPECT_EQ(1u, events[1].argCount);
+    EXPECT_TRUE(impl->takeCalls().empty());
+}
+
+struct SilentRecipient : ::android::hardware::hidl_death_recipient {
+    void serviceDied(uint64_t, const ::android::wp<::android::hidl::base::V1_0::IBase>&) override {}
+};
+
+TEST_F(PassthroughTest, BaseOperationsReportAsTheBaseInterfaceButTraceAsTheWrapper) {
+    EventRecorder recorder;
+    setHalTracing(true);
+    sp<QueueServices> impl = new QueueServices;
+    sp<fp::IDaxAndroidServices> wrapper = new fp::BsDaxAndroidServices(impl);
+    EXPECT_FALSE(wrapper->isRemote());
+
+    ASSERT_TRUE(wrapper->ping().isOk());
+    std::vector<std::string> chain;
+    ASSERT_TRUE(wrapper->interfaceChain([&](const hidl_vec<hidl_string>& v) {
+                           for (const auto& s : v) chain.emplace_back(s);
+                       })
+                        .isOk());
+    EXPECT_EQ((std::vector<std::string>{fp::IDaxAndroidServices::descriptor,
+                                        "android.hidl.base@1.0::IBase"}),
+              chain);
+    EXPECT_TRUE(static_cast<bool>(wrapper->linkToDeath(new SilentRecipient, 9)));
+    ASSERT_TRUE(wrapper->notifySyspropsChanged().isOk());
+    ASSERT_TRUE(impl->waitForCalls(1));
+    EXPECT_EQ(std::vector<std::string>{"sysprops"}, impl->takeCalls());
+    EXPECT_NE(std::this_thread::get_id(), impl->threads[0]);
+    ASSERT_TRUE(recorder.waitFor(8));
+
+    const std::string base = "android.hidl.base@1.0::IBase::";
+    auto events = recorder.events();
+    std::vector<std::string> seen;
+    for (const auto& e : events) {
+        seen.push_back(std::to_string(e.event) + " " + e.where + " " + std::to_string(e.argCount));
+    }
+    EXPECT_EQ((std::vector<std::string>{
+                      "8 " + base + "ping 0", "9 " + base + "ping 0",
+                      "8 " + base + "interfaceChain 0", "9 " + base + "interfaceChain 1",
+                      "8 " + base + "linkToDeath 2", "9 " + base + "linkToDeath 1",
+                      "8 " + base + "notifySyspropsChanged 0",
+                      "9 " + base + "notifySyspropsChanged 0"}),
+              seen);
+    auto markers = takeTraceMarkers();
+    ASSERT_EQ(8u, markers.size());
+    EXPECT_EQ(traceBegin("HIDL::IDaxAndroidServices::ping::passthrough"), markers[0]);
+    EXPECT_EQ(traceBegin("HIDL::IDaxAndroidServices::notifySyspropsChanged::passthrough"),
+              markers[6]);
+}
+
+TEST_F(PassthroughTest, CallbackWrapperHandsArgumentsOverOnTheCallersThread) {
+    EventRecorder recorder;
+    sp<ErrorCallback> impl = new ErrorCallback;
+    sp<fp::IZuvExtendedFingerprintCallback> wrapper =
+            new fp::BsZuvExtendedFingerprintCallback(impl);
+    hidl_vec<fp::CaptureDebugData> data(2);
+    ASSERT_TRUE(wrapper->onCaptureDebugData(data).isOk());
+    // No copy, no marshalling: the implementation sees the caller's object.
+    EXPECT_EQ(static_cast<const void*>(&data), impl->received);
+    EXPECT_EQ(std::this_thread::get_id(), impl->thread);
+    auto events = recorder.events();
+    ASSERT_EQ(2u, events.size());
+    EXPECT_EQ(
+            "vendor.zuv.hardware.fingerprint@1.0::IZuvExtendedFingerprintCallback::"
+            "onCaptureDebugData",
+            events[0].where);
+    EXPECT_EQ(1u, events[0].argCount);
+    EXPECT_EQ(0u, events[1].argCount);
+}
+
+}  // namespace
+}  // namespace zuv_test

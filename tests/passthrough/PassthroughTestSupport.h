@@ -1,0 +1,102 @@
+// Shared pieces of the passthrough tests: an instrumentation recorder that
+// notes the thread of each event, and a latch to hold a queue's worker.
+#pragma once
+
+#include <hidl_host/Instrumentation.h>
+
+#include <condition_variable>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace zuv_test {
+
+namespace host = ::android::hardware::host;
+
+struct RecordedEvent {
+    int event;
+    std::string where;  // package@version::interface::method
+    size_t argCount;
+    std::thread::id thread;
+};
+
+// Records every event while alive. Wrappers read the process settings when
+// they are made, so make the recorder first.
+class EventRecorder {
+  public:
+    EventRecorder() {
+        host::setInstrumentationEnabled(true);
+        mId = host::addInstrumentationCallback([this](auto event, const char* package,
+                                                      const char* version, const char* iface,
+                                                      const char* method,
+                                                      std::vector<void*>* args) {
+            std::lock_guard<std::mutex> lock(mMutex);
+            mEvents.push_back({static_cast<int>(event),
+                               std::string(package) + "@" + version + "::" + iface + "::" + method,
+                               args->size(), std::this_thread::get_id()});
+            mChanged.notify_all();
+        });
+    }
+    ~EventRecorder() {
+        host::removeInstrumentationCallback(mId);
+        host::setInstrumentationEnabled(false);
+    }
+
+    std::vector<RecordedEvent> events() const {
+        std::lock_guard<std::mutex> lock(mMutex);
+        return mEvents;
+    }
+    std::vector<int> numbers() const {
+        std::vector<int> out;
+        for (const auto& e : events()) out.push_back(e.event);
+        return out;
+    }
+    // Waits until `count` events have been recorded.
+    bool waitFor(size_t count) {
+        std::unique_lock<std::mutex> lock(mMutex);
+        return mChanged.wait_for(lock, std::chrono::seconds(10),
+                                 [&] { return mEvents.size() >= count; });
+    }
+
+  private:
+    mutable std::mutex mMutex;
+    std::condition_variable mChanged;
+    std::vector<RecordedEvent> mEvents;
+    host::InstrumentationCallbackId mId = 0;
+};
+
+// A gate that a queued task waits at until the test opens it.
+class Latch {
+  public:
+    void open() {
+        std::lock_guard<std::mutex> lock(mMutex);
+        mOpen = true;
+        mChanged.notify_all();
+    }
+    void wait() {
+        std::unique_lock<std::mutex> lock(mMutex);
+        mChanged.wait(lock, [&] { return mOpen; });
+    }
+    // Marks that someone arrived, and waits for the gate.
+    void arriveAndWait() {
+        {
+            std::lock_guard<std::mutex> lock(mMutex);
+            mArrived = true;
+            mChanged.notify_all();
+        }
+        wait();
+    }
+    bool waitForArrival() {
+        std::unique_lock<std::mutex> lock(mMutex);
+        return mChanged.wait_for(lock, std::chrono::seconds(10), [&] { return mArrived; });
+    }
+
+  private:
+    std::mutex mMutex;
+    std::condition_variable mChanged;
+    bool mOpen = false;
+    bool mArrived = false;
+};
+
+}  // namespace zuv_test
