@@ -13,13 +13,26 @@ namespace details {
 
 using ::android::hidl::base::V1_0::DebugInfo;
 
+// Holds the registry weakly: the registry holds the watch.
+class InProcessServiceManager::DeathWatch : public hidl_death_recipient {
+  public:
+    explicit DeathWatch(InProcessServiceManager* owner) : mOwner(owner) {}
+    void serviceDied(uint64_t cookie, const wp<IBase>& /*who*/) override {
+        sp<InProcessServiceManager> owner = mOwner.promote();
+        if (owner != nullptr) owner->onDeath(cookie);
+    }
+
+  private:
+    wp<InProcessServiceManager> mOwner;
+};
+
 Return<sp<InProcessServiceManager::IBase>> InProcessServiceManager::get(const hidl_string& fqName,
                                                                         const hidl_string& name) {
     std::lock_guard<std::mutex> lock(mLock);
     auto iface = mInterfaces.find(fqName);
     if (iface == mInterfaces.end()) return sp<IBase>();
     auto it = iface->second.instances.find(name);
-    return it == iface->second.instances.end() ? sp<IBase>() : it->second;
+    return it == iface->second.instances.end() ? sp<IBase>() : it->second.service;
 }
 
 Return<bool> InProcessServiceManager::add(const hidl_string& name, const sp<IBase>& service) {
@@ -37,12 +50,23 @@ Return<bool> InProcessServiceManager::add(const hidl_string& name, const sp<IBas
         return false;
     }
 
+    bool alive = true;
+    const uint64_t link = watch(service, &alive);
+    if (!alive) {
+        ZUV_REGISTRY_DEBUG("add %s: the service is dead", name.c_str());
+        return false;
+    }
+
     std::vector<Notification> notify;
+    std::vector<Instance> replaced;  // released after the lock
     {
         std::lock_guard<std::mutex> lock(mLock);
+        if (link != 0 && mDeadLinks.count(link) != 0) return false;
         for (const std::string& fqName : chain) {
             Interface& iface = mInterfaces[fqName];
-            iface.instances[name] = service;
+            Instance& slot = iface.instances[name];
+            replaced.push_back(std::move(slot));
+            slot = Instance{service, link};
             auto listeners = iface.instanceListeners.find(name);
             if (listeners != iface.instanceListeners.end()) {
                 for (const auto& l : listeners->second) notify.push_back({l, fqName, name});
@@ -103,9 +127,17 @@ Return<bool> InProcessServiceManager::registerForNotifications(
         const sp<IServiceNotification>& callback) {
     if (callback == nullptr || fqName.size() == 0) return false;
 
+    bool alive = true;
+    const uint64_t link = watch(callback, &alive);
+    if (!alive) return false;
+
     std::vector<Notification> present;
     {
         std::lock_guard<std::mutex> lock(mLock);
+        if (link != 0) {
+            if (mDeadLinks.count(link) != 0) return false;
+            mListenerLinks[link] = callback;
+        }
         Interface& iface = mInterfaces[fqName];
         if (name.size() == 0) {
             iface.allInstanceListeners.push_back(callback);
@@ -132,8 +164,9 @@ Return<void> InProcessServiceManager::debugDump(debugDump_cb _hidl_cb) {
                 InstanceDebugInfo info;
                 info.interfaceName = fqName;
                 info.instanceName = entry.first;
-                info.pid = entry.second->isRemote() ? static_cast<int32_t>(PidConstant::NO_PID)
-                                                    : static_cast<int32_t>(getpid());
+                info.pid = entry.second.service->isRemote()
+                                   ? static_cast<int32_t>(PidConstant::NO_PID)
+                                   : static_cast<int32_t>(getpid());
                 info.arch = arch;
                 infos.push_back(std::move(info));
             }
@@ -166,7 +199,7 @@ sp<InProcessServiceManager::IBase> InProcessServiceManager::waitForService(
         auto iface = mInterfaces.find(fqName);
         if (iface != mInterfaces.end()) {
             auto it = iface->second.instances.find(name);
-            if (it != iface->second.instances.end()) return it->second;
+            if (it != iface->second.instances.end()) return it->second.service;
         }
         if (std::chrono::steady_clock::now() >= deadline) return nullptr;
         mRegistered.wait_until(lock, deadline);
@@ -179,7 +212,7 @@ void InProcessServiceManager::deliver(const std::vector<Notification>& notificat
     for (const Notification& n : notifications) {
         Return<void> ret = n.listener->onRegistration(n.fqName, n.name, preexisting);
         if (ret.isDeadObject()) {
-            dropListener(n);
+            dropListener(n.listener);
         } else if (!ret.isOk()) {
             ZUV_REGISTRY_DEBUG("listener for %s/%s failed: %s", n.fqName.c_str(), n.name.c_str(),
                                ret.description().c_str());
@@ -187,17 +220,71 @@ void InProcessServiceManager::deliver(const std::vector<Notification>& notificat
     }
 }
 
-void InProcessServiceManager::dropListener(const Notification& dead) {
-    // dead.listener keeps the listener alive past the lock.
+void InProcessServiceManager::dropListener(const sp<IServiceNotification>& dead) {
+    // The caller's reference keeps the listener alive past the lock.
     std::lock_guard<std::mutex> lock(mLock);
-    auto iface = mInterfaces.find(dead.fqName);
-    if (iface == mInterfaces.end()) return;
     auto strip = [&](std::vector<sp<IServiceNotification>>& listeners) {
-        auto end = std::remove(listeners.begin(), listeners.end(), dead.listener);
+        auto end = std::remove(listeners.begin(), listeners.end(), dead);
         listeners.erase(end, listeners.end());
     };
-    strip(iface->second.allInstanceListeners);
-    for (auto& entry : iface->second.instanceListeners) strip(entry.second);
+    for (auto& [fqName, iface] : mInterfaces) {
+        strip(iface.allInstanceListeners);
+        for (auto& entry : iface.instanceListeners) strip(entry.second);
+    }
+    for (auto it = mListenerLinks.begin(); it != mListenerLinks.end();) {
+        it = it->second == dead ? mListenerLinks.erase(it) : std::next(it);
+    }
+}
+
+uint64_t InProcessServiceManager::watch(const sp<IBase>& object, bool* alive) {
+    *alive = true;
+    if (!object->isRemote()) return 0;
+    uint64_t link;
+    sp<hidl_death_recipient> watch;
+    {
+        std::lock_guard<std::mutex> lock(mLock);
+        if (mDeathWatch == nullptr) mDeathWatch = new DeathWatch(this);
+        watch = mDeathWatch;
+        link = mNextLink++;
+    }
+    // Linked before the object is entered anywhere: a death before this
+    // point fails the link; one after it is recorded by onDeath, so that an
+    // entry not yet made is refused.
+    Return<bool> linked = object->linkToDeath(watch, link);
+    *alive = linked.isOk() && static_cast<bool>(linked);
+    return *alive ? link : 0;
+}
+
+void InProcessServiceManager::onDeath(uint64_t cookie) {
+    sp<IServiceNotification> listener;
+    {
+        std::lock_guard<std::mutex> lock(mLock);
+        mDeadLinks.insert(cookie);
+        auto it = mListenerLinks.find(cookie);
+        if (it != mListenerLinks.end()) listener = it->second;
+    }
+    if (listener != nullptr) {
+        ZUV_REGISTRY_DEBUG("dropping a listener whose process died");
+        dropListener(listener);
+        return;
+    }
+    removeInstances(cookie);
+}
+
+void InProcessServiceManager::removeInstances(uint64_t link) {
+    std::vector<sp<IBase>> removed;  // released after the lock
+    std::lock_guard<std::mutex> lock(mLock);
+    for (auto& [fqName, iface] : mInterfaces) {
+        for (auto it = iface.instances.begin(); it != iface.instances.end();) {
+            if (it->second.link != link) {
+                ++it;
+                continue;
+            }
+            ZUV_REGISTRY_DEBUG("%s/%s died", fqName.c_str(), it->first.c_str());
+            removed.push_back(std::move(it->second.service));
+            it = iface.instances.erase(it);
+        }
+    }
 }
 
 }  // namespace details

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <android/hidl/manager/1.0/IServiceManager.h>
+#include <hidl/HidlSupport.h>
 
 #include <chrono>
 #include <condition_variable>
@@ -22,6 +23,10 @@ namespace details {
 // Listeners are called on the registering thread after the registry's lock
 // is released, so they may use the registry; two registrations racing each
 // other may therefore reach a listener in either order.
+//
+// Services and listeners in other processes (proxies) are watched: when
+// their process dies, the services disappear from the registry and the
+// listeners are dropped. This is what the service-manager daemon relies on.
 class InProcessServiceManager : public ::android::hidl::manager::V1_0::IServiceManager {
   public:
     using IBase = ::android::hidl::base::V1_0::IBase;
@@ -45,8 +50,12 @@ class InProcessServiceManager : public ::android::hidl::manager::V1_0::IServiceM
                              std::chrono::steady_clock::time_point deadline);
 
   private:
+    struct Instance {
+        sp<IBase> service;
+        uint64_t link = 0;  // death-notice cookie of a remote service, 0 for a local one
+    };
     struct Interface {
-        std::map<std::string, sp<IBase>> instances;
+        std::map<std::string, Instance> instances;
         std::map<std::string, std::vector<sp<IServiceNotification>>> instanceListeners;
         std::vector<sp<IServiceNotification>> allInstanceListeners;
     };
@@ -56,13 +65,24 @@ class InProcessServiceManager : public ::android::hidl::manager::V1_0::IServiceM
         std::string name;
     };
 
+    class DeathWatch;
+
     void deliver(const std::vector<Notification>& notifications, bool preexisting);
-    void dropListener(const Notification& dead);
+    void dropListener(const sp<IServiceNotification>& dead);
+    // Links a remote object's death to onDeath(cookie); 0 for a local object,
+    // and for a remote one that is already dead (*alive false).
+    uint64_t watch(const sp<IBase>& object, bool* alive);
+    void onDeath(uint64_t cookie);
+    void removeInstances(uint64_t link);
 
     std::mutex mLock;
     std::condition_variable mRegistered;  // signalled by every add()
     std::map<std::string, Interface> mInterfaces;
     std::set<std::pair<std::string, std::string>> mPassthroughClients;  // fqName, name
+    sp<hidl_death_recipient> mDeathWatch;  // made at the first remote object
+    uint64_t mNextLink = 1;
+    std::map<uint64_t, sp<IServiceNotification>> mListenerLinks;
+    std::set<uint64_t> mDeadLinks;  // links whose object died, possibly before being entered
 };
 
 }  // namespace details
