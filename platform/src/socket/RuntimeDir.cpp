@@ -1,0 +1,121 @@
+#include "socket/RuntimeDir.h"
+
+#include <errno.h>
+#include <hidl_host/SocketTransport.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace android {
+namespace hardware {
+namespace host {
+
+std::string runtimeDirectory() {
+    const char* configured = getenv(kRuntimeDirEnvVar);
+    if (configured != nullptr && configured[0] != '\0') return configured;
+    const char* xdg = getenv("XDG_RUNTIME_DIR");
+    if (xdg != nullptr && xdg[0] != '\0') return std::string(xdg) + "/zuv-hidl";
+    return "/tmp/zuv-hidl-" + std::to_string(getuid());
+}
+
+namespace socket {
+
+status_t ensureRuntimeDirectory(const std::string& dir) {
+    if (mkdir(dir.c_str(), 0700) != 0 && errno != EEXIST) {
+        fprintf(stderr, "hidl socket transport: cannot create %s: %s\n", dir.c_str(),
+                strerror(errno));
+        return PERMISSION_DENIED;
+    }
+    struct stat st;
+    if (lstat(dir.c_str(), &st) != 0 || !S_ISDIR(st.st_mode)) {
+        fprintf(stderr, "hidl socket transport: %s is not a directory\n", dir.c_str());
+        return PERMISSION_DENIED;
+    }
+    // Anyone else who could enter could connect to (or replace) our sockets.
+    if (st.st_uid != getuid() || (st.st_mode & 077) != 0) {
+        fprintf(stderr,
+                "hidl socket transport: refusing %s: it must belong to uid %u with mode 0700 "
+                "(owner %u, mode %03o)\n",
+                dir.c_str(), static_cast<unsigned>(getuid()), static_cast<unsigned>(st.st_uid),
+                static_cast<unsigned>(st.st_mode & 0777));
+        return PERMISSION_DENIED;
+    }
+    return OK;
+}
+
+std::string processSocketPath(const std::string& dir, pid_t pid) {
+    return dir + "/p" + std::to_string(pid) + ".sock";
+}
+
+std::string contextSocketPath(const std::string& dir) {
+    return dir + "/" + kContextObjectSocketName;
+}
+
+namespace {
+
+bool makeAddress(const std::string& path, sockaddr_un* addr) {
+    memset(addr, 0, sizeof(*addr));
+    addr->sun_family = AF_UNIX;
+    if (path.size() >= sizeof(addr->sun_path)) {
+        errno = ENAMETOOLONG;
+        return false;
+    }
+    memcpy(addr->sun_path, path.c_str(), path.size() + 1);
+    return true;
+}
+
+}  // namespace
+
+int listenAt(const std::string& path) {
+    sockaddr_un addr;
+    if (!makeAddress(path, &addr)) return -1;
+    int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (fd < 0) return -1;
+    unlink(path.c_str());
+    if (bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof(addr)) != 0 || listen(fd, 128) != 0) {
+        int saved = errno;
+        ::close(fd);
+        errno = saved;
+        return -1;
+    }
+    return fd;
+}
+
+bool peerCredentials(int fd, pid_t* pid, uid_t* uid) {
+    ucred cred{};
+    socklen_t len = sizeof(cred);
+    if (getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &cred, &len) != 0 || len != sizeof(cred)) {
+        return false;
+    }
+    *pid = cred.pid;
+    *uid = cred.uid;
+    return true;
+}
+
+int connectTo(const std::string& path, pid_t* pid, uid_t* uid) {
+    sockaddr_un addr;
+    if (!makeAddress(path, &addr)) return -1;
+    int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (fd < 0) return -1;
+    int err;
+    do {
+        err = connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof(addr));
+    } while (err != 0 && errno == EINTR);
+    if (err != 0 || !peerCredentials(fd, pid, uid)) {
+        int saved = errno;
+        ::close(fd);
+        errno = saved;
+        return -1;
+    }
+    return fd;
+}
+
+}  // namespace socket
+}  // namespace host
+}  // namespace hardware
+}  // namespace android

@@ -1,0 +1,35 @@
+// Where the sockets live, and opening them.
+#pragma once
+
+#include <sys/types.h>
+#include <utils/Errors.h>
+
+#include <string>
+
+namespace android {
+namespace hardware {
+namespace host {
+namespace socket {
+
+// Creates the runtime directory when missing and checks that only this user
+// can enter it. PERMISSION_DENIED (with a message on stderr) otherwise.
+status_t ensureRuntimeDirectory(const std::string& dir);
+
+std::string processSocketPath(const std::string& dir, pid_t pid);
+std::string contextSocketPath(const std::string& dir);
+
+// A listening socket bound at path (an old file there is replaced), or -1
+// with errno set.
+int listenAt(const std::string& path);
+
+// Connects to path; on success fills in the server's pid and uid from the
+// kernel. -1 with errno set on failure.
+int connectTo(const std::string& path, pid_t* pid, uid_t* uid);
+
+// The kernel's word on who is at the other end of a connected socket.
+bool peerCredentials(int fd, pid_t* pid, uid_t* uid);
+
+}  // namespace socket
+}  // namespace host
+}  // namespace hardware
+}  // namespace android
