@@ -25,7 +25,10 @@ struct IServiceManager;
 
 namespace hardware {
 
-// The registry of this process; never null on the host.
+// The registry this process publishes in and looks up from: on the host the
+// service-manager daemon when one serves the runtime directory, else a
+// registry inside this process (see hidl_host/ServiceRegistry.h). Null only
+// when the daemon is required and none was ever reached.
 sp<::android::hidl::manager::V1_0::IServiceManager> defaultServiceManager();
 sp<::android::hidl::manager::V1_0::IServiceManager> defaultServiceManager1_0();
 

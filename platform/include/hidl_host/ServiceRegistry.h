@@ -11,6 +11,15 @@
 //                                    answer false (default true on the host)
 //   ZUV_HIDL_DEBUG                   "1"/"true"/"on": diagnostics of lookups,
 //                                    registrations and library loading on stderr
+//   ZUV_HIDL_SERVICE_MANAGER         which registry defaultServiceManager() answers:
+//                                    "daemon" the service-manager daemon serving
+//                                    the runtime directory (null while none ever
+//                                    did); "inprocess" this process's own
+//                                    registry; "auto" (default) the daemon when
+//                                    one serves, else the in-process registry.
+//                                    Once a process has reached a daemon it stays
+//                                    with it: while the daemon is gone, calls fail
+//                                    with DEAD_OBJECT until another one serves.
 #pragma once
 
 #include <stdint.h>  // utils/StrongPointer.h uses uintptr_t without it
@@ -36,6 +45,7 @@ constexpr const char* kGetServiceTimeoutEnvVar = "ZUV_HIDL_GET_SERVICE_TIMEOUT_M
 constexpr const char* kPassthroughPathEnvVar = "ZUV_HIDL_PASSTHROUGH_PATH";
 constexpr const char* kDebuggableEnvVar = "ZUV_HIDL_DEBUGGABLE";
 constexpr const char* kDebugEnvVar = "ZUV_HIDL_DEBUG";
+constexpr const char* kServiceManagerEnvVar = "ZUV_HIDL_SERVICE_MANAGER";
 
 constexpr std::chrono::milliseconds kDefaultGetServiceTimeout{5000};
 
@@ -55,7 +65,8 @@ std::vector<std::string> getPassthroughSearchPath();
 sp<::android::hidl::manager::V1_0::IServiceManager> makeInProcessServiceManager();
 
 // Replaces what defaultServiceManager() answers (and so what every lookup and
-// registration uses); null restores the built-in process-wide registry.
+// registration uses), whatever ZUV_HIDL_SERVICE_MANAGER says; null restores
+// the choice it makes.
 void setDefaultServiceManager(const sp<::android::hidl::manager::V1_0::IServiceManager>& sm);
 
 }  // namespace host

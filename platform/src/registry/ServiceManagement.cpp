@@ -1,6 +1,9 @@
+#include <android/hidl/manager/1.0/BpHwServiceManager.h>
 #include <android/hidl/manager/1.0/IServiceManager.h>
 #include <hidl/ServiceManagement.h>
 #include <hidl_host/ServiceRegistry.h>
+#include <hidl_host/SocketTransport.h>
+#include <hwbinder/BpHwBinder.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -19,6 +22,7 @@ namespace android {
 namespace hardware {
 
 using ::android::hidl::base::V1_0::IBase;
+using ::android::hidl::manager::V1_0::BpHwServiceManager;
 using ::android::hidl::manager::V1_0::IServiceManager;
 using ::android::hidl::manager::V1_0::IServiceNotification;
 
@@ -58,6 +62,45 @@ details::InProcessServiceManager* builtinServiceManager() {
         return m;
     }();
     return sm;
+}
+
+// The daemon's manager as this process sees it. Once a daemon has been
+// reached, the process stays with it: while it is gone, lookups fail rather
+// than silently falling back to a registry nobody else can see.
+std::mutex gDaemonMutex;
+sp<IBinder> gDaemonBinder;
+sp<IServiceManager> gDaemonManager;
+
+bool binderAlive(const sp<IBinder>& binder) {
+    BpHwBinder* remote = binder != nullptr ? binder->remoteBinder() : nullptr;
+    return remote == nullptr ? binder != nullptr : remote->isBinderAlive();
+}
+
+// The proxy of the daemon's manager; the dead one of a daemon that went away
+// (its calls fail with DEAD_OBJECT) until another daemon serves; null when
+// no daemon was ever reached.
+sp<IServiceManager> daemonServiceManager() {
+    std::lock_guard<std::mutex> lock(gDaemonMutex);
+    if (gDaemonManager != nullptr && binderAlive(gDaemonBinder)) return gDaemonManager;
+    sp<IBinder> binder = host::getContextObject();
+    if (binder == nullptr || !binderAlive(binder)) return gDaemonManager;
+    if (binder != gDaemonBinder) {
+        ZUV_REGISTRY_DEBUG("using the service-manager daemon in %s",
+                           host::runtimeDirectory().c_str());
+        gDaemonBinder = binder;
+        gDaemonManager = new BpHwServiceManager(binder);
+    }
+    return gDaemonManager;
+}
+
+enum class ServiceManagerMode { kAuto, kInProcess, kDaemon };
+
+ServiceManagerMode serviceManagerMode() {
+    const char* value = getenv(host::kServiceManagerEnvVar);
+    if (value == nullptr || *value == '\0') return ServiceManagerMode::kAuto;
+    if (strcasecmp(value, "inprocess") == 0) return ServiceManagerMode::kInProcess;
+    if (strcasecmp(value, "daemon") == 0) return ServiceManagerMode::kDaemon;
+    return ServiceManagerMode::kAuto;
 }
 
 // A registry view over the passthrough loader.
@@ -135,6 +178,11 @@ sp<IServiceManager> defaultServiceManager() {
         std::lock_guard<std::mutex> lock(gConfigMutex);
         if (gServiceManagerOverride != nullptr) return gServiceManagerOverride;
     }
+    const ServiceManagerMode mode = serviceManagerMode();
+    if (mode != ServiceManagerMode::kInProcess) {
+        sp<IServiceManager> daemon = daemonServiceManager();
+        if (daemon != nullptr || mode == ServiceManagerMode::kDaemon) return daemon;
+    }
     return builtinServiceManager();
 }
 
@@ -165,10 +213,8 @@ sp<IBase> getRawServiceInternal(const std::string& descriptor, const std::string
         return stub;
     }
 
-    sp<IServiceManager> sm = defaultServiceManager();
-    if (sm == nullptr) return nullptr;
-
-    auto lookup = [&]() -> sp<IBase> {
+    auto lookup = [&](const sp<IServiceManager>& sm) -> sp<IBase> {
+        if (sm == nullptr) return nullptr;
         Return<sp<IBase>> ret = sm->get(descriptor, instance);
         if (!ret.isOk()) {
             ZUV_REGISTRY_DEBUG("get %s/%s: %s", descriptor.c_str(), instance.c_str(),
@@ -177,23 +223,30 @@ sp<IBase> getRawServiceInternal(const std::string& descriptor, const std::string
         }
         return ret;
     };
-    sp<IBase> base = lookup();
+    sp<IServiceManager> sm = defaultServiceManager();
+    sp<IBase> base = lookup(sm);
     if (base != nullptr || !retry) return base;
 
     const auto timeout = host::getGetServiceTimeout();
     const auto deadline = std::chrono::steady_clock::now() + timeout;
     ZUV_REGISTRY_DEBUG("waiting up to %lld ms for %s/%s", static_cast<long long>(timeout.count()),
                        descriptor.c_str(), instance.c_str());
-    if (auto* local = dynamic_cast<InProcessServiceManager*>(sm.get())) {
-        base = local->waitForService(descriptor, instance, deadline);
-    } else {
-        // Another registry behind defaultServiceManager(): poll it.
-        while (base == nullptr && std::chrono::steady_clock::now() < deadline) {
-            auto left = deadline - std::chrono::steady_clock::now();
-            std::this_thread::sleep_for(std::min<std::chrono::steady_clock::duration>(
-                    left, std::chrono::milliseconds(20)));
-            base = lookup();
+    // Polled, since a notification could never be withdrawn from a manager of
+    // this version; an in-process registry wakes the wait at once. The
+    // manager is asked for again each round (at most a tenth of a second
+    // apart), so a daemon that starts or restarts meanwhile is found.
+    auto interval = std::chrono::milliseconds(5);
+    while (base == nullptr && std::chrono::steady_clock::now() < deadline) {
+        const auto step = std::min(deadline, std::chrono::steady_clock::now() + interval);
+        if (auto* local = dynamic_cast<InProcessServiceManager*>(sm.get()); local != nullptr) {
+            base = local->waitForService(descriptor, instance, step);
+            if (base != nullptr) break;
+        } else {
+            std::this_thread::sleep_until(step);
         }
+        interval = std::min(interval * 2, std::chrono::milliseconds(100));
+        sm = defaultServiceManager();
+        base = lookup(sm);
     }
     if (base == nullptr) {
         ZUV_REGISTRY_DEBUG("gave up on %s/%s", descriptor.c_str(), instance.c_str());
