@@ -1,0 +1,436 @@
+#include "SimulatedSensor.h"
+
+#include <hidl/Status.h>
+
+#include <cstdarg>
+#include <cstdio>
+#include <utility>
+
+namespace zuv_demo {
+
+using ::android::hardware::Void;
+
+namespace {
+
+void say(const char* format, ...) __attribute__((format(printf, 1, 2)));
+void say(const char* format, ...) {
+    std::printf("service: ");
+    va_list args;
+    va_start(args, format);
+    std::vprintf(format, args);
+    va_end(args);
+    std::printf("\n");
+    std::fflush(stdout);
+}
+
+// A callback whose client has gone away must not take the service down.
+void check(const Return<void>& ret, const char* what) {
+    if (!ret.isOk()) say("%s not delivered: %s", what, ret.description().c_str());
+}
+
+// Flat records are opaque blocks; the simulation fills them with a marker.
+template <typename Record>
+Record filled(uint8_t marker) {
+    Record r;
+    for (size_t i = 0; i < r.raw.size(); ++i) r.raw[i] = static_cast<uint8_t>(marker + i);
+    return r;
+}
+
+}  // namespace
+
+SimulatedSensor::SimulatedSensor()
+    : mConfig{{"sensor.model", "zuv-sim-1"}, {"match.threshold", "42"}, {"led.color", "green"}},
+      mEnrollments{"finger-1", "finger-2"} {
+    mWorker = std::thread([this] { worker(); });
+}
+
+SimulatedSensor::~SimulatedSensor() {
+    {
+        std::lock_guard<std::mutex> lock(mLock);
+        mStopping = true;
+    }
+    mWork.notify_all();
+    mWorker.join();
+}
+
+void SimulatedSensor::post(std::function<void()> report) {
+    {
+        std::lock_guard<std::mutex> lock(mLock);
+        mReports.push_back(std::move(report));
+    }
+    mWork.notify_one();
+}
+
+void SimulatedSensor::worker() {
+    std::unique_lock<std::mutex> lock(mLock);
+    while (true) {
+        mWork.wait(lock, [&] { return mStopping || !mReports.empty(); });
+        if (mReports.empty()) return;
+        auto report = std::move(mReports.front());
+        mReports.pop_front();
+        lock.unlock();
+        report();
+        lock.lock();
+    }
+}
+
+Return<void> SimulatedSensor::setConfigValue(const hidl_string& key, const hidl_string& value) {
+    std::lock_guard<std::mutex> lock(mLock);
+    mConfig[key] = value;
+    say("config %s = %s", key.c_str(), value.c_str());
+    return Void();
+}
+
+Return<void> SimulatedSensor::getConfigValue(const hidl_string& key, getConfigValue_cb _hidl_cb) {
+    std::string value;
+    {
+        std::lock_guard<std::mutex> lock(mLock);
+        auto it = mConfig.find(key);
+        if (it != mConfig.end()) value = it->second;
+    }
+    _hidl_cb(value);
+    return Void();
+}
+
+Return<void> SimulatedSensor::enumEnrollments(enumEnrollments_cb _hidl_cb) {
+    std::vector<hidl_string> names;
+    {
+        std::lock_guard<std::mutex> lock(mLock);
+        for (const auto& name : mEnrollments) names.emplace_back(name);
+    }
+    _hidl_cb(hidl_vec<hidl_string>(names));
+    return Void();
+}
+
+Return<void> SimulatedSensor::getEnrollRecord(const hidl_string& key, getEnrollRecord_cb _hidl_cb) {
+    fp::EnrollRecord record;
+    bool known = false;
+    {
+        std::lock_guard<std::mutex> lock(mLock);
+        for (const auto& name : mEnrollments) known = known || name == key.c_str();
+    }
+    record.head[0] = known ? 1 : 0;
+    record.text = known ? key : hidl_string("");
+    if (known) record.texts = std::vector<hidl_string>{"template-a", "template-b"};
+    _hidl_cb(record);
+    return Void();
+}
+
+Return<int32_t> SimulatedSensor::match(const sp<fp::IZuvExtendedFingerprintCallback>& callback,
+                                       int32_t userId, const hidl_string& finger,
+                                       const hidl_vec<uint8_t>& image,
+                                       const hidl_string& /*strArg2*/, int32_t /*intArg2*/) {
+    if (callback == nullptr) return -1;
+    bool known = false;
+    sp<fp::IDaxAndroidServices> framework;
+    {
+        std::lock_guard<std::mutex> lock(mLock);
+        for (const auto& name : mEnrollments) known = known || name == finger.c_str();
+        mCancelled = false;
+        framework = mFramework;
+    }
+    say("match %s for user %d (%zu image bytes) -> %s", finger.c_str(), userId, image.size(),
+        known ? "matched" : "no match");
+    std::string name = finger;
+    std::vector<uint8_t> data(image.begin(), image.end());
+    post([this, callback, framework, known, name, data] {
+        // Holding a wake lock while reading the finger, as a device would.
+        if (framework != nullptr) check(framework->setWakelock(1, 0), "setWakelock");
+        {
+            std::lock_guard<std::mutex> lock(mLock);
+            if (mCancelled) {
+                check(callback->onError(5 /* cancelled */), "onError");
+                return;
+            }
+            if (known) mLastMatch = name;
+        }
+        check(callback->onStatus(1 /* finger down */, {}), "onStatus");
+        const uint64_t score = known ? 97 : 12;
+        check(callback->onMatch(known ? kMatched : kNoMatch, name, score, data, {}), "onMatch");
+        if (framework != nullptr) check(framework->setWakelock(0, 0), "setWakelock");
+    });
+    return 0;
+}
+
+Return<int32_t> SimulatedSensor::cancel() {
+    std::lock_guard<std::mutex> lock(mLock);
+    mCancelled = true;
+    return 0;
+}
+
+Return<int32_t> SimulatedSensor::startCapture(
+        const sp<fp::IZuvExtendedFingerprintCallback>& callback, int32_t value) {
+    if (callback == nullptr) return -1;
+    say("capture requested (mode %d)", value);
+    post([callback] {
+        constexpr uint32_t kWidth = 8, kHeight = 8;
+        std::vector<uint8_t> frame(kWidth * kHeight);
+        for (size_t i = 0; i < frame.size(); ++i) frame[i] = static_cast<uint8_t>(i * 3);
+        check(callback->onCapture(kWidth, kHeight, frame), "onCapture");
+    });
+    return 0;
+}
+
+Return<int32_t> SimulatedSensor::retrieveDebugData(
+        const sp<fp::IZuvExtendedFingerprintCallback>& callback) {
+    if (callback == nullptr) return -1;
+    std::string last;
+    {
+        std::lock_guard<std::mutex> lock(mLock);
+        last = mLastMatch;
+    }
+    post([callback, last] {
+        fp::CaptureDebugData entry;
+        entry.text = "last match: " + (last.empty() ? std::string("none") : last);
+        entry.bytes = std::vector<uint8_t>{0xde, 0xbf};
+        check(callback->onCaptureDebugData(std::vector<fp::CaptureDebugData>{entry}),
+              "onCaptureDebugData");
+    });
+    return 0;
+}
+
+Return<int32_t> SimulatedSensor::registerAndroidServices(
+        const sp<fp::IDaxAndroidServices>& services) {
+    if (services == nullptr) return -1;
+    {
+        std::lock_guard<std::mutex> lock(mLock);
+        mFramework = services;
+    }
+    // Asked while the framework waits in this call: its process serves us
+    // meanwhile.
+    Return<int32_t> appType = services->checkRequestingAppType();
+    if (!appType.isOk()) {
+        say("framework services unreachable: %s", appType.description().c_str());
+        return -1;
+    }
+    const int32_t type = appType;
+    Return<void> timer = services->setTimer(500);
+    check(timer, "setTimer");
+    say("framework services registered; requesting app type %d; timer set to 500 ms", type);
+    return type;
+}
+
+Return<int32_t> SimulatedSensor::notifyAlarm() {
+    sp<fp::IDaxAndroidServices> framework;
+    {
+        std::lock_guard<std::mutex> lock(mLock);
+        framework = mFramework;
+    }
+    if (framework == nullptr) return -1;
+    check(framework->showLivenessAlert(), "showLivenessAlert");
+    return 0;
+}
+
+Return<void> SimulatedSensor::getFrameworkInfo(getFrameworkInfo_cb _hidl_cb) {
+    fp::FrameworkInfo info;
+    info.head[0] = 1;
+    info.words = std::vector<int32_t>{1, 0, 3};
+    info.text = "zuv simulated sensor 1.0.3";
+    _hidl_cb(info);
+    return Void();
+}
+
+Return<int32_t> SimulatedSensor::isFingerprintEnabled() {
+    return 1;
+}
+
+Return<int32_t> SimulatedSensor::setLivenessEnabled(const hidl_vec<uint8_t>& /*data*/,
+                                                    uint8_t enabled) {
+    std::lock_guard<std::mutex> lock(mLock);
+    mLiveness = enabled != 0;
+    return 0;
+}
+
+Return<uint8_t> SimulatedSensor::getLivenessEnabled(const hidl_vec<uint8_t>& /*data*/) {
+    std::lock_guard<std::mutex> lock(mLock);
+    return mLiveness ? 1 : 0;
+}
+
+Return<int8_t> SimulatedSensor::isIvvEnabled() {
+    std::lock_guard<std::mutex> lock(mLock);
+    return mIvv ? 1 : 0;
+}
+
+Return<int32_t> SimulatedSensor::enableIvv() {
+    std::lock_guard<std::mutex> lock(mLock);
+    mIvv = true;
+    return 0;
+}
+
+Return<int32_t> SimulatedSensor::disableIvv() {
+    std::lock_guard<std::mutex> lock(mLock);
+    mIvv = false;
+    return 0;
+}
+
+Return<void> SimulatedSensor::processRequest(const hidl_vec<uint8_t>& data,
+                                             processRequest_cb _hidl_cb) {
+    // An echo with the bytes reversed: enough to see the payload travel.
+    std::vector<uint8_t> response(data.begin(), data.end());
+    std::reverse(response.begin(), response.end());
+    _hidl_cb(response);
+    return Void();
+}
+
+Return<int32_t> SimulatedSensor::notifyPowerState(int32_t value) {
+    say("power state %d", value);
+    return 0;
+}
+
+Return<int32_t> SimulatedSensor::testInit() {
+    return 0;
+}
+Return<int32_t> SimulatedSensor::testDeinit() {
+    return 0;
+}
+Return<void> SimulatedSensor::testParamGet(int32_t paramId, testParamGet_cb _hidl_cb) {
+    _hidl_cb(std::to_string(paramId * 10));
+    return Void();
+}
+Return<void> SimulatedSensor::testParamSet(int32_t, const hidl_string&) {
+    return Void();
+}
+Return<void> SimulatedSensor::testImageQuality(testImageQuality_cb _hidl_cb) {
+    _hidl_cb(filled<fp::ImageQualityTestResult>(0x10));
+    return Void();
+}
+Return<void> SimulatedSensor::psfCalibraton(psfCalibraton_cb _hidl_cb) {
+    _hidl_cb(filled<fp::PsfCalibrationResult>(0x20));
+    return Void();
+}
+Return<void> SimulatedSensor::calibratePsfSettings(calibratePsfSettings_cb _hidl_cb) {
+    _hidl_cb(filled<fp::PsfSettingFormat>(0x30));
+    return Void();
+}
+Return<void> SimulatedSensor::runPsfVerification(runPsfVerification_cb _hidl_cb) {
+    _hidl_cb(filled<fp::PsfVerificationResult>(0x40));
+    return Void();
+}
+Return<void> SimulatedSensor::testDigital(testDigital_cb _hidl_cb) {
+    _hidl_cb(filled<fp::DigitalTestResult>(0x50));
+    return Void();
+}
+Return<int32_t> SimulatedSensor::bgeCalibration() {
+    return 0;
+}
+Return<void> SimulatedSensor::testTemperature(testTemperature_cb _hidl_cb) {
+    _hidl_cb(filled<fp::TemperatureTestResult>(0x60));
+    return Void();
+}
+Return<void> SimulatedSensor::testContactResistance(testContactResistance_cb _hidl_cb) {
+    _hidl_cb(filled<fp::ContactResistanceTestResult>(0x70));
+    return Void();
+}
+Return<void> SimulatedSensor::captouchCalibration(captouchCalibration_cb _hidl_cb) {
+    _hidl_cb(filled<fp::CaptouchCalibrationResult>(0x80));
+    return Void();
+}
+Return<int32_t> SimulatedSensor::runBoostRegulation() {
+    return 0;
+}
+Return<void> SimulatedSensor::testTft(testTft_cb _hidl_cb) {
+    _hidl_cb(filled<fp::BiasTestResult>(0x90));
+    return Void();
+}
+Return<void> SimulatedSensor::testRx(testRx_cb _hidl_cb) {
+    _hidl_cb(filled<fp::BiasTestResult>(0xa0));
+    return Void();
+}
+Return<void> SimulatedSensor::testTx(testTx_cb _hidl_cb) {
+    _hidl_cb(filled<fp::TxTestResult>(0xb0));
+    return Void();
+}
+Return<int32_t> SimulatedSensor::bgeBinsExpiration(int32_t value) {
+    return value;
+}
+Return<void> SimulatedSensor::dbiasCalibration(dbiasCalibration_cb _hidl_cb) {
+    _hidl_cb(filled<fp::DbiasCalibrationResult>(0xc0));
+    return Void();
+}
+Return<void> SimulatedSensor::testNoise(testNoise_cb _hidl_cb) {
+    _hidl_cb(filled<fp::NoiseTestResult>(0xd0));
+    return Void();
+}
+Return<void> SimulatedSensor::readInfo(readInfo_cb _hidl_cb) {
+    fp::ReadInfoResult info;
+    info.bytes1 = std::vector<uint8_t>{1, 2, 3};
+    info.bytes2 = std::vector<uint8_t>{4};
+    info.bytes3 = std::vector<uint8_t>{5, 6};
+    _hidl_cb(info);
+    return Void();
+}
+Return<int32_t> SimulatedSensor::getPingResult() {
+    return 0;
+}
+Return<int32_t> SimulatedSensor::sendPingCmd() {
+    return 0;
+}
+Return<int32_t> SimulatedSensor::writeCalibration() {
+    return 0;
+}
+Return<void> SimulatedSensor::calibrationGet(const hidl_string& key, calibrationGet_cb _hidl_cb) {
+    std::string value;
+    {
+        std::lock_guard<std::mutex> lock(mLock);
+        auto it = mCalibration.find(key);
+        if (it != mCalibration.end()) value = it->second;
+    }
+    _hidl_cb(value);
+    return Void();
+}
+Return<void> SimulatedSensor::calibrationSet(const hidl_string& key, const hidl_string& value) {
+    std::lock_guard<std::mutex> lock(mLock);
+    mCalibration[key] = value;
+    return Void();
+}
+Return<int32_t> SimulatedSensor::toggleDumpStream(int32_t value) {
+    return value;
+}
+Return<int32_t> SimulatedSensor::powerTest() {
+    return 0;
+}
+Return<void> SimulatedSensor::getOtpValue(getOtpValue_cb _hidl_cb) {
+    _hidl_cb(filled<fp::OtpTestResult>(0xe0));
+    return Void();
+}
+Return<int32_t> SimulatedSensor::postEvent(const hidl_vec<uint8_t>& data) {
+    return static_cast<int32_t>(data.size());
+}
+Return<void> SimulatedSensor::retrieveUser(uint64_t value, retrieveUser_cb _hidl_cb) {
+    _hidl_cb("user-" + std::to_string(value));
+    return Void();
+}
+Return<int32_t> SimulatedSensor::enableFingerEvent(int32_t) {
+    return 0;
+}
+Return<int32_t> SimulatedSensor::disableFingerEvent() {
+    return 0;
+}
+Return<void> SimulatedSensor::getDebugData(const hidl_string&, getDebugData_cb _hidl_cb) {
+    _hidl_cb(std::vector<uint8_t>{0xd, 0xe, 0xb, 0x9});
+    return Void();
+}
+Return<void> SimulatedSensor::getMfgValue(uint16_t fieldId, getMfgValue_cb _hidl_cb) {
+    fp::FieldMfgFormat value;
+    value.head[0] = static_cast<uint8_t>(fieldId);
+    value.text = "mfg-" + std::to_string(fieldId);
+    _hidl_cb(value);
+    return Void();
+}
+Return<int32_t> SimulatedSensor::pauseEnrollment() {
+    return 0;
+}
+Return<int32_t> SimulatedSensor::resumeEnrollment() {
+    return 0;
+}
+Return<int32_t> SimulatedSensor::enableFingerDetect() {
+    return 0;
+}
+Return<int32_t> SimulatedSensor::disableFingerDetect() {
+    return 0;
+}
+Return<int32_t> SimulatedSensor::skipFingerDetect() {
+    return 0;
+}
+
+}  // namespace zuv_demo

@@ -1,0 +1,126 @@
+// A fingerprint service without hardware: configuration values, a few
+// enrolled fingers, and a matcher that reports through the client's callback
+// object from a worker thread, as a real sensor reports after the finger
+// has been read.
+#pragma once
+
+#include <vendor/zuv/hardware/fingerprint/1.0/IDaxAndroidServices.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/IZuvExtendedFingerprint.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/IZuvExtendedFingerprintCallback.h>
+
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace zuv_demo {
+
+namespace fp = ::vendor::zuv::hardware::fingerprint::V1_0;
+using ::android::sp;
+using ::android::hardware::hidl_string;
+using ::android::hardware::hidl_vec;
+using ::android::hardware::Return;
+
+// Results reported through onMatch's first argument.
+constexpr int32_t kMatched = 0;
+constexpr int32_t kNoMatch = 1;
+
+class SimulatedSensor : public fp::IZuvExtendedFingerprint {
+  public:
+    SimulatedSensor();
+    ~SimulatedSensor() override;
+
+    // Operations with behaviour.
+    Return<void> setConfigValue(const hidl_string& key, const hidl_string& value) override;
+    Return<void> getConfigValue(const hidl_string& key, getConfigValue_cb _hidl_cb) override;
+    Return<void> enumEnrollments(enumEnrollments_cb _hidl_cb) override;
+    Return<void> getEnrollRecord(const hidl_string& key, getEnrollRecord_cb _hidl_cb) override;
+    Return<int32_t> match(const sp<fp::IZuvExtendedFingerprintCallback>& callback, int32_t userId,
+                          const hidl_string& finger, const hidl_vec<uint8_t>& image,
+                          const hidl_string& strArg2, int32_t intArg2) override;
+    Return<int32_t> cancel() override;
+    Return<int32_t> startCapture(const sp<fp::IZuvExtendedFingerprintCallback>& callback,
+                                 int32_t value) override;
+    Return<int32_t> retrieveDebugData(
+            const sp<fp::IZuvExtendedFingerprintCallback>& callback) override;
+    Return<int32_t> registerAndroidServices(const sp<fp::IDaxAndroidServices>& services) override;
+    Return<int32_t> notifyAlarm() override;
+    Return<void> getFrameworkInfo(getFrameworkInfo_cb _hidl_cb) override;
+    Return<int32_t> isFingerprintEnabled() override;
+    Return<int32_t> setLivenessEnabled(const hidl_vec<uint8_t>& data, uint8_t enabled) override;
+    Return<uint8_t> getLivenessEnabled(const hidl_vec<uint8_t>& data) override;
+    Return<int8_t> isIvvEnabled() override;
+    Return<int32_t> enableIvv() override;
+    Return<int32_t> disableIvv() override;
+    Return<void> processRequest(const hidl_vec<uint8_t>& data, processRequest_cb _hidl_cb) override;
+    Return<int32_t> notifyPowerState(int32_t value) override;
+
+    // Factory tests and the rest: fixed, plausible answers.
+    Return<int32_t> testInit() override;
+    Return<int32_t> testDeinit() override;
+    Return<void> testParamGet(int32_t paramId, testParamGet_cb _hidl_cb) override;
+    Return<void> testParamSet(int32_t paramId, const hidl_string& value) override;
+    Return<void> testImageQuality(testImageQuality_cb _hidl_cb) override;
+    Return<void> psfCalibraton(psfCalibraton_cb _hidl_cb) override;
+    Return<void> calibratePsfSettings(calibratePsfSettings_cb _hidl_cb) override;
+    Return<void> runPsfVerification(runPsfVerification_cb _hidl_cb) override;
+    Return<void> testDigital(testDigital_cb _hidl_cb) override;
+    Return<int32_t> bgeCalibration() override;
+    Return<void> testTemperature(testTemperature_cb _hidl_cb) override;
+    Return<void> testContactResistance(testContactResistance_cb _hidl_cb) override;
+    Return<void> captouchCalibration(captouchCalibration_cb _hidl_cb) override;
+    Return<int32_t> runBoostRegulation() override;
+    Return<void> testTft(testTft_cb _hidl_cb) override;
+    Return<void> testRx(testRx_cb _hidl_cb) override;
+    Return<void> testTx(testTx_cb _hidl_cb) override;
+    Return<int32_t> bgeBinsExpiration(int32_t value) override;
+    Return<void> dbiasCalibration(dbiasCalibration_cb _hidl_cb) override;
+    Return<void> testNoise(testNoise_cb _hidl_cb) override;
+    Return<void> readInfo(readInfo_cb _hidl_cb) override;
+    Return<int32_t> getPingResult() override;
+    Return<int32_t> sendPingCmd() override;
+    Return<int32_t> writeCalibration() override;
+    Return<void> calibrationGet(const hidl_string& key, calibrationGet_cb _hidl_cb) override;
+    Return<void> calibrationSet(const hidl_string& key, const hidl_string& value) override;
+    Return<int32_t> toggleDumpStream(int32_t value) override;
+    Return<int32_t> powerTest() override;
+    Return<void> getOtpValue(getOtpValue_cb _hidl_cb) override;
+    Return<int32_t> postEvent(const hidl_vec<uint8_t>& data) override;
+    Return<void> retrieveUser(uint64_t value, retrieveUser_cb _hidl_cb) override;
+    Return<int32_t> enableFingerEvent(int32_t value) override;
+    Return<int32_t> disableFingerEvent() override;
+    Return<void> getDebugData(const hidl_string& key, getDebugData_cb _hidl_cb) override;
+    Return<void> getMfgValue(uint16_t fieldId, getMfgValue_cb _hidl_cb) override;
+    Return<int32_t> pauseEnrollment() override;
+    Return<int32_t> resumeEnrollment() override;
+    Return<int32_t> enableFingerDetect() override;
+    Return<int32_t> disableFingerDetect() override;
+    Return<int32_t> skipFingerDetect() override;
+
+  private:
+    // Runs reports one at a time, after the call that asked for them returned.
+    void post(std::function<void()> report);
+    void worker();
+
+    std::mutex mLock;
+    std::map<std::string, std::string> mConfig;
+    std::map<std::string, std::string> mCalibration;
+    std::vector<std::string> mEnrollments;
+    sp<fp::IDaxAndroidServices> mFramework;
+    bool mLiveness = false;
+    bool mIvv = false;
+    bool mCancelled = false;
+    std::string mLastMatch;
+
+    std::condition_variable mWork;
+    std::deque<std::function<void()>> mReports;
+    bool mStopping = false;
+    std::thread mWorker;
+};
+
+}  // namespace zuv_demo

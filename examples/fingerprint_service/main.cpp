@@ -1,0 +1,52 @@
+// fingerprint_service: publishes a simulated IZuvExtendedFingerprint with the
+// service manager and serves it until killed.
+//
+//   fingerprint_service [--instance NAME] [--runtime-dir DIR]
+//
+// Prints "ready" on stdout once the service is registered.
+#include <hidl/HidlTransportSupport.h>
+#include <hidl_host/ServiceRegistry.h>
+#include <hidl_host/SocketTransport.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "SimulatedSensor.h"
+
+int main(int argc, char** argv) {
+    std::string instance = "default";
+    for (int i = 1; i < argc; ++i) {
+        const std::string arg = argv[i];
+        if (arg == "--instance" && i + 1 < argc) {
+            instance = argv[++i];
+        } else if (arg == "--runtime-dir" && i + 1 < argc) {
+            setenv(::android::hardware::host::kRuntimeDirEnvVar, argv[++i], 1);
+        } else {
+            std::fprintf(stderr, "usage: %s [--instance NAME] [--runtime-dir DIR]\n", argv[0]);
+            return 2;
+        }
+    }
+
+    // Published for other processes or not at all.
+    setenv(::android::hardware::host::kServiceManagerEnvVar, "daemon", 0);
+
+    // Two threads: a client's call and a callback it triggers may overlap.
+    ::android::hardware::configureRpcThreadpool(2, true /* callerWillJoin */);
+
+    ::android::sp<zuv_demo::SimulatedSensor> sensor = new zuv_demo::SimulatedSensor();
+    const ::android::status_t err = sensor->registerAsService(instance);
+    if (err != ::android::OK) {
+        std::fprintf(stderr,
+                     "service: cannot register as \"%s\": %s (is zuv_hwservicemanager running?)\n",
+                     instance.c_str(), std::strerror(-err));
+        return 1;
+    }
+    std::printf("service: registered %s/%s\nready\n",
+                zuv_demo::fp::IZuvExtendedFingerprint::descriptor, instance.c_str());
+    std::fflush(stdout);
+
+    ::android::hardware::joinRpcThreadpool();
+    return 0;
+}
