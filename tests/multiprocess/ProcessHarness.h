@@ -1,0 +1,213 @@
+// Real processes for the multiprocess tests: started with pipes to their
+// stdin and stdout, read line by line with deadlines, and always stopped
+// (SIGTERM, then SIGKILL) and reaped when the test ends, however it ends.
+#pragma once
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <deque>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+extern char** environ;
+
+namespace zuv_mp {
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+// Generous: the suite must hold on a loaded two-core machine.
+constexpr auto kLineTimeout = 30s;
+constexpr auto kStopTimeout = 10s;
+
+// A private directory, removed with everything in it at the end.
+class TempDir {
+  public:
+    TempDir() {
+        std::string pattern = (std::filesystem::temp_directory_path() / "zuv-mp.XXXXXX").string();
+        if (mkdtemp(pattern.data()) != nullptr) mPath = pattern;
+    }
+    ~TempDir() {
+        std::error_code ignored;
+        if (!mPath.empty()) std::filesystem::remove_all(mPath, ignored);
+    }
+    TempDir(const TempDir&) = delete;
+    TempDir& operator=(const TempDir&) = delete;
+    const std::string& path() const { return mPath; }
+
+  private:
+    std::string mPath;
+};
+
+class Process {
+  public:
+    using Env = std::map<std::string, std::string>;
+
+    // Null when the program could not be started.
+    static std::unique_ptr<Process> start(const std::vector<std::string>& argv, const Env& env) {
+        int in[2], out[2];
+        if (pipe2(in, O_CLOEXEC) != 0) return nullptr;
+        if (pipe2(out, O_CLOEXEC) != 0) {
+            close(in[0]);
+            close(in[1]);
+            return nullptr;
+        }
+        std::vector<std::string> envStrings;
+        for (char** e = environ; *e != nullptr; ++e) {
+            std::string entry = *e;
+            if (env.count(entry.substr(0, entry.find('='))) == 0) envStrings.push_back(entry);
+        }
+        for (const auto& [key, value] : env) envStrings.push_back(key + "=" + value);
+        std::vector<char*> envp, args;
+        for (auto& s : envStrings) envp.push_back(s.data());
+        envp.push_back(nullptr);
+        std::vector<std::string> argvCopy = argv;
+        for (auto& s : argvCopy) args.push_back(s.data());
+        args.push_back(nullptr);
+
+        posix_spawn_file_actions_t actions;
+        posix_spawn_file_actions_init(&actions);
+        posix_spawn_file_actions_adddup2(&actions, in[0], STDIN_FILENO);
+        posix_spawn_file_actions_adddup2(&actions, out[1], STDOUT_FILENO);
+        pid_t pid = -1;
+        int err = posix_spawn(&pid, args[0], &actions, nullptr, args.data(), envp.data());
+        posix_spawn_file_actions_destroy(&actions);
+        close(in[0]);
+        close(out[1]);
+        if (err != 0) {
+            close(in[1]);
+            close(out[0]);
+            return nullptr;
+        }
+        return std::unique_ptr<Process>(new Process(pid, in[1], out[0]));
+    }
+
+    ~Process() {
+        stop();
+        if (mIn >= 0) close(mIn);
+        close(mOut);
+    }
+    Process(const Process&) = delete;
+    Process& operator=(const Process&) = delete;
+
+    pid_t pid() const { return mPid; }
+
+    bool send(const std::string& line) {
+        std::string data = line + "\n";
+        return mIn >= 0 &&
+               write(mIn, data.data(), data.size()) == static_cast<ssize_t>(data.size());
+    }
+
+    // The first unread line starting with prefix (earlier lines that do not
+    // match stay for later calls); nullopt on timeout or end of output.
+    std::optional<std::string> line(const std::string& prefix,
+                                    std::chrono::milliseconds timeout = kLineTimeout) {
+        const auto deadline = Clock::now() + timeout;
+        while (true) {
+            for (auto it = mLines.begin(); it != mLines.end(); ++it) {
+                if (it->compare(0, prefix.size(), prefix) == 0) {
+                    std::string found = *it;
+                    mLines.erase(it);
+                    return found;
+                }
+            }
+            if (!readMore(deadline)) return std::nullopt;
+        }
+    }
+
+    // Sends a command and returns its answer line.
+    std::optional<std::string> ask(const std::string& command, const std::string& answerPrefix) {
+        if (!send(command)) return std::nullopt;
+        return line(answerPrefix);
+    }
+
+    // Every line up to (not including) the first one equal to end.
+    std::optional<std::vector<std::string>> linesUntil(const std::string& end) {
+        std::vector<std::string> out;
+        while (true) {
+            auto l = line("");
+            if (!l) return std::nullopt;
+            if (*l == end) return out;
+            out.push_back(*l);
+        }
+    }
+
+    void signal(int sig) {
+        if (!mReaped) ::kill(mPid, sig);
+    }
+
+    // The exit status as waitpid reports it, or nullopt while it runs on.
+    std::optional<int> waitExit(std::chrono::milliseconds timeout) {
+        const auto deadline = Clock::now() + timeout;
+        while (!mReaped) {
+            int status = 0;
+            pid_t r = waitpid(mPid, &status, WNOHANG);
+            if (r == mPid) {
+                mReaped = true;
+                mStatus = status;
+                break;
+            }
+            if (Clock::now() >= deadline) return std::nullopt;
+            usleep(10 * 1000);
+        }
+        return mStatus;
+    }
+
+    void stop() {
+        if (mReaped) return;
+        signal(SIGTERM);
+        if (!waitExit(kStopTimeout)) {
+            signal(SIGKILL);
+            waitExit(kStopTimeout);
+        }
+    }
+
+  private:
+    Process(pid_t pid, int in, int out) : mPid(pid), mIn(in), mOut(out) {}
+
+    bool readMore(Clock::time_point deadline) {
+        while (true) {
+            auto left =
+                    std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
+            if (left.count() <= 0) return false;
+            pollfd pfd{mOut, POLLIN, 0};
+            int r = poll(&pfd, 1, static_cast<int>(left.count()));
+            if (r < 0 && errno == EINTR) continue;
+            if (r <= 0) return false;
+            char buffer[4096];
+            ssize_t n = read(mOut, buffer, sizeof(buffer));
+            if (n < 0 && errno == EINTR) continue;
+            if (n <= 0) return false;
+            mPartial.append(buffer, static_cast<size_t>(n));
+            bool complete = false;
+            for (size_t nl; (nl = mPartial.find('\n')) != std::string::npos;) {
+                mLines.push_back(mPartial.substr(0, nl));
+                mPartial.erase(0, nl + 1);
+                complete = true;
+            }
+            if (complete) return true;
+        }
+    }
+
+    const pid_t mPid;
+    int mIn;
+    const int mOut;
+    bool mReaped = false;
+    int mStatus = 0;
+    std::string mPartial;
+    std::deque<std::string> mLines;
+};
+
+}  // namespace zuv_mp
