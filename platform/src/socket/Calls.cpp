@@ -115,13 +115,14 @@ class ReceiveTranslator : public BinderTranslator {
                     mResolved[i] = mRuntime.proxyFor(mFrom, ref.node, 1);
                     break;
                 case kReceiverNode:
-                    // Only what the sender was given may come back.
-                    mResolved[i] = mRuntime.findTarget(ref.node, mFrom);
+                    mResolved[i] = mRuntime.findHome(ref.node);
                     break;
                 case kThirdNode:
                     if (ref.pid == mFrom) {
                         mResolved[i] = mRuntime.proxyFor(mFrom, ref.node, 1);
-                    } else if (ref.pid > 0 && ref.pid != self) {
+                    } else if (ref.pid == self) {
+                        mResolved[i] = mRuntime.findHome(ref.node);
+                    } else if (ref.pid > 0) {
                         mResolved[i] = mRuntime.proxyFor(ref.pid, ref.node, 1);
                     }
                     break;

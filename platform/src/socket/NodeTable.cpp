@@ -53,6 +53,17 @@ void NodeTable::dropHolderOf(Node* node, pid_t pid) {
 void NodeTable::forget(std::unordered_map<uint64_t, Node>::iterator it,
                        std::vector<sp<BHwBinder>>* released) {
     mIds.erase(it->second.binder.get());
+    if (mRetired.size() >= mSweepRetiredAt) {
+        // Objects already gone need no way home. The probes are released
+        // with the caller's other released objects, outside its lock.
+        for (auto r = mRetired.begin(); r != mRetired.end();) {
+            sp<BHwBinder> alive = r->second.promote();
+            r = alive == nullptr ? mRetired.erase(r) : std::next(r);
+            if (alive != nullptr) released->push_back(std::move(alive));
+        }
+        mSweepRetiredAt = 2 * mRetired.size() + 64;
+    }
+    mRetired[it->first] = it->second.binder;
     released->push_back(std::move(it->second.binder));
     mNodes.erase(it);
 }
@@ -87,6 +98,13 @@ sp<BHwBinder> NodeTable::find(uint64_t id, pid_t caller) const {
     auto it = mNodes.find(id);
     if (it == mNodes.end() || it->second.holders.count(caller) == 0) return nullptr;
     return it->second.binder;
+}
+
+sp<BHwBinder> NodeTable::findHome(uint64_t id) const {
+    auto it = mNodes.find(id);
+    if (it != mNodes.end()) return it->second.binder;
+    auto retired = mRetired.find(id);
+    return retired != mRetired.end() ? retired->second.promote() : nullptr;
 }
 
 size_t NodeTable::grantCount() const {

@@ -39,6 +39,11 @@ class NodeTable {
     // The object node stands for, when caller holds it; null otherwise.
     sp<BHwBinder> find(uint64_t node, pid_t caller) const;
 
+    // The object behind an id this process handed out, held or not, while
+    // the object lives: a reference coming home may cross the release of
+    // its sender's last hold on the way, and the id alone proves it was given.
+    sp<BHwBinder> findHome(uint64_t node) const;
+
     bool holdsAny(pid_t pid) const { return mHeldBy.count(pid) != 0; }
     size_t nodeCount() const { return mNodes.size(); }
     size_t grantCount() const;
@@ -56,7 +61,9 @@ class NodeTable {
 
     std::unordered_map<uint64_t, Node> mNodes;
     std::unordered_map<const BHwBinder*, uint64_t> mIds;
-    std::map<pid_t, size_t> mHeldBy;  // pid -> nodes it holds
+    std::map<pid_t, size_t> mHeldBy;                       // pid -> nodes it holds
+    std::unordered_map<uint64_t, wp<BHwBinder>> mRetired;  // released nodes
+    size_t mSweepRetiredAt = 64;
 };
 
 }  // namespace socket

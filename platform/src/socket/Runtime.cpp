@@ -258,6 +258,12 @@ sp<BHwBinder> Runtime::findTarget(uint64_t node, pid_t caller) {
     return mNodes.find(node, caller);
 }
 
+sp<BHwBinder> Runtime::findHome(uint64_t node) {
+    std::lock_guard<std::mutex> lock(mLock);
+    if (node == 0) return mContext;
+    return mNodes.findHome(node);
+}
+
 sp<IBinder> Runtime::proxyFor(pid_t pid, uint64_t node, uint64_t refs) {
     sp<BpHwBinder> proxy;
     bool dead = false;

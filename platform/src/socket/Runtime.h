@@ -85,6 +85,7 @@ class Runtime {
     status_t requestGrant(const std::shared_ptr<Peer>& owner, uint64_t node, pid_t grantee);
     sp<IBinder> proxyFor(pid_t pid, uint64_t node, uint64_t refs);
     sp<BHwBinder> findTarget(uint64_t node, pid_t caller);
+    sp<BHwBinder> findHome(uint64_t node);
     bool proxyTarget(uint64_t handle, ProxyTarget* out);
 
   private:

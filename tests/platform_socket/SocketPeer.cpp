@@ -1,0 +1,43 @@
+// The peer program of the socket tests.
+//   socket_peer serve <tag> <threads>   registers a TestObject with the test's
+//                                       hub under tag and serves it
+//   socket_peer context                 serves a TestObject as context object;
+//                                       prints "ready" once it does, exits 3
+//                                       when another process already serves
+#include <hidl/HidlTransportSupport.h>
+#include <hidl_host/SocketTransport.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "PeerObjects.h"
+
+using namespace android;
+using namespace android::hardware;
+
+int main(int argc, char** argv) {
+    if (argc >= 4 && strcmp(argv[1], "serve") == 0) {
+        configureRpcThreadpool(static_cast<size_t>(atoi(argv[3])), true);
+        sp<IBinder> hub = host::getContextObject();
+        if (hub == nullptr) return 2;
+        Parcel data, reply;
+        data.writeInt32(atoi(argv[2]));
+        data.writeStrongBinder(new peer::TestObject());
+        if (hub->transact(peer::kRegister, data, &reply) != OK) return 2;
+        joinRpcThreadpool();
+        return 0;
+    }
+    if (argc >= 2 && strcmp(argv[1], "context") == 0) {
+        configureRpcThreadpool(2, true);
+        status_t err = host::serveContextObject(new peer::TestObject());
+        if (err == ALREADY_EXISTS) return 3;
+        if (err != OK) return 2;
+        printf("ready\n");
+        fflush(stdout);
+        joinRpcThreadpool();
+        return 0;
+    }
+    fprintf(stderr, "usage: %s serve <tag> <threads> | context\n", argv[0]);
+    return 1;
+}

@@ -1,0 +1,231 @@
+// What a peer writes is untrusted: raw frames against a live peer, sizes at
+// and over the limit, the context socket's ownership and the runtime
+// directory's permissions.
+#include <hidl_host/WireImage.h>
+#include <sys/stat.h>
+
+#include <random>
+
+#include "SocketFixture.h"
+#include "socket/Frame.h"
+#include "socket/RuntimeDir.h"
+
+namespace socket_test {
+namespace {
+
+using android::hardware::host::WireImage;
+using android::hardware::host::WireImageCodec;
+namespace sock = android::hardware::host::socket;
+
+std::string privateDir() {
+    static int next = 0;
+    const char* base = getenv(android::hardware::host::kRuntimeDirEnvVar);
+    return std::string(base) + "/ctx" + std::to_string(next++);
+}
+
+// A peer serving a TestObject as context object in its own directory, and
+// raw connections to it.
+class RawFrameTest : public SocketTest {
+  protected:
+    void SetUp() override {
+        SocketTest::SetUp();
+        mDir = privateDir();
+        mPeers.push_back(std::make_unique<PeerProcess>(
+                std::vector<std::string>{"context"},
+                std::vector<std::string>{std::string(android::hardware::host::kRuntimeDirEnvVar) +
+                                         "=" + mDir}));
+        ASSERT_TRUE(mPeers.back()->waitForLine("ready"));
+    }
+
+    std::unique_ptr<sock::Connection> connect() {
+        pid_t pid;
+        uid_t uid;
+        int fd = sock::connectTo(sock::contextSocketPath(mDir), &pid, &uid);
+        if (fd < 0) return nullptr;
+        return std::make_unique<sock::Connection>(fd, pid, uid);
+    }
+
+    static sock::FrameHeader header(uint64_t node, uint32_t code, const WireImage& image) {
+        sock::FrameHeader h{};
+        h.magic = sock::kFrameMagic;
+        h.kind = sock::kTransact;
+        h.seq = 1;
+        h.node = node;
+        h.code = code;
+        h.payloadSize = static_cast<uint32_t>(image.bytes.size());
+        return h;
+    }
+
+    static WireImage echoImage(int32_t value) {
+        Parcel data;
+        data.writeInt32(value);
+        WireImage image;
+        EXPECT_EQ(WireImageCodec::flatten(data, nullptr, &image), OK);
+        return image;
+    }
+
+    // Sends a frame and answers the reply's status (and the echoed value).
+    static status_t call(sock::Connection* conn, const sock::FrameHeader& h,
+                         const std::vector<sock::BinderRef>& table, const WireImage& image,
+                         int32_t* echoed = nullptr) {
+        status_t err = conn->write(h, table.data(), table.size() * sizeof(sock::BinderRef),
+                                   image.bytes.data(), image.bytes.size(), {});
+        if (err != OK) return err;
+        sock::FrameHeader r;
+        const uint8_t* payload;
+        std::vector<int> fds;
+        err = conn->read(&r, &payload, &fds);
+        if (err != OK) return err;
+        EXPECT_EQ(r.kind, sock::kReply);
+        EXPECT_EQ(r.seq, h.seq);
+        if (r.status != OK || echoed == nullptr) return r.status;
+        Parcel reply;
+        err = WireImageCodec::rebuild(payload, r.payloadSize, std::move(fds), nullptr, &reply);
+        if (err == OK) reply.readInt32(echoed);
+        return err;
+    }
+
+    std::string mDir;
+};
+
+TEST_F(RawFrameTest, BadPayloadsFailTheirTransactionOnly) {
+    auto conn = connect();
+    ASSERT_NE(conn, nullptr);
+    int32_t echoed = 0;
+    WireImage good = echoImage(42);
+    ASSERT_EQ(call(conn.get(), header(0, peer::kEcho, good), {}, good, &echoed), OK);
+    EXPECT_EQ(echoed, 42);
+
+    // A corrupted image, a truncated one, a node nobody was given, and a
+    // binder reference to an object the caller never received.
+    WireImage corrupt = good;
+    corrupt.bytes[0] ^= 0xff;
+    EXPECT_EQ(call(conn.get(), header(0, peer::kEcho, corrupt), {}, corrupt), android::BAD_VALUE);
+    WireImage truncated = good;
+    truncated.bytes.resize(truncated.bytes.size() - 8);
+    EXPECT_EQ(call(conn.get(), header(0, peer::kEcho, truncated), {}, truncated),
+              android::BAD_VALUE);
+    std::mt19937_64 random(std::random_device{}());
+    EXPECT_EQ(call(conn.get(), header(random() | 1, peer::kEcho, good), {}, good),
+              android::PERMISSION_DENIED);
+
+    struct Forger : android::hardware::host::BinderTranslator {
+        status_t flattenBinder(const sp<IBinder>&, uint32_t* type, uint64_t* ref) override {
+            *type = BINDER_TYPE_HANDLE;
+            *ref = 1;
+            return OK;
+        }
+        status_t unflattenBinder(uint32_t, uint64_t, sp<IBinder>*) override { return OK; }
+    } forger;
+    Parcel withBinder;
+    withBinder.writeStrongBinder(new peer::TestObject());
+    WireImage forged;
+    ASSERT_EQ(WireImageCodec::flatten(withBinder, &forger, &forged), OK);
+    std::vector<sock::BinderRef> table = {{sock::kReceiverNode, 0, random() | 1}};
+    sock::FrameHeader h = header(0, peer::kReturn, forged);
+    h.tableCount = 1;
+    h.payloadSize += sizeof(sock::BinderRef);
+    EXPECT_EQ(call(conn.get(), h, table, forged), android::PERMISSION_DENIED);
+
+    // The connection and the peer carry on.
+    ASSERT_EQ(call(conn.get(), header(0, peer::kEcho, good), {}, good, &echoed), OK);
+    EXPECT_EQ(echoed, 42);
+}
+
+TEST_F(RawFrameTest, UnparsableFramesCloseTheConnectionAndThePeerSurvives) {
+    WireImage good = echoImage(7);
+    std::vector<std::function<void(sock::FrameHeader*)>> breakers = {
+            [](sock::FrameHeader* h) { h->magic = 0xdeadbeef; },
+            [](sock::FrameHeader* h) { h->kind = 77; },
+            [](sock::FrameHeader* h) { h->payloadSize = 4u << 20; },
+            [](sock::FrameHeader* h) { h->fdCount = 2; },  // announced, never sent
+            [](sock::FrameHeader* h) { h->tableCount = 1; },
+    };
+    for (size_t i = 0; i < breakers.size(); ++i) {
+        auto conn = connect();
+        ASSERT_NE(conn, nullptr);
+        sock::FrameHeader h = header(0, peer::kEcho, good);
+        breakers[i](&h);
+        ASSERT_EQ(conn->write(h, nullptr, 0, good.bytes.data(), good.bytes.size(), {}), OK);
+        sock::FrameHeader r;
+        const uint8_t* payload;
+        std::vector<int> fds;
+        status_t err = conn->read(&r, &payload, &fds);
+        // Either refused with a status or hung up on; never a crash.
+        EXPECT_TRUE(err == android::DEAD_OBJECT || (err == OK && r.status != OK)) << i;
+    }
+    auto conn = connect();
+    ASSERT_NE(conn, nullptr);
+    int32_t echoed = 0;
+    EXPECT_EQ(call(conn.get(), header(0, peer::kEcho, good), {}, good, &echoed), OK);
+    EXPECT_EQ(echoed, 7);
+}
+
+TEST_F(SocketTest, TransactionsUpToTheLimitPassAndLargerOnesFailAtTheSender) {
+    sp<IBinder> object = startPeer();
+    ASSERT_NE(object, nullptr);
+    for (size_t size : {size_t{900} * 1024, size_t{2} << 20}) {
+        std::vector<uint8_t> blob(size);
+        uint64_t sum = 0;
+        for (size_t i = 0; i < size; ++i) {
+            blob[i] = static_cast<uint8_t>(i * 31);
+            sum += blob[i];
+        }
+        Parcel data, reply;
+        size_t handle;
+        data.writeInt32(static_cast<int32_t>(size));
+        data.writeBuffer(blob.data(), blob.size(), &handle);
+        status_t err = object->transact(peer::kBlob, data, &reply);
+        if (size > android::hardware::host::kMaxTransactionSize) {
+            EXPECT_EQ(err, android::FAILED_TRANSACTION);
+            continue;
+        }
+        ASSERT_EQ(err, OK);
+        int32_t gotSize = 0;
+        uint64_t gotSum = 0;
+        reply.readInt32(&gotSize);
+        reply.readUint64(&gotSum);
+        EXPECT_EQ(gotSize, static_cast<int32_t>(size));
+        EXPECT_EQ(gotSum, sum);
+    }
+    EXPECT_EQ(echo(object, 3).value, 3);
+}
+
+TEST_F(SocketTest, OneLiveProcessServesTheContextObject) {
+    const std::string dir = privateDir();
+    const std::vector<std::string> env = {std::string(android::hardware::host::kRuntimeDirEnvVar) +
+                                          "=" + dir};
+    PeerProcess first({"context"}, env);
+    ASSERT_TRUE(first.waitForLine("ready"));
+    PeerProcess second({"context"}, env);
+    EXPECT_EQ(second.waitExit(), 3);
+    // A dead server's socket is taken over.
+    first.kill();
+    PeerProcess third({"context"}, env);
+    EXPECT_TRUE(third.waitForLine("ready"));
+    // This process serves the hub already.
+    EXPECT_EQ(android::hardware::host::serveContextObject(new peer::TestObject()),
+              android::ALREADY_EXISTS);
+}
+
+TEST(SocketRuntimeDirTest, OnlyAPrivateDirectoryIsUsed) {
+    char tmpl[] = "/tmp/zuv-socket-dir-XXXXXX";
+    ASSERT_NE(mkdtemp(tmpl), nullptr);
+    const std::string fresh = std::string(tmpl) + "/run";
+    EXPECT_EQ(sock::ensureRuntimeDirectory(fresh), OK);
+    struct stat st;
+    ASSERT_EQ(stat(fresh.c_str(), &st), 0);
+    EXPECT_EQ(st.st_mode & 0777, 0700u);
+
+    chmod(fresh.c_str(), 0755);
+    EXPECT_EQ(sock::ensureRuntimeDirectory(fresh), android::PERMISSION_DENIED);
+    const std::string file = std::string(tmpl) + "/file";
+    fclose(fopen(file.c_str(), "w"));
+    EXPECT_EQ(sock::ensureRuntimeDirectory(file), android::PERMISSION_DENIED);
+    rmdir(fresh.c_str());
+    unlink(file.c_str());
+    rmdir(tmpl);
+}
+
+}  // namespace
+}  // namespace socket_test
