@@ -77,6 +77,18 @@ TEST_F(RegistryAcrossProcesses, RegisteredInOneProcessFoundAndCalledFromAnother)
     EXPECT_EQ(got->substr(0, 13), "got fp remote");
     // The call reaches the server's process.
     EXPECT_EQ(client->ask("whois fp", "whois"), "whois fp " + std::to_string(server->pid()));
+    // The manager knows which process serves what.
+    ASSERT_TRUE(client->send("dump"));
+    auto dump = client->linesUntil("dump end");
+    ASSERT_TRUE(dump);
+    EXPECT_NE(std::find(dump->begin(), dump->end(),
+                        std::string("dump ") + kTest + "/fp " + std::to_string(server->pid())),
+              dump->end());
+    EXPECT_NE(std::find(dump->begin(), dump->end(),
+                        "dump android.hidl.manager@1.0::IServiceManager/default " +
+                                std::to_string(sm->pid())),
+              dump->end());
+
     // Looked up by the registering process itself, it is its own object.
     auto own = server->ask("tryget fp", "got fp");
     ASSERT_TRUE(own);

@@ -1,5 +1,7 @@
 #include "registry/InProcessServiceManager.h"
 
+#include <hidl/HidlBinderSupport.h>
+#include <hidl_host/SocketTransport.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -12,6 +14,19 @@ namespace hardware {
 namespace details {
 
 using ::android::hidl::base::V1_0::DebugInfo;
+
+namespace {
+
+// The process serving a service: this one for a local object, the peer for
+// a proxy of the socket transport, unknown otherwise.
+int32_t pidOf(const sp<::android::hidl::base::V1_0::IBase>& service) {
+    if (!service->isRemote()) return static_cast<int32_t>(getpid());
+    pid_t pid = host::socketBinderPid(getOrCreateCachedBinder(service.get()));
+    return pid > 0 ? static_cast<int32_t>(pid)
+                   : static_cast<int32_t>(InProcessServiceManager::PidConstant::NO_PID);
+}
+
+}  // namespace
 
 // Holds the registry weakly: the registry holds the watch.
 class InProcessServiceManager::DeathWatch : public hidl_death_recipient {
@@ -164,9 +179,7 @@ Return<void> InProcessServiceManager::debugDump(debugDump_cb _hidl_cb) {
                 InstanceDebugInfo info;
                 info.interfaceName = fqName;
                 info.instanceName = entry.first;
-                info.pid = entry.second.service->isRemote()
-                                   ? static_cast<int32_t>(PidConstant::NO_PID)
-                                   : static_cast<int32_t>(getpid());
+                info.pid = pidOf(entry.second.service);
                 info.arch = arch;
                 infos.push_back(std::move(info));
             }
