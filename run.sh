@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Entry point for everything: ./run.sh demo | test | build
+# Entry point for everything: ./run.sh demo | test | build | bench
 set -euo pipefail
 cd "$(dirname "$0")"
 
@@ -24,12 +24,16 @@ case "${1:-}" in
     build
     ctest --preset "$preset" -j "$jobs"
     ;;
+  bench)
+    build
+    "build/$preset/bench/transport_bench"
+    ;;
   demo)
     build
     ./scripts/demo.sh "build/$preset"
     ;;
   *)
-    echo "usage: $0 demo|test|build" >&2
+    echo "usage: $0 demo|test|build|bench" >&2
     exit 2
     ;;
 esac

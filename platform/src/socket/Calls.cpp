@@ -106,7 +106,6 @@ class ReceiveTranslator : public BinderTranslator {
 
     void resolve(const uint8_t* table, size_t count) {
         mResolved.resize(count);
-        const pid_t self = getpid();
         for (size_t i = 0; i < count; ++i) {
             BinderRef ref;
             memcpy(&ref, table + i * sizeof(ref), sizeof(ref));
@@ -120,7 +119,7 @@ class ReceiveTranslator : public BinderTranslator {
                 case kThirdNode:
                     if (ref.pid == mFrom) {
                         mResolved[i] = mRuntime.proxyFor(mFrom, ref.node, 1);
-                    } else if (ref.pid == self) {
+                    } else if (ref.pid == getpid()) {
                         mResolved[i] = mRuntime.findHome(ref.node);
                     } else if (ref.pid > 0) {
                         mResolved[i] = mRuntime.proxyFor(ref.pid, ref.node, 1);
