@@ -8,6 +8,8 @@
 #include <mutex>
 #include <utility>
 
+#include "trace/TraceRecorder.h"
+
 namespace android {
 namespace hardware {
 
@@ -23,6 +25,15 @@ bool envSaysEnabled() {
 }
 
 struct Registry {
+    // A trace asked for by the environment must be in place before the
+    // first object copies the callbacks.
+    Registry() {
+        if (tracing::claimInstallFromEnvironment()) {
+            enabled = true;
+            callbacks.emplace_back(nextId++, tracing::recorderCallback());
+        }
+    }
+
     std::mutex lock;
     bool enabled = envSaysEnabled();
     host::InstrumentationCallbackId nextId = 1;

@@ -1,0 +1,24 @@
+// A process for the trace tests: one call through the loopback transport,
+// then an ordinary exit, so that whatever the environment switched on is
+// written by the exit handler.
+#include <hidl_host/Loopback.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/BnHwZuvExtendedFingerprint.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/BpHwZuvExtendedFingerprint.h>
+
+#include <cstdio>
+#include <string>
+
+#include "FakeExtendedFingerprint.h"
+
+namespace fp = ::vendor::zuv::hardware::fingerprint::V1_0;
+using ::android::sp;
+using ::android::hardware::hidl_string;
+
+int main() {
+    sp<fp::IZuvExtendedFingerprint> proxy =
+            new fp::BpHwZuvExtendedFingerprint(::android::hardware::host::loopbackProxyFor(
+                    new fp::BnHwZuvExtendedFingerprint(new zuv_test::FakeExtendedFingerprint)));
+    const bool ok = proxy->getConfigValue("mode", [](const hidl_string&) {}).isOk();
+    std::printf("%s\n", ok ? "called" : "failed");
+    return ok ? 0 : 1;
+}

@@ -1,0 +1,269 @@
+// The trace recorder in one process: what calls through the loopback
+// transport and passthrough wrappers leave in the exported JSON, the bound on
+// memory, escaping and writing files.
+#include <gtest/gtest.h>
+#include <hidl_host/Loopback.h>
+#include <hidl_host/TraceExport.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/BnHwZuvExtendedFingerprint.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/BpHwZuvExtendedFingerprint.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/BsDaxAndroidServices.h>
+
+#include <cerrno>
+#include <condition_variable>
+#include <cstdio>
+#include <fstream>
+#include <map>
+#include <mutex>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "FakeDaxAndroidServices.h"
+#include "FakeExtendedFingerprint.h"
+#include "TraceTestSupport.h"
+
+namespace zuv_trace_test {
+namespace {
+
+namespace host = ::android::hardware::host;
+namespace fp = ::vendor::zuv::hardware::fingerprint::V1_0;
+using ::android::sp;
+using ::android::hardware::hidl_string;
+using ::android::hardware::Return;
+using ::android::hardware::Void;
+
+struct ConfigFingerprint : zuv_test::FakeExtendedFingerprint {
+    Return<void> getConfigValue(const hidl_string& key, getConfigValue_cb cb) override {
+        cb(std::string(key) + "!");
+        return Void();
+    }
+};
+
+const std::string kClient = "IZuvExtendedFingerprint::getConfigValue (client)";
+const std::string kServer = "IZuvExtendedFingerprint::getConfigValue (server)";
+const std::vector<std::string> kOneCall = {"B " + kClient, "B " + kServer, "E " + kServer,
+                                           "E " + kClient};
+
+long currentTid() {
+    return static_cast<long>(syscall(SYS_gettid));
+}
+
+class TraceExportTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        host::startTrace(1024);
+        // Built after the start: objects copy the callbacks when they are made.
+        proxy = new fp::BpHwZuvExtendedFingerprint(
+                host::loopbackProxyFor(new fp::BnHwZuvExtendedFingerprint(new ConfigFingerprint)));
+    }
+    void TearDown() override {
+        host::stopTrace();
+        host::clearTrace();
+    }
+
+    void call() {
+        std::string value;
+        ASSERT_TRUE(proxy->getConfigValue("mode", [&](const hidl_string& v) { value = v; }).isOk());
+        ASSERT_EQ("mode!", value);
+    }
+
+    sp<fp::IZuvExtendedFingerprint> proxy;
+};
+
+TEST_F(TraceExportTest, LoopbackCallNestsClientAroundServerOnTheCallingThread) {
+    call();
+    const std::vector<Json> events = traceEvents(host::traceJson());
+    EXPECT_EQ(kOneCall, slices(events, "hidl"));
+
+    double lastTs = 0;
+    bool processNamed = false, threadNamed = false;
+    for (const Json& e : events) {
+        EXPECT_EQ(getpid(), static_cast<pid_t>(e.num("pid")));
+        if (e.str("ph") == "M") {
+            processNamed |= e.str("name") == "process_name";
+            threadNamed |= e.str("name") == "thread_name" && e.num("tid") == currentTid();
+            continue;
+        }
+        EXPECT_EQ(currentTid(), static_cast<long>(e.num("tid")));
+        EXPECT_GE(e.num("ts"), lastTs);
+        lastTs = e.num("ts");
+        if (e.str("ph") == "B") {
+            ASSERT_NE(nullptr, e.get("args"));
+            EXPECT_EQ("vendor.zuv.hardware.fingerprint@1.0", e.get("args")->str("package"));
+        }
+    }
+    EXPECT_TRUE(processNamed);
+    EXPECT_TRUE(threadNamed);
+}
+
+TEST_F(TraceExportTest, NothingIsRecordedWhileStoppedAndClearForgetsEverything) {
+    call();
+    host::stopTrace();
+    EXPECT_FALSE(host::isTraceRecording());
+    call();
+    EXPECT_EQ(4u, host::traceStats().recorded);
+    host::clearTrace();
+    EXPECT_EQ(0u, host::traceStats().recorded);
+    EXPECT_TRUE(slices(traceEvents(host::traceJson()), "hidl").empty());
+
+    host::startTrace();  // keeps the capacity
+    EXPECT_EQ(1024u, host::traceStats().capacity);
+    call();
+    EXPECT_EQ(kOneCall, slices(traceEvents(host::traceJson()), "hidl"));
+}
+
+TEST_F(TraceExportTest, FullBufferKeepsTheNewestEventsAndCountsTheRest) {
+    host::startTrace(4);
+    for (int i = 0; i < 3; ++i) call();
+    host::TraceStats stats = host::traceStats();
+    EXPECT_EQ(4u, stats.recorded);
+    EXPECT_EQ(8u, stats.dropped);
+    std::string json = host::traceJson();
+    EXPECT_EQ(kOneCall, slices(traceEvents(json), "hidl"));
+    EXPECT_EQ("8", otherData(json, "droppedEvents"));
+
+    // Three places keep the last call's end only: the client's end lost its
+    // begin and is left out rather than closing someone else's slice.
+    host::startTrace(3);
+    call();
+    json = host::traceJson();
+    EXPECT_EQ((std::vector<std::string>{"B " + kServer, "E " + kServer}),
+              slices(traceEvents(json), "hidl"));
+    EXPECT_EQ("1", otherData(json, "droppedEvents"));
+    EXPECT_EQ("1", otherData(json, "unmatchedEnds"));
+}
+
+TEST_F(TraceExportTest, ConcurrentCallsStayWholeAndNestedPerThread) {
+    constexpr int kThreads = 4;
+    constexpr int kCalls = 50;
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t) {
+        threads.emplace_back([this] {
+            for (int i = 0; i < kCalls; ++i) call();
+        });
+    }
+    for (auto& t : threads) t.join();
+    EXPECT_EQ(0u, host::traceStats().dropped);
+
+    std::map<long, std::vector<std::string>> perThread;
+    for (const Json& e : traceEvents(host::traceJson())) {
+        if (e.str("cat") == "hidl") {
+            perThread[static_cast<long>(e.num("tid"))].push_back(e.str("ph") + " " + e.str("name"));
+        }
+    }
+    ASSERT_EQ(static_cast<size_t>(kThreads), perThread.size());
+    for (const auto& [tid, seq] : perThread) {
+        ASSERT_EQ(static_cast<size_t>(kCalls) * 4, seq.size()) << tid;
+        for (size_t i = 0; i < seq.size(); i += 4) {
+            ASSERT_EQ(kOneCall, std::vector<std::string>(seq.begin() + i, seq.begin() + i + 4))
+                    << "thread " << tid << " at " << i;
+        }
+    }
+}
+
+// A oneway passthrough call begins on the caller's thread and ends on the
+// wrapper's queue: an async slice, not an end closing the queue's last slice.
+TEST_F(TraceExportTest, OnewayPassthroughCallEndingOnAnotherThreadIsOneAsyncSlice) {
+    struct Timer : zuv_test::FakeDaxAndroidServices {
+        Return<void> setTimer(uint32_t) override {
+            std::lock_guard<std::mutex> lock(mLock);
+            ran = true;
+            changed.notify_all();
+            return Void();
+        }
+        std::mutex mLock;
+        std::condition_variable changed;
+        bool ran = false;
+    };
+    sp<Timer> impl = new Timer;
+    sp<fp::IDaxAndroidServices> wrapper = new fp::BsDaxAndroidServices(impl);
+    ASSERT_TRUE(wrapper->setTimer(7).isOk());
+    {
+        std::unique_lock<std::mutex> lock(impl->mLock);
+        ASSERT_TRUE(
+                impl->changed.wait_for(lock, std::chrono::seconds(30), [&] { return impl->ran; }));
+    }
+    // The exit is reported after the implementation returns.
+    for (int i = 0; i < 3000 && host::traceStats().recorded < 2; ++i) usleep(1000);
+
+    const std::vector<Json> events = traceEvents(host::traceJson());
+    const std::string name = "IDaxAndroidServices::setTimer (passthrough)";
+    std::vector<const Json*> found;
+    for (const Json& e : events) {
+        if (e.str("name") == name) found.push_back(&e);
+    }
+    ASSERT_EQ(2u, found.size());
+    EXPECT_EQ("b", found[0]->str("ph"));
+    EXPECT_EQ("e", found[1]->str("ph"));
+    EXPECT_EQ(found[0]->str("id"), found[1]->str("id"));
+    EXPECT_EQ(currentTid(), static_cast<long>(found[0]->num("tid")));
+    EXPECT_NE(currentTid(), static_cast<long>(found[1]->num("tid")));
+    EXPECT_EQ("0", otherData(host::traceJson(), "unmatchedEnds"));
+}
+
+TEST_F(TraceExportTest, SectionNamesAreEscapedAndSectionsNestPerThread) {
+    const std::string awkward = std::string("say \"hi\"\\ \t\n\x01 caf\xc3\xa9 \xe2\x82\xac");
+    host::traceSectionBegin(awkward.c_str());
+    host::traceSectionBegin("\xff\xc0\xaf broken");  // not UTF-8
+    host::traceSectionEnd();
+    host::traceSectionEnd();
+    host::traceSectionEnd();  // one too many: left out
+
+    const std::string json = host::traceJson();
+    EXPECT_EQ((std::vector<std::string>{
+                      "b " + awkward, "b \xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd broken",
+                      "e \xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd broken", "e " + awkward}),
+              slices(traceEvents(json), "atrace"));
+    EXPECT_EQ("1", otherData(json, "unmatchedEnds"));
+}
+
+class TempFile {
+  public:
+    TempFile() {
+        char pattern[] = "/tmp/zuv-trace-test.XXXXXX";
+        if (mkdtemp(pattern) != nullptr) mDir = pattern;
+    }
+    ~TempFile() {
+        if (!mDir.empty()) std::system(("rm -rf '" + mDir + "'").c_str());
+    }
+    const std::string& dir() const { return mDir; }
+
+  private:
+    std::string mDir;
+};
+
+std::string slurp(const std::string& path) {
+    std::ifstream in(path);
+    std::stringstream s;
+    s << in.rdbuf();
+    return s.str();
+}
+
+TEST_F(TraceExportTest, WritesFilesNamedByPidAndReportsFailures) {
+    TempFile tmp;
+    ASSERT_FALSE(tmp.dir().empty());
+    call();
+    ASSERT_TRUE(host::writeTrace(tmp.dir() + "/t-%p.json"));
+    const std::string written = slurp(tmp.dir() + "/t-" + std::to_string(getpid()) + ".json");
+    EXPECT_EQ(kOneCall, slices(traceEvents(written), "hidl"));
+
+    errno = 0;
+    EXPECT_FALSE(host::writeTrace(tmp.dir() + "/missing/t.json"));
+    EXPECT_EQ(ENOENT, errno);
+    // Nothing half-written is left behind.
+    EXPECT_EQ("", slurp(tmp.dir() + "/missing/t.json"));
+
+    unsetenv(host::kTraceFileEnvVar);
+    EXPECT_FALSE(host::flushTrace());
+    setenv(host::kTraceFileEnvVar, (tmp.dir() + "/env-%p.json").c_str(), 1);
+    EXPECT_EQ(tmp.dir() + "/env-" + std::to_string(getpid()) + ".json", host::traceFilePath());
+    EXPECT_TRUE(host::flushTrace());
+    unsetenv(host::kTraceFileEnvVar);
+    EXPECT_EQ(written, slurp(tmp.dir() + "/env-" + std::to_string(getpid()) + ".json"));
+}
+
+}  // namespace
+}  // namespace zuv_trace_test

@@ -1,0 +1,100 @@
+// Tracing switched on by the environment in a real child process: the file
+// named by ZUV_HIDL_TRACE_FILE, written at exit, with the package's trace
+// sections when the atrace shim is preloaded.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "ProcessHarness.h"
+#include "TraceTestSupport.h"
+
+namespace zuv_trace_test {
+namespace {
+
+using zuv_mp::Process;
+
+const std::string kClient = "IZuvExtendedFingerprint::getConfigValue (client)";
+const std::string kServer = "IZuvExtendedFingerprint::getConfigValue (server)";
+
+class TraceProcessTest : public ::testing::Test {
+  protected:
+    void SetUp() override { ASSERT_FALSE(mDir.path().empty()); }
+
+    // Runs the child to its end; its pid, or -1 when it failed.
+    pid_t run(Process::Env env) {
+        env.emplace("ZUV_HIDL_RUNTIME_DIR", mDir.path() + "/run");
+        auto child = Process::start({ZUV_TRACE_CHILD_PATH}, env);
+        if (child == nullptr) {
+            ADD_FAILURE() << "cannot start the child";
+            return -1;
+        }
+        EXPECT_EQ(child->line("called"), "called");
+        auto status = child->waitExit(zuv_mp::kLineTimeout);
+        if (!status || !WIFEXITED(*status) || WEXITSTATUS(*status) != 0) {
+            ADD_FAILURE() << "the child did not exit cleanly";
+            return -1;
+        }
+        return child->pid();
+    }
+
+    std::string traceOf(pid_t pid) const {
+        std::ifstream in(mDir.path() + "/trace-" + std::to_string(pid) + ".json");
+        std::stringstream s;
+        s << in.rdbuf();
+        return s.str();
+    }
+
+    std::string pattern() const { return mDir.path() + "/trace-%p.json"; }
+
+    zuv_mp::TempDir mDir;
+};
+
+TEST_F(TraceProcessTest, EnvironmentVariableWritesTheTraceAtExit) {
+    const pid_t pid = run({{"ZUV_HIDL_TRACE_FILE", pattern()}});
+    ASSERT_GT(pid, 0);
+    const std::string json = traceOf(pid);
+    const std::vector<Json> events = traceEvents(json);
+    EXPECT_EQ((std::vector<std::string>{"B " + kClient, "B " + kServer, "E " + kServer,
+                                        "E " + kClient}),
+              slices(events, "hidl"));
+    for (const Json& e : events) EXPECT_EQ(pid, static_cast<pid_t>(e.num("pid")));
+    // libcutils discards the sections unless the shim is preloaded.
+    EXPECT_TRUE(slices(events, "atrace").empty());
+}
+
+TEST_F(TraceProcessTest, NoFileWithoutTheVariableAndACapFromTheEnvironment) {
+    const pid_t plain = run({});
+    ASSERT_GT(plain, 0);
+    EXPECT_FALSE(
+            std::filesystem::exists(mDir.path() + "/trace-" + std::to_string(plain) + ".json"));
+
+    const pid_t capped =
+            run({{"ZUV_HIDL_TRACE_FILE", pattern()}, {"ZUV_HIDL_TRACE_MAX_EVENTS", "2"}});
+    ASSERT_GT(capped, 0);
+    const std::string json = traceOf(capped);
+    // The two newest events are both ends; their begins were overwritten.
+    EXPECT_TRUE(slices(traceEvents(json), "hidl").empty());
+    EXPECT_EQ("2", otherData(json, "unmatchedEnds"));
+    EXPECT_EQ("2", otherData(json, "droppedEvents"));
+}
+
+TEST_F(TraceProcessTest, PreloadedShimRecordsThePackageTraceSections) {
+    const pid_t pid =
+            run({{"ZUV_HIDL_TRACE_FILE", pattern()}, {"LD_PRELOAD", ZUV_ATRACE_SHIM_PATH}});
+    ASSERT_GT(pid, 0);
+    const std::vector<Json> events = traceEvents(traceOf(pid));
+    const std::string client = "HIDL::IZuvExtendedFingerprint::getConfigValue::client";
+    const std::string server = "HIDL::IZuvExtendedFingerprint::getConfigValue::server";
+    EXPECT_EQ(
+            (std::vector<std::string>{"b " + client, "b " + server, "e " + server, "e " + client}),
+            slices(events, "atrace"));
+    EXPECT_EQ(4u, slices(events, "hidl").size());
+}
+
+}  // namespace
+}  // namespace zuv_trace_test
