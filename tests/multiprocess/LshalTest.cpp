@@ -1,0 +1,135 @@
+// zuv_lshal against a real daemon, the example service and a test peer, each
+// test in its own runtime directory.
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "ProcessHarness.h"
+
+namespace zuv_mp {
+namespace {
+
+struct Listing {
+    int exitCode = -1;
+    std::vector<std::string> lines;
+
+    // The row of fqName/instance split into its columns; empty when absent.
+    std::vector<std::string> row(const std::string& fqName, const std::string& instance) const {
+        for (const std::string& l : lines) {
+            std::istringstream in(l);
+            std::vector<std::string> cols;
+            for (std::string c; in >> c;) cols.push_back(c);
+            if (cols.size() >= 2 && cols[0] == fqName && cols[1] == instance) return cols;
+        }
+        return {};
+    }
+    bool has(const std::string& line) const {
+        return std::find(lines.begin(), lines.end(), line) != lines.end();
+    }
+};
+
+class LshalTest : public ::testing::Test {
+  protected:
+    void SetUp() override { ASSERT_FALSE(mDir.path().empty()); }
+
+    Process::Env env() const {
+        return {{"ZUV_HIDL_RUNTIME_DIR", mDir.path() + "/run"},
+                {"ZUV_HIDL_SERVICE_MANAGER", "daemon"}};
+    }
+
+    std::unique_ptr<Process> started(const std::vector<std::string>& argv) {
+        auto p = Process::start(argv, env());
+        if (p == nullptr || !p->line("ready")) {
+            ADD_FAILURE() << argv[0] << " did not get ready";
+            return nullptr;
+        }
+        return p;
+    }
+
+    // Runs zuv_lshal to its end: every line it printed and its exit code.
+    Listing lshal(std::vector<std::string> args) {
+        args.insert(args.begin(), ZUV_LSHAL_PATH);
+        Listing out;
+        auto p = Process::start(args, env());
+        if (p == nullptr) {
+            ADD_FAILURE() << "cannot start zuv_lshal";
+            return out;
+        }
+        while (auto l = p->line("")) out.lines.push_back(*l);
+        auto status = p->waitExit(kLineTimeout);
+        if (status && WIFEXITED(*status)) out.exitCode = WEXITSTATUS(*status);
+        return out;
+    }
+
+    TempDir mDir;
+};
+
+constexpr const char* kFingerprint = "vendor.zuv.hardware.fingerprint@1.0::IZuvExtendedFingerprint";
+constexpr const char* kManager = "android.hidl.manager@1.0::IServiceManager";
+
+TEST_F(LshalTest, ListsTheExampleServiceWithItsProcessPingAndInterfaceChain) {
+    auto sm = started({ZUV_SERVICEMANAGER_PATH});
+    auto service = started({ZUV_FINGERPRINT_SERVICE_PATH, "--instance", "sensor0"});
+    ASSERT_TRUE(sm && service);
+
+    Listing plain = lshal({});
+    EXPECT_EQ(0, plain.exitCode);
+    EXPECT_EQ((std::vector<std::string>{kFingerprint, "sensor0", std::to_string(service->pid()),
+                                        "hwbinder"}),
+              plain.row(kFingerprint, "sensor0"));
+    EXPECT_EQ(
+            (std::vector<std::string>{kManager, "default", std::to_string(sm->pid()), "hwbinder"}),
+            plain.row(kManager, "default"));
+
+    Listing full = lshal({"--ping", "--debug"});
+    EXPECT_EQ(0, full.exitCode);
+    EXPECT_EQ((std::vector<std::string>{kFingerprint, "sensor0", std::to_string(service->pid()),
+                                        "hwbinder", "ok"}),
+              full.row(kFingerprint, "sensor0"));
+    EXPECT_TRUE(
+            full.has(std::string("    chain: ") + kFingerprint + " android.hidl.base@1.0::IBase"));
+    const std::string debugPrefix = "    debug info: pid " + std::to_string(service->pid()) + ",";
+    EXPECT_TRUE(std::any_of(full.lines.begin(), full.lines.end(),
+                            [&](const std::string& l) { return l.rfind(debugPrefix, 0) == 0; }));
+}
+
+TEST_F(LshalTest, ServiceOfADeadProcessDisappearsFromTheListing) {
+    auto sm = started({ZUV_SERVICEMANAGER_PATH});
+    auto peer = started({ZUV_TEST_PEER_PATH});
+    ASSERT_TRUE(sm && peer);
+    ASSERT_EQ(peer->ask("register fp", "registered"), "registered fp 0");
+    EXPECT_FALSE(lshal({"--ping"}).row("vendor.zuv.test@1.0::ITest", "fp").empty());
+
+    peer->signal(SIGKILL);
+    ASSERT_TRUE(peer->waitExit(kStopTimeout));
+    // The daemon forgets it once it notices the death; until then a ping
+    // fails and says so in the exit code.
+    const auto deadline = Clock::now() + kLineTimeout;
+    Listing after;
+    do {
+        after = lshal({"--ping"});
+        if (after.row("vendor.zuv.test@1.0::ITest", "fp").empty()) break;
+        EXPECT_EQ(1, after.exitCode);
+        std::this_thread::sleep_for(50ms);
+    } while (Clock::now() < deadline);
+    EXPECT_TRUE(after.row("vendor.zuv.test@1.0::ITest", "fp").empty());
+    EXPECT_EQ(0, after.exitCode);
+    EXPECT_FALSE(after.row(kManager, "default").empty());
+}
+
+TEST_F(LshalTest, FailsWithoutADaemon) {
+    Listing none = lshal({});
+    EXPECT_EQ(1, none.exitCode);
+    EXPECT_TRUE(none.lines.empty());
+
+    EXPECT_EQ(2, lshal({"--bogus"}).exitCode);
+}
+
+}  // namespace
+}  // namespace zuv_mp
