@@ -91,7 +91,7 @@ class BaseOperationsTest : public ::testing::Test {
 
 using Interfaces = ::testing::Types<FakeExtendedFingerprint, FakeExtendedFingerprintCallback,
                                     FakeDaxAndroidServices>;
-TYPED_TEST_SUITE(BaseOperationsTest, Interfaces);
+TYPED_TEST_SUITE(BaseOperationsTest, Interfaces, );
 
 TYPED_TEST(BaseOperationsTest, NameTheInterfaceThenTheBase) {
     EXPECT_STREQ(Identity<TypeParam>::kDescriptor, TypeParam::descriptor);

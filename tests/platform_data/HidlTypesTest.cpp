@@ -80,7 +80,8 @@ TEST(HidlString, CopiesAreIndependentAndMovesEmptyTheSource) {
     EXPECT_TRUE(a.empty());  // NOLINT(bugprone-use-after-move)
     EXPECT_STREQ(a.c_str(), "");
 
-    c = c;  // self-assignment keeps the value
+    const hidl_string& alias = c;  // hides the self-assignment from the compiler
+    c = alias;                     // self-assignment keeps the value
     EXPECT_EQ(c, "hello");
     c = std::move(b);
     EXPECT_EQ(c, "world");

@@ -95,7 +95,7 @@ private:
 
     details::hidl_pointer<const native_handle_t> mHandle;
     bool mOwnsHandle;
-    uint8_t mPad[7];
+    [[maybe_unused]] uint8_t mPad[7];  // keeps the platform's 16-byte layout
 };
 
 // ---------------------------------------------------------------------------
@@ -137,7 +137,7 @@ private:
     details::hidl_pointer<const char> mBuffer;
     uint32_t mSize;
     bool mOwnsBuffer;
-    uint8_t mPad[3];
+    [[maybe_unused]] uint8_t mPad[3];  // keeps the platform's 16-byte layout
 };
 
 bool operator==(const hidl_string& a, const hidl_string& b);
@@ -295,7 +295,7 @@ private:
     details::hidl_pointer<T> mBuffer;
     uint32_t mSize;
     bool mOwnsBuffer;
-    uint8_t mPad[3];
+    [[maybe_unused]] uint8_t mPad[3];  // keeps the platform's 16-byte layout
 };
 
 template <typename T>
