@@ -91,7 +91,7 @@ std::shared_ptr<Peer> Runtime::peerLocked(pid_t pid) {
     return peer;
 }
 
-std::shared_ptr<Peer> Runtime::forgetPeerIfUnusedLocked(const std::shared_ptr<Peer>& peer) {
+std::shared_ptr<Peer> Runtime::forgetPeerIfUnusedLocked(std::shared_ptr<Peer> peer) {
     if (peer == nullptr || peer->proxies != 0 || mNodes.holdsAny(peer->pid)) return nullptr;
     auto it = mPeers.find(peer->pid);
     if (it == mPeers.end() || it->second != peer) return nullptr;

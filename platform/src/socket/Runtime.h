@@ -92,7 +92,8 @@ class Runtime {
     Runtime();
 
     std::shared_ptr<Peer> peerLocked(pid_t pid);
-    std::shared_ptr<Peer> forgetPeerIfUnusedLocked(const std::shared_ptr<Peer>& peer);
+    // Takes its own reference: the caller's may live in the map entry it erases.
+    std::shared_ptr<Peer> forgetPeerIfUnusedLocked(std::shared_ptr<Peer> peer);
     void peerDied(pid_t pid, int pidfd);
     void monitorLoop();
     void listenLoop();
