@@ -346,6 +346,7 @@ TEST(ParcelNativeHandles, BufferThenFdArrayAndReadChecksBoth) {
     nh->version = 3;
     Parcel bad;
     EXPECT_EQ(bad.writeNativeHandleNoDup(nh), BAD_VALUE);
+    nh->version = sizeof(native_handle_t);  // native_handle_delete refuses to free it otherwise
     native_handle_delete(nh);
 }
 

@@ -87,7 +87,8 @@ TEST_F(WrapPassthrough, LocalObjectGetsTheRegisteredWrapperOnce) {
 
 TEST_F(WrapPassthrough, ExtensionFallsBackToItsParentsWrapper) {
     sp<IProbe> impl = new DerivedProbe();
-    auto* wrapper = dynamic_cast<ProbeWrapper*>(wrapPassthrough(impl).get());
+    sp<IProbe> wrapped = wrapPassthrough(impl);  // keeps the wrapper alive while it is inspected
+    auto* wrapper = dynamic_cast<ProbeWrapper*>(wrapped.get());
     ASSERT_NE(wrapper, nullptr);
     EXPECT_EQ(wrapper->impl, impl);
 }
