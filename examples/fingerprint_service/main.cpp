@@ -3,15 +3,21 @@
 //
 //   fingerprint_service [--instance NAME] [--runtime-dir DIR]
 //
-// Prints "ready" on stdout once the service is registered.
+// Prints "ready" on stdout once the service is registered. SIGTERM or SIGINT
+// stops it, after writing the trace ZUV_HIDL_TRACE_FILE asks for.
 #include <hidl/HidlTransportSupport.h>
 #include <hidl_host/ServiceRegistry.h>
 #include <hidl_host/SocketTransport.h>
+#include <hidl_host/TraceExport.h>
+#include <signal.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <thread>
 
 #include "SimulatedSensor.h"
 
@@ -31,6 +37,27 @@ int main(int argc, char** argv) {
 
     // Published for other processes or not at all.
     setenv(::android::hardware::host::kServiceManagerEnvVar, "daemon", 0);
+
+    // Blocked before any thread starts, so that only the waiter sees them. The
+    // pool's threads are not asked to stop: the process leaves with _exit,
+    // which skips the exit handler that would write the trace.
+    sigset_t stopSignals;
+    sigemptyset(&stopSignals);
+    sigaddset(&stopSignals, SIGTERM);
+    sigaddset(&stopSignals, SIGINT);
+    pthread_sigmask(SIG_BLOCK, &stopSignals, nullptr);
+    std::thread([stopSignals] {
+        int signal = 0;
+        while (sigwait(&stopSignals, &signal) != 0) {
+        }
+        const std::string trace = ::android::hardware::host::traceFilePath();
+        if (!trace.empty() && !::android::hardware::host::flushTrace()) {
+            std::fprintf(stderr, "service: cannot write %s: %s\n", trace.c_str(),
+                         std::strerror(errno));
+        }
+        std::fflush(nullptr);
+        _exit(0);
+    }).detach();
 
     // Two threads: a client's call and a callback it triggers may overlap.
     ::android::hardware::configureRpcThreadpool(2, true /* callerWillJoin */);
