@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Entry point for everything: ./run.sh demo | test | build | bench
+# Entry point for everything: ./run.sh demo | test | build | bench | fuzz
 set -euo pipefail
 cd "$(dirname "$0")"
 
@@ -32,8 +32,12 @@ case "${1:-}" in
     build
     ./scripts/demo.sh "build/$preset"
     ;;
+  fuzz)
+    setup
+    ./scripts/fuzz.sh
+    ;;
   *)
-    echo "usage: $0 demo|test|build|bench" >&2
+    echo "usage: $0 demo|test|build|bench|fuzz" >&2
     exit 2
     ;;
 esac
