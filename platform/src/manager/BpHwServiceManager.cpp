@@ -49,8 +49,8 @@ Return<T> withValue(Return<void> ret, T value) {
 }  // namespace
 
 BpHwServiceManager::BpHwServiceManager(const sp<IBinder>& _hidl_impl)
-    : BpInterface<IServiceManager>(_hidl_impl),
-      HidlInstrumentor(wire::kFqPackage, wire::kServiceManager) {}
+    : details::BpHwManagerBase<IServiceManager>(_hidl_impl, wire::kFqPackage,
+                                                wire::kServiceManager) {}
 
 Return<sp<IBase>> BpHwServiceManager::get(const hidl_string& fqName, const hidl_string& name) {
     sp<IBase> service;
@@ -193,41 +193,6 @@ Return<void> BpHwServiceManager::registerPassthroughClient(const hidl_string& fq
                 return writeStrings(data, {&fqName, &name});
             },
             nullptr);
-}
-
-Return<void> BpHwServiceManager::interfaceChain(interfaceChain_cb _hidl_cb) {
-    return BpHwBase::_hidl_interfaceChain(this, this, std::move(_hidl_cb));
-}
-
-Return<void> BpHwServiceManager::interfaceDescriptor(interfaceDescriptor_cb _hidl_cb) {
-    return BpHwBase::_hidl_interfaceDescriptor(this, this, std::move(_hidl_cb));
-}
-
-Return<void> BpHwServiceManager::getHashChain(getHashChain_cb _hidl_cb) {
-    return BpHwBase::_hidl_getHashChain(this, this, std::move(_hidl_cb));
-}
-
-Return<void> BpHwServiceManager::ping() {
-    return BpHwBase::_hidl_ping(this, this);
-}
-
-Return<void> BpHwServiceManager::getDebugInfo(getDebugInfo_cb _hidl_cb) {
-    return BpHwBase::_hidl_getDebugInfo(this, this, std::move(_hidl_cb));
-}
-
-Return<bool> BpHwServiceManager::linkToDeath(const sp<hidl_death_recipient>& recipient,
-                                             uint64_t cookie) {
-    return wire::linkToDeath(this, remote(), recipient, cookie, &_hidl_mMutex,
-                             &_hidl_mDeathRecipients);
-}
-
-Return<bool> BpHwServiceManager::unlinkToDeath(const sp<hidl_death_recipient>& recipient) {
-    return wire::unlinkToDeath(remote(), recipient, &_hidl_mMutex, &_hidl_mDeathRecipients);
-}
-
-void BpHwServiceManager::onLastStrongRef(const void* id) {
-    wire::dropDeathRecipients(&_hidl_mMutex, &_hidl_mDeathRecipients);
-    BpHwRefBase::onLastStrongRef(id);
 }
 
 }  // namespace V1_0
