@@ -224,6 +224,10 @@ int main(int argc, char** argv) {
     std::string debug = box.take("debug");
     expect(started.isOk() && debug == "debug last match: finger-1", "onCaptureDebugData: " + debug);
 
+    // Every report the service still owes us has arrived once this returns.
+    Return<int32_t> ended = service->testDeinit();
+    expect(ended.isOk() && static_cast<int32_t>(ended) == 0, "testDeinit(): reports drained");
+
     if (gFailures != 0) {
         std::printf("client: %d step(s) failed\n", gFailures);
         return 1;

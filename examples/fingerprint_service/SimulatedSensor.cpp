@@ -68,9 +68,12 @@ void SimulatedSensor::worker() {
         if (mReports.empty()) return;
         auto report = std::move(mReports.front());
         mReports.pop_front();
+        mReporting = true;
         lock.unlock();
         report();
         lock.lock();
+        mReporting = false;
+        if (mReports.empty()) mIdle.notify_all();
     }
 }
 
@@ -280,7 +283,11 @@ Return<int32_t> SimulatedSensor::notifyPowerState(int32_t value) {
 Return<int32_t> SimulatedSensor::testInit() {
     return 0;
 }
+// Ends a test session: returns once every pending report has reached the
+// client, so a client may exit right after without cutting one off.
 Return<int32_t> SimulatedSensor::testDeinit() {
+    std::unique_lock<std::mutex> lock(mLock);
+    mIdle.wait(lock, [&] { return mStopping || (mReports.empty() && !mReporting); });
     return 0;
 }
 Return<void> SimulatedSensor::testParamGet(int32_t paramId, testParamGet_cb _hidl_cb) {

@@ -118,7 +118,9 @@ class SimulatedSensor : public fp::IZuvExtendedFingerprint {
     std::string mLastMatch;
 
     std::condition_variable mWork;
+    std::condition_variable mIdle;  // the worker has nothing queued or running
     std::deque<std::function<void()>> mReports;
+    bool mReporting = false;
     bool mStopping = false;
     std::thread mWorker;
 };
