@@ -4,7 +4,7 @@
 
 #include <vendor/zuv/hardware/fingerprint/1.0/IDaxAndroidServices.h>
 
-#include "android_services/AndroidServicesInfo.h"
+#include "frame/Interfaces.h"
 #include "frame/Method.h"
 
 #define ZUV_ANDROID_SERVICES_METHODS(X)    \

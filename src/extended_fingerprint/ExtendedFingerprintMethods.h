@@ -4,10 +4,7 @@
 
 #include <vendor/zuv/hardware/fingerprint/1.0/IZuvExtendedFingerprint.h>
 
-// Interfaces that travel as arguments of this one.
-#include "android_services/AndroidServicesInfo.h"
-#include "extended_fingerprint/ExtendedFingerprintInfo.h"
-#include "extended_fingerprint_callback/ExtendedFingerprintCallbackInfo.h"
+#include "frame/Interfaces.h"
 #include "frame/Method.h"
 
 #define ZUV_EXTENDED_FINGERPRINT_METHODS(X) \

@@ -4,7 +4,7 @@
 
 #include <vendor/zuv/hardware/fingerprint/1.0/IZuvExtendedFingerprintCallback.h>
 
-#include "extended_fingerprint_callback/ExtendedFingerprintCallbackInfo.h"
+#include "frame/Interfaces.h"
 #include "frame/Method.h"
 
 #define ZUV_EXTENDED_FINGERPRINT_CALLBACK_METHODS(X) \

@@ -1,8 +1,6 @@
 #include "frame/Registration.h"
 
-#include "android_services/AndroidServicesInfo.h"
-#include "extended_fingerprint/ExtendedFingerprintInfo.h"
-#include "extended_fingerprint_callback/ExtendedFingerprintCallbackInfo.h"
+#include "frame/Interfaces.h"
 
 namespace vendor {
 namespace zuv {
