@@ -21,7 +21,6 @@ using ::android::OK;
 using ::android::sp;
 using ::android::status_t;
 using ::android::UNKNOWN_TRANSACTION;
-using ::android::hardware::hidl_array;
 using ::android::hardware::hidl_handle;
 using ::android::hardware::hidl_string;
 using ::android::hardware::hidl_vec;
@@ -114,21 +113,9 @@ TEST_P(BaseOverLoopback, IdentityOperationsComeBackFromTheImplementation) {
         EXPECT_NE(receivedChars, impl->sentChars);
     }
 
-    std::string name;
-    ASSERT_TRUE(proxy->interfaceDescriptor([&](const hidl_string& d) { name = d; }).isOk());
-    EXPECT_EQ(name, IBase::descriptor);
-
-    std::vector<std::array<uint8_t, 32>> hashes;
-    ASSERT_TRUE(proxy->getHashChain([&](const hidl_vec<hidl_array<uint8_t, 32>>& h) {
-                         for (const auto& a : h) hashes.push_back(a);
-                     }).isOk());
-    const std::array<uint8_t, 32> baseHash = {0xec, 0x7f, 0xd7, 0x9e, 0xd0, 0x2d, 0xfa, 0x85,
-                                              0xbc, 0x49, 0x94, 0x26, 0xad, 0xae, 0x3e, 0xbe,
-                                              0x23, 0xef, 0x05, 0x24, 0xf3, 0xcd, 0x69, 0x57,
-                                              0x13, 0x93, 0x24, 0xb8, 0x3b, 0x18, 0xca, 0x4c};
-    ASSERT_EQ(hashes.size(), 1u);
-    EXPECT_EQ(hashes[0], baseHash);
-
+    size_t hashes = 0;
+    ASSERT_TRUE(proxy->getHashChain([&](const auto& h) { hashes = h.size(); }).isOk());
+    EXPECT_EQ(hashes, 1u);
     EXPECT_TRUE(proxy->ping().isOk());
     EXPECT_TRUE(proxy->isRemote());
 }

@@ -41,75 +41,55 @@ class Death : public ::testing::Test {
     sp<BpHwBase> proxy;
 };
 
-TEST_F(Death, RecipientsAreToldOnceWithTheirCookieAndTheProxy) {
+TEST_F(Death, RecipientsAreToldOnceWithTheirCookieUnlessUnlinked) {
     sp<Recorder> first = new Recorder();
     sp<Recorder> second = new Recorder();
+    sp<Recorder> removed = new Recorder();
     EXPECT_TRUE(proxy->linkToDeath(first, 7));
+    EXPECT_TRUE(proxy->linkToDeath(first, 6));
     EXPECT_TRUE(proxy->linkToDeath(second, 8));
+    EXPECT_TRUE(proxy->linkToDeath(removed, 3));
+    // Unlinking removes only the most recent registration of a recipient.
+    EXPECT_TRUE(proxy->unlinkToDeath(removed));
+    EXPECT_FALSE(proxy->unlinkToDeath(removed));
+    EXPECT_TRUE(proxy->unlinkToDeath(first));
+    EXPECT_FALSE(proxy->unlinkToDeath(nullptr));
     EXPECT_TRUE(proxy->ping().isOk());
 
     EXPECT_TRUE(host::killLoopbackTarget(stub));
     EXPECT_TRUE(host::killLoopbackTarget(stub));  // a second death tells nobody again
-
     EXPECT_EQ(first->cookies, std::vector<uint64_t>{7});
     EXPECT_EQ(second->cookies, std::vector<uint64_t>{8});
+    EXPECT_TRUE(removed->cookies.empty());
     ASSERT_EQ(first->whos.size(), 1u);
     EXPECT_EQ(first->whos[0].get(), static_cast<IBase*>(proxy.get()));
 
-    auto ret = proxy->ping();
-    EXPECT_TRUE(ret.isDeadObject());
-    // Registering on a dead object fails, but the wrapper is kept.
+    EXPECT_TRUE(proxy->ping().isDeadObject());
     EXPECT_FALSE(proxy->linkToDeath(first, 9));
     EXPECT_EQ(first->cookies.size(), 1u);
 }
 
-TEST_F(Death, UnlinkRemovesOnlyTheMostRecentRegistration) {
-    sp<Recorder> recipient = new Recorder();
-    sp<Recorder> removed = new Recorder();
-    EXPECT_TRUE(proxy->linkToDeath(recipient, 1));
-    EXPECT_TRUE(proxy->linkToDeath(recipient, 2));
-    EXPECT_TRUE(proxy->linkToDeath(removed, 3));
-
-    EXPECT_TRUE(proxy->unlinkToDeath(removed));
-    EXPECT_FALSE(proxy->unlinkToDeath(removed));
-    EXPECT_TRUE(proxy->unlinkToDeath(recipient));
-    EXPECT_FALSE(proxy->unlinkToDeath(nullptr));
-
-    host::killLoopbackTarget(proxy->remoteStrong());
-    EXPECT_EQ(recipient->cookies, std::vector<uint64_t>{1});
-    EXPECT_TRUE(removed->cookies.empty());
-}
-
-TEST_F(Death, KillingReleasesTheTargetAndLaterProxiesAreDead) {
+TEST_F(Death, KillingReleasesTheTargetAndDroppedRecipientsAreNotTold) {
     wp<BnHwBase> weakStub = stub;
     sp<IBinder> binder = proxy->remoteStrong();
+    sp<Recorder> recipient = new Recorder();
+    EXPECT_TRUE(proxy->linkToDeath(recipient, 5));
+    EXPECT_TRUE(proxy->linkToDeath(new Recorder(), 1));  // dropped by its owner
+    proxy.clear();                                       // drops its wrappers; the binder lives on
     stub.clear();
     ASSERT_NE(weakStub.promote(), nullptr);  // the proxy holds its target
 
     EXPECT_TRUE(host::killLoopbackTarget(binder));
+    EXPECT_TRUE(recipient->cookies.empty());
     EXPECT_EQ(weakStub.promote(), nullptr);
     EXPECT_EQ(host::loopbackTargetOf(binder), nullptr);
     EXPECT_FALSE(binder->remoteBinder()->isBinderAlive());
 
-    // A recipient dropped by its owner is not told; nothing breaks.
-    sp<BnHwBase> other = new BnHwBase(new Bare());
-    sp<BpHwBase> otherProxy = new BpHwBase(host::toLoopback(other));
-    EXPECT_TRUE(otherProxy->linkToDeath(new Recorder(), 1));
-    host::killLoopbackTarget(other);
-
     // The same target asked for again after its death stays dead.
-    otherProxy.clear();
+    sp<BnHwBase> other = new BnHwBase(new Bare());
+    host::killLoopbackTarget(other);
     sp<IBinder> again = host::loopbackProxyFor(other);
     EXPECT_EQ(again->transact(1, ::android::hardware::Parcel(), nullptr), DEAD_OBJECT);
-}
-
-TEST_F(Death, ADroppedProxyLeavesNoRecipientBehind) {
-    sp<Recorder> recipient = new Recorder();
-    EXPECT_TRUE(proxy->linkToDeath(recipient, 5));
-    sp<IBinder> binder = proxy->remoteStrong();
-    proxy.clear();  // drops its wrappers; the binder lives on
-    host::killLoopbackTarget(stub);
-    EXPECT_TRUE(recipient->cookies.empty());
 }
 
 }  // namespace
