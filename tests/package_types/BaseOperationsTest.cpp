@@ -93,53 +93,34 @@ using Interfaces = ::testing::Types<FakeExtendedFingerprint, FakeExtendedFingerp
                                     FakeDaxAndroidServices>;
 TYPED_TEST_SUITE(BaseOperationsTest, Interfaces, );
 
-TYPED_TEST(BaseOperationsTest, NameTheInterfaceThenTheBase) {
+TYPED_TEST(BaseOperationsTest, IdentityIsOwnDescriptorAndHashThenTheBase) {
     EXPECT_STREQ(Identity<TypeParam>::kDescriptor, TypeParam::descriptor);
-
+    IBase& object = *this->object_;
     std::vector<std::string> chain;
-    int calls = 0;
-    Return<void> ret = this->object_->interfaceChain([&](const hidl_vec<hidl_string>& names) {
-        ++calls;
-        for (const hidl_string& name : names) chain.push_back(name);
-    });
-    EXPECT_TRUE(ret.isOk());
-    EXPECT_EQ(1, calls);
-    EXPECT_THAT(chain, ElementsAre(Identity<TypeParam>::kDescriptor, IBase::descriptor));
-
     std::string descriptor;
-    calls = 0;
-    ret = this->object_->interfaceDescriptor([&](const hidl_string& name) {
-        ++calls;
-        descriptor = name;
-    });
-    EXPECT_TRUE(ret.isOk());
-    EXPECT_EQ(1, calls);
-    EXPECT_EQ(Identity<TypeParam>::kDescriptor, descriptor);
-}
-
-TYPED_TEST(BaseOperationsTest, HashChainIsOwnHashThenBaseHash) {
-    std::vector<Hash> chain;
-    int calls = 0;
-    Return<void> ret =
-            this->object_->getHashChain([&](const hidl_vec<hidl_array<uint8_t, 32>>& hashes) {
-                ++calls;
-                for (const auto& hash : hashes) chain.push_back(hash);
-            });
-    EXPECT_TRUE(ret.isOk());
-    EXPECT_EQ(1, calls);
-    EXPECT_THAT(chain,
-                ElementsAre(hashFromHex(Identity<TypeParam>::kHash), hashFromHex(kBaseHash)));
-}
-
-TYPED_TEST(BaseOperationsTest, DebugInfoKnowsNoProcessOrAddress) {
-    int calls = 0;
+    std::vector<Hash> hashes;
     DebugInfo info{};
-    Return<void> ret = this->object_->getDebugInfo([&](const DebugInfo& reported) {
+    int calls = 0;
+    auto onChain = [&](const hidl_vec<hidl_string>& names) {
+        for (const hidl_string& name : names) chain.push_back(name);
         ++calls;
-        info = reported;
-    });
-    EXPECT_TRUE(ret.isOk());
-    EXPECT_EQ(1, calls);
+    };
+    auto onHashes = [&](const hidl_vec<hidl_array<uint8_t, 32>>& got) {
+        for (const auto& hash : got) hashes.push_back(hash);
+        ++calls;
+    };
+    EXPECT_TRUE(object.interfaceChain(onChain).isOk());
+    EXPECT_TRUE(object.interfaceDescriptor([&](const hidl_string& d) {
+                          descriptor = d, ++calls;
+                      }).isOk());
+    EXPECT_TRUE(object.getHashChain(onHashes).isOk());
+    EXPECT_TRUE(object.getDebugInfo([&](const DebugInfo& d) { info = d, ++calls; }).isOk());
+    EXPECT_EQ(4, calls);  // each callback exactly once
+    EXPECT_THAT(chain, ElementsAre(Identity<TypeParam>::kDescriptor, IBase::descriptor));
+    EXPECT_EQ(Identity<TypeParam>::kDescriptor, descriptor);
+    EXPECT_THAT(hashes,
+                ElementsAre(hashFromHex(Identity<TypeParam>::kHash), hashFromHex(kBaseHash)));
+    // A local object knows no process or address.
     EXPECT_EQ(-1, info.pid);
     EXPECT_EQ(0u, info.ptr);
     EXPECT_EQ(DebugInfo::Architecture::IS_64BIT, info.arch);
@@ -148,15 +129,11 @@ TYPED_TEST(BaseOperationsTest, DebugInfoKnowsNoProcessOrAddress) {
 TYPED_TEST(BaseOperationsTest, DeathRecipientsAreAnsweredButNotKept) {
     sp<CountingRecipient> recipient = new CountingRecipient();
 
-    Return<bool> linkedNull = this->object_->linkToDeath(nullptr, 42);
-    Return<bool> linked = this->object_->linkToDeath(recipient, 42);
-    Return<bool> unlinkedNull = this->object_->unlinkToDeath(nullptr);
-    Return<bool> unlinked = this->object_->unlinkToDeath(recipient);
-    ASSERT_TRUE(linkedNull.isOk() && linked.isOk() && unlinkedNull.isOk() && unlinked.isOk());
-    EXPECT_FALSE(linkedNull);
-    EXPECT_TRUE(linked);
-    EXPECT_FALSE(unlinkedNull);
-    EXPECT_TRUE(unlinked);
+    // Return<bool> converts only when OK and dies otherwise.
+    EXPECT_FALSE(this->object_->linkToDeath(nullptr, 42));
+    EXPECT_TRUE(this->object_->linkToDeath(recipient, 42));
+    EXPECT_FALSE(this->object_->unlinkToDeath(nullptr));
+    EXPECT_TRUE(this->object_->unlinkToDeath(recipient));
 
     // Nothing was registered: the object holds no reference and dying tells
     // nobody.
@@ -168,27 +145,18 @@ TYPED_TEST(BaseOperationsTest, DeathRecipientsAreAnsweredButNotKept) {
 TYPED_TEST(BaseOperationsTest, RemainingOperationsSucceedLocally) {
     watchSyspropChanges();
     const int before = gSyspropChanges;
-
     EXPECT_FALSE(this->object_->isRemote());
     EXPECT_TRUE(this->object_->ping().isOk());
     EXPECT_TRUE(this->object_->setHALInstrumentation().isOk());
     EXPECT_TRUE(this->object_->debug(hidl_handle(), hidl_vec<hidl_string>{"-a"}).isOk());
     EXPECT_TRUE(this->object_->notifySyspropsChanged().isOk());
     EXPECT_EQ(before + 1, gSyspropChanges);
-}
 
-// The identity conversion needs no transport: it hands back the same object.
-TYPED_TEST(BaseOperationsTest, IdentityCastKeepsTheObject) {
+    // The identity conversion needs no transport: it hands back the same object.
     using Interface = typename Identity<TypeParam>::Interface;
     sp<Interface> object = new TypeParam();
-
-    Return<sp<Interface>> same = Interface::castFrom(object);
-    ASSERT_TRUE(same.isOk());
-    EXPECT_EQ(object.get(), static_cast<sp<Interface>>(same).get());
-
-    Return<sp<Interface>> none = Interface::castFrom(sp<Interface>());
-    ASSERT_TRUE(none.isOk());
-    EXPECT_EQ(nullptr, static_cast<sp<Interface>>(none).get());
+    EXPECT_EQ(object, static_cast<sp<Interface>>(Interface::castFrom(object)));
+    EXPECT_EQ(nullptr, static_cast<sp<Interface>>(Interface::castFrom(sp<Interface>())));
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 // header fields for corrupting them.
 #pragma once
 
+#include <dirent.h>
 #include <hidl/HidlBinderSupport.h>
 #include <hidl/HidlSupport.h>
 #include <hidl_host/WireImage.h>
@@ -88,6 +89,14 @@ inline std::vector<int> dupFds(const std::vector<int>& fds) {
     std::vector<int> out;
     for (int fd : fds) out.push_back(::dup(fd));
     return out;
+}
+
+inline size_t openFdCount() {
+    size_t n = 0;
+    DIR* dir = opendir("/proc/self/fd");
+    while (readdir(dir) != nullptr) ++n;
+    closedir(dir);
+    return n;
 }
 
 inline status_t roundTrip(const Parcel& in, Parcel* out, BinderTranslator* translator = nullptr) {
