@@ -30,7 +30,6 @@ using ::android::hardware::Return;
 using ::android::hardware::Void;
 using ::android::hidl::base::V1_0::BnHwBase;
 using ::android::hidl::base::V1_0::BpHwBase;
-using ::android::hidl::base::V1_0::DebugInfo;
 using ::android::hidl::base::V1_0::IBase;
 namespace host = ::android::hardware::host;
 
@@ -71,19 +70,6 @@ struct RecordingBase : IBase {
     std::atomic<int> syspropsCalls{0};
 };
 
-// A stub that answers getDebugInfo itself, as every interface's stub does.
-struct OwnDebugInfoStub : BnHwBase {
-    using BnHwBase::BnHwBase;
-    Return<void> getDebugInfo(IBase::getDebugInfo_cb cb) override {
-        DebugInfo info{};
-        info.pid = 77;
-        info.ptr = 0x1234;
-        info.arch = DebugInfo::Architecture::IS_32BIT;
-        cb(info);
-        return Void();
-    }
-};
-
 class BaseOverLoopback : public ::testing::TestWithParam<bool> {
   protected:
     void SetUp() override {
@@ -118,24 +104,6 @@ TEST_P(BaseOverLoopback, IdentityOperationsComeBackFromTheImplementation) {
     EXPECT_EQ(hashes, 1u);
     EXPECT_TRUE(proxy->ping().isOk());
     EXPECT_TRUE(proxy->isRemote());
-}
-
-TEST_P(BaseOverLoopback, DebugInfoIsTheStubsOwnAnswer) {
-    DebugInfo info{};
-    ASSERT_TRUE(proxy->getDebugInfo([&](const DebugInfo& i) { info = i; }).isOk());
-    EXPECT_EQ(info.pid, ::android::hardware::details::getPidIfSharable());
-    EXPECT_EQ(info.ptr, ::android::hardware::details::debuggable()
-                                ? reinterpret_cast<uint64_t>(stub.get())
-                                : 0u);
-    EXPECT_EQ(info.arch, DebugInfo::Architecture::IS_64BIT);
-
-    // A derived stub's override is what the getDebugInfo code reaches.
-    sp<BnHwBase> own = new OwnDebugInfoStub(impl);
-    sp<BpHwBase> ownProxy = new BpHwBase(GetParam() ? host::toLoopback(own) : sp<IBinder>(own));
-    ASSERT_TRUE(ownProxy->getDebugInfo([&](const DebugInfo& i) { info = i; }).isOk());
-    EXPECT_EQ(info.pid, 77);
-    EXPECT_EQ(info.ptr, 0x1234u);
-    EXPECT_EQ(info.arch, DebugInfo::Architecture::IS_32BIT);
 }
 
 TEST_P(BaseOverLoopback, OnewayAndArgumentOperationsReachTheImplementation) {

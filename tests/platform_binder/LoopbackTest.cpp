@@ -25,7 +25,6 @@ enum Code : uint32_t {
     kFillOnly = 2,        // fills the reply without handing it over
     kFailAfterReply = 3,  // hands the reply over, then fails
     kFail = 4,            // fails without a reply
-    kCallBack = 5,        // calls the received binder with kWhoCalls, replies its answer
     kWhoCalls = 6,        // replies the calling pid and uid
 };
 
@@ -51,19 +50,6 @@ struct Server : BHwBinder {
             case kFail:
                 reply->writeInt32(13);
                 return BAD_VALUE;
-            case kCallBack: {
-                sp<IBinder> peer;
-                status_t err = data.readStrongBinder(&peer);
-                if (err != OK) return err;
-                Parcel request;
-                Parcel answer;
-                err = peer->transact(kWhoCalls, request, &answer);
-                if (err != OK) return err;
-                int32_t pid = 0;
-                answer.readInt32(&pid);
-                reply->writeInt32(pid);
-                return OK;
-            }
             case kWhoCalls:
                 reply->writeInt32(IPCThreadState::self()->getCallingPid());
                 reply->writeInt32(static_cast<int32_t>(IPCThreadState::self()->getCallingUid()));
@@ -121,18 +107,6 @@ TEST_F(Loopback, BindersAreTranslatedInBothDirections) {
     Parcel noneReply;
     ASSERT_EQ(proxy->transact(kEcho, none, &noneReply), OK);
     EXPECT_EQ(server->received, nullptr);
-}
-
-TEST_F(Loopback, TheServerCallsBackThroughTheObjectItReceived) {
-    sp<Server> client = new Server();
-    Parcel data;
-    Parcel reply;
-    data.writeStrongBinder(client);
-    ASSERT_EQ(proxy->transact(kCallBack, data, &reply), OK);
-    int32_t pid = 0;
-    ASSERT_EQ(reply.readInt32(&pid), OK);
-    EXPECT_EQ(pid, getpid());
-    EXPECT_EQ(client->calls, 1);
 }
 
 TEST_F(Loopback, RepliesTravelAsThePlatformSendsThem) {
