@@ -1,97 +1,88 @@
-// Casting between interfaces, turning binders back into interfaces, and the
+// Casting a dead remote object, turning binders back into interfaces, and the
 // one binder that stands for a local object.
+#include <android/hidl/base/1.0/BnHwBase.h>
+#include <android/hidl/base/1.0/BpHwBase.h>
 #include <gtest/gtest.h>
-#include <hidl/Static.h>
+#include <hidl/HidlBinderSupport.h>
 #include <hidl_host/Loopback.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/BnHwZuvExtendedFingerprint.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/BpHwZuvExtendedFingerprint.h>
 
-#include "TestFoo.h"
+#include "FakeExtendedFingerprint.h"
 
 namespace {
 
-using namespace zuvtest;  // NOLINT(google-build-using-namespace)
 using ::android::wp;
 using ::android::hardware::fromBinder;
 using ::android::hardware::getOrCreateCachedBinder;
+using ::android::hardware::IBinder;
 using ::android::hardware::details::canCastInterface;
-using ::android::hardware::details::getBnConstructorMap;
 using ::android::hidl::base::V1_0::BnHwBase;
 using ::android::hidl::base::V1_0::BpHwBase;
+using ::android::hidl::base::V1_0::IBase;
+using namespace zuv_test;  // NOLINT(google-build-using-namespace)
+using IFoo = fp::IZuvExtendedFingerprint;
 namespace host = ::android::hardware::host;
 
-// Registers the test interface's stub constructor for one test.
-class WithStubConstructor : public ::testing::Test {
-  protected:
-    void SetUp() override {
-        getBnConstructorMap().set(std::string(ITestFoo::descriptor), [](void* object) {
-            return sp<IBinder>(new BnTestFoo(static_cast<ITestFoo*>(object)));
-        });
-    }
-    void TearDown() override { getBnConstructorMap().erase(ITestFoo::descriptor); }
+sp<IFoo> toFoo(const sp<IBinder>& binder) {
+    return fromBinder<IFoo, fp::BpHwZuvExtendedFingerprint, fp::BnHwZuvExtendedFingerprint>(
+            binder);
+}
+
+struct Answering42 : FakeExtendedFingerprint {
+    Return<int32_t> testInit() override { return 42; }
 };
 
-using Cast = WithStubConstructor;
+// An interface no stub constructor was registered for.
+struct Unregistered : IBase {
+    Return<void> interfaceChain(interfaceChain_cb cb) override {
+        cb({"zuv.test@1.0::IUnregistered", IBase::descriptor});
+        return Void();
+    }
+};
 
-TEST_F(Cast, RemoteObjectsAskOverTheirBinder) {
-    sp<ITestFoo> foo = new TestFoo();
-    sp<IBase> remoteFoo = new BpHwBase(host::toLoopback(new BnTestFoo(foo)));
-    sp<ITestFoo> cast = ITestFoo::castFrom(remoteFoo);
-    ASSERT_NE(cast, nullptr);
-    EXPECT_TRUE(cast->isRemote());
-    EXPECT_EQ(static_cast<int32_t>(cast->twice(21)), 42);
-
-    sp<IBase> remoteBare = new BpHwBase(host::toLoopback(new BnHwBase(new BareBase())));
-    auto notFoo = ITestFoo::castFrom(remoteBare);
-    ASSERT_TRUE(notFoo.isOk());
-    EXPECT_EQ(static_cast<sp<ITestFoo>>(notFoo), nullptr);
-
-    // A dead object: the failure is kept only when asked for.
-    host::killLoopbackTarget(static_cast<BpHwBase*>(remoteFoo.get())->remoteStrong());
-    auto quiet = ITestFoo::castFrom(remoteFoo, false);
+TEST(Cast, ADeadRemoteObjectFailsOnlyWhenAskedTo) {
+    sp<IBase> remote = new BpHwBase(host::toLoopback(new fp::BnHwZuvExtendedFingerprint(
+            sp<IFoo>(new FakeExtendedFingerprint()))));
+    host::killLoopbackTarget(static_cast<BpHwBase*>(remote.get())->remoteStrong());
+    auto quiet = IFoo::castFrom(remote, false);
     ASSERT_TRUE(quiet.isOk());
-    EXPECT_EQ(static_cast<sp<ITestFoo>>(quiet), nullptr);
-    auto loud = ITestFoo::castFrom(remoteFoo, true);
-    EXPECT_TRUE(loud.isDeadObject());
+    EXPECT_EQ(static_cast<sp<IFoo>>(quiet), nullptr);
+    EXPECT_TRUE(IFoo::castFrom(remote, true).isDeadObject());
     // Every object is an IBase, dead or alive.
-    EXPECT_TRUE(canCastInterface(remoteFoo.get(), IBase::descriptor, true));
+    EXPECT_TRUE(canCastInterface(remote.get(), IBase::descriptor, true));
     EXPECT_FALSE(canCastInterface(nullptr, IBase::descriptor));
 }
 
-using FromBinder = WithStubConstructor;
+TEST(FromBinder, StubsGiveTheirImplementationAndOthersAProxy) {
+    EXPECT_EQ(toFoo(nullptr), nullptr);
+    sp<IFoo> foo = new Answering42();
+    sp<IBinder> stub = new fp::BnHwZuvExtendedFingerprint(foo);
+    EXPECT_EQ(toFoo(stub), foo);
 
-TEST_F(FromBinder, StubsGiveTheirImplementationAndOthersAProxy) {
-    EXPECT_EQ((fromBinder<ITestFoo, BpTestFoo, BnTestFoo>(nullptr)), nullptr);
-
-    sp<ITestFoo> foo = new TestFoo();
-    sp<IBinder> stub = new BnTestFoo(foo);
-    EXPECT_EQ((fromBinder<ITestFoo, BpTestFoo, BnTestFoo>(stub)), foo);
-
-    sp<ITestFoo> viaLoopback = fromBinder<ITestFoo, BpTestFoo, BnTestFoo>(host::toLoopback(stub));
+    sp<IFoo> viaLoopback = toFoo(host::toLoopback(stub));
     ASSERT_NE(viaLoopback, nullptr);
     EXPECT_TRUE(viaLoopback->isRemote());
-    EXPECT_EQ(static_cast<int32_t>(viaLoopback->twice(4)), 8);
+    EXPECT_EQ(static_cast<int32_t>(viaLoopback->testInit()), 42);
 
     // A stub of another interface is refused.
-    EXPECT_EQ((fromBinder<ITestFoo, BpTestFoo, BnTestFoo>(new BnHwBase(new BareBase()))), nullptr);
+    EXPECT_EQ(toFoo(new BnHwBase(new IBase())), nullptr);
 
     // A local binder that is not a base-interface stub is still wrapped.
     struct Plain : ::android::hardware::BHwBinder {};
-    sp<ITestFoo> wrapped = fromBinder<ITestFoo, BpTestFoo, BnTestFoo>(new Plain());
+    sp<IFoo> wrapped = toFoo(new Plain());
     ASSERT_NE(wrapped, nullptr);
     EXPECT_TRUE(wrapped->isRemote());
 }
 
-using CachedBinder = WithStubConstructor;
-
-TEST_F(CachedBinder, OneObjectHasOneBinderWhileItIsHeld) {
+TEST(CachedBinder, OneObjectHasOneBinderWhileItIsHeld) {
     EXPECT_EQ(getOrCreateCachedBinder(nullptr), nullptr);
-
-    sp<ITestFoo> foo = new TestFoo();
+    sp<IFoo> foo = new FakeExtendedFingerprint();
     sp<IBinder> binder = getOrCreateCachedBinder(foo.get());
     ASSERT_NE(binder, nullptr);
     EXPECT_EQ(getOrCreateCachedBinder(foo.get()), binder);
     EXPECT_EQ(static_cast<BnHwBase*>(binder->localBinder())->getImpl(), foo);
-
-    sp<ITestFoo> other = new TestFoo();
+    sp<IFoo> other = new FakeExtendedFingerprint();
     EXPECT_NE(getOrCreateCachedBinder(other.get()), binder);
 
     // The cache holds the binder weakly: once released, a new one is made.
@@ -105,8 +96,8 @@ TEST_F(CachedBinder, OneObjectHasOneBinderWhileItIsHeld) {
     // A proxy's binder is its remote; an interface nobody registered has none.
     sp<IBase> proxy = new BpHwBase(fresh);
     EXPECT_EQ(getOrCreateCachedBinder(proxy.get()), fresh);
-    getBnConstructorMap().erase(ITestFoo::descriptor);
-    EXPECT_EQ(getOrCreateCachedBinder(other.get()), nullptr);
+    sp<IBase> unregistered = new Unregistered();
+    EXPECT_EQ(getOrCreateCachedBinder(unregistered.get()), nullptr);
 }
 
 }  // namespace
