@@ -25,8 +25,7 @@ using IFoo = fp::IZuvExtendedFingerprint;
 namespace host = ::android::hardware::host;
 
 sp<IFoo> toFoo(const sp<IBinder>& binder) {
-    return fromBinder<IFoo, fp::BpHwZuvExtendedFingerprint, fp::BnHwZuvExtendedFingerprint>(
-            binder);
+    return fromBinder<IFoo, fp::BpHwZuvExtendedFingerprint, fp::BnHwZuvExtendedFingerprint>(binder);
 }
 
 struct Answering42 : FakeExtendedFingerprint {
@@ -42,8 +41,8 @@ struct Unregistered : IBase {
 };
 
 TEST(Cast, ADeadRemoteObjectFailsOnlyWhenAskedTo) {
-    sp<IBase> remote = new BpHwBase(host::toLoopback(new fp::BnHwZuvExtendedFingerprint(
-            sp<IFoo>(new FakeExtendedFingerprint()))));
+    sp<IBase> remote = new BpHwBase(host::toLoopback(
+            new fp::BnHwZuvExtendedFingerprint(sp<IFoo>(new FakeExtendedFingerprint()))));
     host::killLoopbackTarget(static_cast<BpHwBase*>(remote.get())->remoteStrong());
     auto quiet = IFoo::castFrom(remote, false);
     ASSERT_TRUE(quiet.isOk());

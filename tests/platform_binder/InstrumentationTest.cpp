@@ -8,6 +8,7 @@
 
 #include <cstdlib>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -23,19 +24,7 @@ namespace host = ::android::hardware::host;
 
 struct Bare : IBase {};
 
-struct Event {
-    std::string who;
-    int event;
-    std::string where;
-    size_t args;
-    bool operator==(const Event& o) const {
-        return who == o.who && event == o.event && where == o.where && args == o.args;
-    }
-};
-
-std::ostream& operator<<(std::ostream& os, const Event& e) {
-    return os << e.who << ":" << e.event << ":" << e.where << ":" << e.args;
-}
+using Event = std::tuple<std::string, int, std::string, size_t>;  // who, event, where, args
 
 class Instrumentation : public ::testing::Test {
   protected:
@@ -53,10 +42,10 @@ class Instrumentation : public ::testing::Test {
                 [this, who](const InstrumentationEvent event, const char* package,
                             const char* version, const char* interface, const char* method,
                             std::vector<void*>* args) {
-                    events.push_back({who, event,
-                                      std::string(package) + "@" + version + "::" + interface +
-                                              "::" + method,
-                                      args->size()});
+                    events.emplace_back(
+                            who, event,
+                            std::string(package) + "@" + version + "::" + interface + "::" + method,
+                            args->size());
                 });
     }
 
@@ -105,7 +94,7 @@ TEST_F(Instrumentation, ObjectsKeepTheSettingsTheyWereConfiguredWith) {
     // The stub was configured earlier: still enabled, with the removed callback.
     ASSERT_TRUE(proxy->ping().isOk());
     ASSERT_EQ(events.size(), 2u);
-    EXPECT_EQ(events[0].who, "gone");
+    EXPECT_EQ(std::get<0>(events[0]), "gone");
 
     // setHALInstrumentation makes a service re-read the settings.
     events.clear();

@@ -20,7 +20,6 @@ using ::android::sp;
 using ::android::wp;
 using ::android::hardware::hidl_string;
 using ::android::hardware::Return;
-using ::android::hardware::Status;
 using ::android::hardware::Void;
 using ::android::hardware::details::getRawServiceInternal;
 using ::android::hardware::details::registerAsServiceInternal;
@@ -43,7 +42,6 @@ class Listener : public IServiceNotification {
         if (onEvent) onEvent();
         std::lock_guard<std::mutex> lock(mMutex);
         mEvents.emplace_back(fqName, name, preexisting);
-        if (dead) return Status::fromStatusT(::android::DEAD_OBJECT);
         return Void();
     }
     std::vector<Event> events() {
@@ -51,7 +49,6 @@ class Listener : public IServiceNotification {
         return mEvents;
     }
     std::function<void()> onEvent;
-    bool dead = false;
 
   private:
     std::mutex mMutex;
@@ -125,7 +122,7 @@ TEST(InProcessRegistry, NotificationsForPresentAndLaterRegistrations) {
     EXPECT_EQ(base->events(), (std::vector<Event>{{IBase::descriptor, "late", false}}));
 }
 
-TEST(InProcessRegistry, ListenersMayUseTheRegistryAndDeadOnesAreDropped) {
+TEST(InProcessRegistry, ListenersMayUseTheRegistry) {
     sp<IServiceManager> sm = host::makeInProcessServiceManager();
     sp<Listener> reentrant = new Listener();
     sp<IBase> seen;
@@ -134,13 +131,6 @@ TEST(InProcessRegistry, ListenersMayUseTheRegistryAndDeadOnesAreDropped) {
     sp<IBase> service = new TestService("a");
     ASSERT_TRUE(add(sm, "a", service));  // would deadlock if called under the lock
     EXPECT_EQ(seen, service);
-
-    sp<Listener> gone = new Listener();
-    gone->dead = true;
-    ASSERT_TRUE(listen(sm, ITest::kDescriptor, "", gone));
-    EXPECT_EQ(gone->events().size(), 1u);  // the preexisting "a"
-    ASSERT_TRUE(add(sm, "b", new TestService("b")));
-    EXPECT_EQ(gone->events().size(), 1u) << "a dead listener must not be called again";
 }
 
 // Lookups and registrations through defaultServiceManager(), pointed at a
