@@ -1,11 +1,20 @@
+#include <android/hidl/base/1.0/BnHwBase.h>
+#include <android/hidl/base/1.0/BpHwBase.h>
+#include <android/hidl/manager/1.0/BnHwServiceManager.h>
+#include <android/hidl/manager/1.0/BpHwServiceManager.h>
 #include <android/hidl/manager/1.0/IServiceManager.h>
 #include <android/hidl/manager/1.0/IServiceNotification.h>
 #include <gtest/gtest.h>
+#include <hidl/HidlBinderSupport.h>
 #include <hidl/ServiceManagement.h>
+#include <hidl/Static.h>
 #include <hidl/Status.h>
+#include <hidl_host/Loopback.h>
 #include <hidl_host/ServiceRegistry.h>
+#include <hwbinder/Parcel.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <functional>
 #include <mutex>
@@ -16,14 +25,25 @@
 
 #include "TestInterfaces.h"
 
+using ::android::BAD_TYPE;
+using ::android::OK;
 using ::android::sp;
+using ::android::UNKNOWN_TRANSACTION;
 using ::android::wp;
+using ::android::hardware::getOrCreateCachedBinder;
 using ::android::hardware::hidl_string;
+using ::android::hardware::hidl_vec;
+using ::android::hardware::IBinder;
+using ::android::hardware::Parcel;
 using ::android::hardware::Return;
 using ::android::hardware::Void;
 using ::android::hardware::details::getRawServiceInternal;
 using ::android::hardware::details::registerAsServiceInternal;
+using ::android::hidl::base::V1_0::BnHwBase;
+using ::android::hidl::base::V1_0::BpHwBase;
 using ::android::hidl::base::V1_0::IBase;
+using ::android::hidl::manager::V1_0::BnHwServiceManager;
+using ::android::hidl::manager::V1_0::BpHwServiceManager;
 using ::android::hidl::manager::V1_0::IServiceManager;
 using ::android::hidl::manager::V1_0::IServiceNotification;
 using ::vendor::zuv::test::V1_0::ITest;
@@ -54,6 +74,12 @@ class Listener : public IServiceNotification {
     std::mutex mMutex;
     std::vector<Event> mEvents;
 };
+
+std::vector<std::string> names(const hidl_vec<hidl_string>& v) {
+    std::vector<std::string> out(v.begin(), v.end());
+    std::sort(out.begin(), out.end());
+    return out;
+}
 
 sp<IBase> get(const sp<IServiceManager>& sm, const std::string& fqName, const std::string& name) {
     Return<sp<IBase>> ret = sm->get(fqName, name);
@@ -206,6 +232,160 @@ TEST_F(ServiceLookup, TimeoutAndDebuggableComeFromTheEnvironment) {
     setenv(host::kDebuggableEnvVar, "0", 1);
     EXPECT_FALSE(::android::hardware::details::debuggable());
     EXPECT_EQ(getPidIfSharable(), -1);
+}
+
+// The service manager's proxy and stub, joined through the loopback
+// transport: every request and reply crosses the wire image, and services
+// and listeners travel as binders, as they do between processes.
+class ManagerOverLoopback : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        // Test services travel as plain base-interface stubs.
+        ::android::hardware::details::getBnConstructorMap().set(
+                ITest::kDescriptor, [](void* iface) -> sp<IBinder> {
+                    return new BnHwBase(static_cast<IBase*>(iface));
+                });
+    }
+    void TearDown() override {
+        host::setDefaultServiceManager(nullptr);
+        host::resetGetServiceTimeout();
+    }
+
+    std::vector<std::string> list() {
+        std::vector<std::string> out;
+        auto r = proxy->list([&](const auto& v) { out = names(v); });
+        EXPECT_TRUE(r.isOk()) << r.description();
+        return out;
+    }
+
+    sp<IServiceManager> registry = host::makeInProcessServiceManager();
+    sp<BnHwServiceManager> stub = new BnHwServiceManager(registry);
+    sp<IServiceManager> proxy = new BpHwServiceManager(host::loopbackProxyFor(stub));
+};
+
+TEST_F(ManagerOverLoopback, EveryOperationCrossesTheWire) {
+    sp<TestService> service = new TestService("a");
+    ASSERT_TRUE(add(proxy, "a", service));
+    // Refusals arrive as false, not as failures.
+    Return<bool> refused = proxy->add("", new TestService(""));
+    ASSERT_TRUE(refused.isOk());
+    EXPECT_FALSE(static_cast<bool>(refused));
+    Return<bool> nullService = proxy->add("c", nullptr);
+    ASSERT_TRUE(nullService.isOk());
+    EXPECT_FALSE(static_cast<bool>(nullService));
+    Return<bool> noListener = proxy->registerForNotifications(ITest::kDescriptor, "x", nullptr);
+    ASSERT_TRUE(noListener.isOk());
+    EXPECT_FALSE(static_cast<bool>(noListener));
+
+    // The registry holds a proxy; handed back to the service's own side it
+    // is the object itself again.
+    EXPECT_TRUE(static_cast<sp<IBase>>(registry->get(ITest::kDescriptor, "a"))->isRemote());
+    Return<sp<IBase>> found = proxy->get(ITest::kDescriptor, "a");
+    ASSERT_TRUE(found.isOk());
+    EXPECT_EQ(static_cast<sp<IBase>>(found), service);
+    Return<sp<IBase>> missing = proxy->get(ITest::kDescriptor, "b");
+    ASSERT_TRUE(missing.isOk());
+    EXPECT_EQ(static_cast<sp<IBase>>(missing), nullptr);
+
+    ASSERT_TRUE(add(proxy, "b", new TestService("b")));
+    EXPECT_EQ(list(), (std::vector<std::string>{
+                              "android.hidl.base@1.0::IBase/a", "android.hidl.base@1.0::IBase/b",
+                              "vendor.zuv.test@1.0::ITest/a", "vendor.zuv.test@1.0::ITest/b"}));
+    std::vector<std::string> instances{"stale"};
+    ASSERT_TRUE(proxy->listByInterface(ITest::kDescriptor, [&](const auto& v) {
+                         instances = names(v);
+                     }).isOk());
+    EXPECT_EQ(instances, (std::vector<std::string>{"a", "b"}));
+    ASSERT_TRUE(proxy->listByInterface("vendor.zuv.test@1.0::INone", [&](const auto& v) {
+                         instances = names(v);
+                     }).isOk());
+    EXPECT_TRUE(instances.empty());
+
+    Return<IServiceManager::Transport> transport = proxy->getTransport(ITest::kDescriptor, "a");
+    ASSERT_TRUE(transport.isOk());
+    EXPECT_EQ(static_cast<IServiceManager::Transport>(transport),
+              IServiceManager::Transport::HWBINDER);
+
+    ASSERT_TRUE(proxy->registerPassthroughClient("vendor.zuv.test@1.0::IPass", "p").isOk());
+    std::vector<std::tuple<std::string, std::string, size_t>> seen;
+    ASSERT_TRUE(proxy->debugDump([&](const hidl_vec<IServiceManager::InstanceDebugInfo>& infos) {
+                         for (const auto& info : infos) {
+                             seen.emplace_back(info.interfaceName, info.instanceName,
+                                               info.clientPids.size());
+                         }
+                     }).isOk());
+    std::sort(seen.begin(), seen.end());
+    EXPECT_EQ(seen, (std::vector<std::tuple<std::string, std::string, size_t>>{
+                            {"android.hidl.base@1.0::IBase", "a", 0},
+                            {"android.hidl.base@1.0::IBase", "b", 0},
+                            {"vendor.zuv.test@1.0::IPass", "p", 1},
+                            {"vendor.zuv.test@1.0::ITest", "a", 0},
+                            {"vendor.zuv.test@1.0::ITest", "b", 0}}));
+}
+
+// A registry that is not the in-process one (as a daemon client is) has to
+// be polled by retrying lookups.
+TEST_F(ManagerOverLoopback, RetryingLookupPollsARemoteRegistry) {
+    host::setDefaultServiceManager(proxy);
+    host::setGetServiceTimeout(10s);
+    sp<IBase> service = new TestService("polled");
+    std::thread registrar([&] {
+        std::this_thread::sleep_for(100ms);
+        EXPECT_EQ(::android::hardware::details::registerAsServiceInternal(service, "polled"), OK);
+    });
+    EXPECT_EQ(getRawServiceInternal(ITest::kDescriptor, "polled", true, false), service);
+    registrar.join();
+
+    host::setGetServiceTimeout(100ms);
+    auto t0 = std::chrono::steady_clock::now();
+    EXPECT_EQ(getRawServiceInternal(ITest::kDescriptor, "never", true, false), nullptr);
+    EXPECT_LT(std::chrono::steady_clock::now() - t0, 2s);
+}
+
+TEST_F(ManagerOverLoopback, ADeadServiceLeavesAndADeadListenerIsDropped) {
+    sp<TestService> doomed = new TestService("doomed");
+    ASSERT_TRUE(add(proxy, "doomed", doomed));
+    ASSERT_TRUE(add(proxy, "kept", new TestService("kept")));
+    sp<Listener> listener = new Listener();
+    ASSERT_TRUE(listen(proxy, ITest::kDescriptor, "", listener));
+
+    // The listener crossed the wire and hears of present services.
+    EXPECT_EQ(listener->events(), (std::vector<Event>{{ITest::kDescriptor, "doomed", true},
+                                                      {ITest::kDescriptor, "kept", true}}));
+
+    // The stubs the registry's proxies lead to stand for the two processes.
+    ASSERT_TRUE(host::killLoopbackTarget(getOrCreateCachedBinder(doomed.get())));
+    EXPECT_EQ(list(), (std::vector<std::string>{"android.hidl.base@1.0::IBase/kept",
+                                                "vendor.zuv.test@1.0::ITest/kept"}));
+    Return<sp<IBase>> gone = proxy->get(ITest::kDescriptor, "doomed");
+    ASSERT_TRUE(gone.isOk());
+    EXPECT_EQ(static_cast<sp<IBase>>(gone), nullptr);
+
+    // Re-registering the name afterwards works, and a dead listener does not
+    // get in the way of registrations.
+    ASSERT_TRUE(host::killLoopbackTarget(getOrCreateCachedBinder(listener.get())));
+    ASSERT_TRUE(add(proxy, "doomed", new TestService("again")));
+    EXPECT_EQ(listener->events().size(), 2u);
+    EXPECT_EQ(list().size(), 4u);
+
+    // A service already dead when it is added is refused.
+    sp<IBase> deadProxy = new BpHwBase(host::loopbackProxyFor(new BnHwBase(new TestService("x"))));
+    ASSERT_TRUE(host::killLoopbackTarget(getOrCreateCachedBinder(deadProxy.get())));
+    Return<bool> refused = registry->add("dead", deadProxy);
+    ASSERT_TRUE(refused.isOk());
+    EXPECT_FALSE(static_cast<bool>(refused));
+}
+
+TEST_F(ManagerOverLoopback, MalformedRequestsAreRefusedAtTheStub) {
+    Parcel wrongToken;
+    wrongToken.writeInterfaceToken(IBase::descriptor);
+    Parcel reply;
+    EXPECT_EQ(stub->transact(1, wrongToken, &reply), BAD_TYPE);
+    Parcel truncated;
+    truncated.writeInterfaceToken(IServiceManager::descriptor);
+    EXPECT_NE(stub->transact(1, truncated, &reply), OK);
+    EXPECT_EQ(stub->transact(0x0e000000, truncated, &reply), UNKNOWN_TRANSACTION);
+    EXPECT_TRUE(list().empty());
 }
 
 }  // namespace
