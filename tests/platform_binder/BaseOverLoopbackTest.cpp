@@ -1,26 +1,34 @@
-// The base operations sent by BpHwBase and served by BnHwBase, through the
-// loopback transport (full wire image) and directly over the local stub.
+// BpHwBase and BnHwBase: the base operations through the loopback transport
+// (full wire image) and directly over the local stub, death of the remote
+// object, and instrumentation at each side of a call.
 #include <android/hidl/base/1.0/BnHwBase.h>
 #include <android/hidl/base/1.0/BpHwBase.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <hidl/ServiceManagement.h>
+#include <hidl_host/Instrumentation.h>
 #include <hidl_host/Loopback.h>
+#include <hwbinder/BpHwBinder.h>
 #include <hwbinder/Parcel.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
+#include <cstdlib>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
 
 using ::android::BAD_TYPE;
+using ::android::DEAD_OBJECT;
 using ::android::OK;
 using ::android::sp;
 using ::android::status_t;
 using ::android::UNKNOWN_TRANSACTION;
+using ::android::wp;
+using ::android::hardware::hidl_death_recipient;
 using ::android::hardware::hidl_handle;
 using ::android::hardware::hidl_string;
 using ::android::hardware::hidl_vec;
@@ -28,6 +36,7 @@ using ::android::hardware::IBinder;
 using ::android::hardware::Parcel;
 using ::android::hardware::Return;
 using ::android::hardware::Void;
+using ::android::hardware::details::InstrumentationEvent;
 using ::android::hidl::base::V1_0::BnHwBase;
 using ::android::hidl::base::V1_0::BpHwBase;
 using ::android::hidl::base::V1_0::IBase;
@@ -181,6 +190,179 @@ TEST(LocalBinder, ReplyIsReadFromItsStartAndDeathLinksAreRefused) {
         void binderDied(const ::android::wp<IBinder>&) override {}
     };
     EXPECT_EQ(writer->linkToDeath(new Recipient()), ::android::INVALID_OPERATION);
+}
+
+// Death of a remote object: recipients registered through the proxy, removed,
+// and told once when the loopback target is killed.
+struct Recorder : hidl_death_recipient {
+    void serviceDied(uint64_t cookie, const wp<IBase>& who) override {
+        cookies.push_back(cookie);
+        whos.push_back(who.promote());
+    }
+    std::vector<uint64_t> cookies;
+    std::vector<sp<IBase>> whos;
+};
+
+class Death : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        stub = new BnHwBase(new IBase());
+        proxy = new BpHwBase(host::toLoopback(stub));
+    }
+    sp<BnHwBase> stub;
+    sp<BpHwBase> proxy;
+};
+
+TEST_F(Death, RecipientsAreToldOnceWithTheirCookieUnlessUnlinked) {
+    sp<Recorder> first = new Recorder();
+    sp<Recorder> second = new Recorder();
+    sp<Recorder> removed = new Recorder();
+    EXPECT_TRUE(proxy->linkToDeath(first, 7));
+    EXPECT_TRUE(proxy->linkToDeath(first, 6));
+    EXPECT_TRUE(proxy->linkToDeath(second, 8));
+    EXPECT_TRUE(proxy->linkToDeath(removed, 3));
+    // Unlinking removes only the most recent registration of a recipient.
+    EXPECT_TRUE(proxy->unlinkToDeath(removed));
+    EXPECT_FALSE(proxy->unlinkToDeath(removed));
+    EXPECT_TRUE(proxy->unlinkToDeath(first));
+    EXPECT_FALSE(proxy->unlinkToDeath(nullptr));
+    EXPECT_TRUE(proxy->ping().isOk());
+
+    EXPECT_TRUE(host::killLoopbackTarget(stub));
+    EXPECT_TRUE(host::killLoopbackTarget(stub));  // a second death tells nobody again
+    EXPECT_EQ(first->cookies, std::vector<uint64_t>{7});
+    EXPECT_EQ(second->cookies, std::vector<uint64_t>{8});
+    EXPECT_TRUE(removed->cookies.empty());
+    ASSERT_EQ(first->whos.size(), 1u);
+    EXPECT_EQ(first->whos[0].get(), static_cast<IBase*>(proxy.get()));
+
+    EXPECT_TRUE(proxy->ping().isDeadObject());
+    EXPECT_FALSE(proxy->linkToDeath(first, 9));
+    EXPECT_EQ(first->cookies.size(), 1u);
+}
+
+TEST_F(Death, KillingReleasesTheTargetAndDroppedRecipientsAreNotTold) {
+    wp<BnHwBase> weakStub = stub;
+    sp<IBinder> binder = proxy->remoteStrong();
+    sp<Recorder> recipient = new Recorder();
+    EXPECT_TRUE(proxy->linkToDeath(recipient, 5));
+    EXPECT_TRUE(proxy->linkToDeath(new Recorder(), 1));  // dropped by its owner
+    proxy.clear();                                       // drops its wrappers; the binder lives on
+    stub.clear();
+    ASSERT_NE(weakStub.promote(), nullptr);  // the proxy holds its target
+
+    EXPECT_TRUE(host::killLoopbackTarget(binder));
+    EXPECT_TRUE(recipient->cookies.empty());
+    EXPECT_EQ(weakStub.promote(), nullptr);
+    EXPECT_EQ(host::loopbackTargetOf(binder), nullptr);
+    EXPECT_FALSE(binder->remoteBinder()->isBinderAlive());
+
+    // The same target asked for again after its death stays dead.
+    sp<BnHwBase> other = new BnHwBase(new IBase());
+    host::killLoopbackTarget(other);
+    sp<IBinder> again = host::loopbackProxyFor(other);
+    EXPECT_EQ(again->transact(1, ::android::hardware::Parcel(), nullptr), DEAD_OBJECT);
+}
+
+// Instrumentation callbacks: registered from code or switched on by the
+// environment, called in registration order at each side of a call.
+using Event = std::tuple<std::string, int, std::string, size_t>;  // who, event, where, args
+
+class Instrumentation : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        host::clearInstrumentationCallbacks();
+        host::setInstrumentationEnabled(true);
+    }
+    void TearDown() override {
+        host::clearInstrumentationCallbacks();
+        host::setInstrumentationEnabled(false);
+    }
+
+    host::InstrumentationCallbackId record(const std::string& who) {
+        return host::addInstrumentationCallback(
+                [this, who](const InstrumentationEvent event, const char* package,
+                            const char* version, const char* interface, const char* method,
+                            std::vector<void*>* args) {
+                    events.emplace_back(
+                            who, event,
+                            std::string(package) + "@" + version + "::" + interface + "::" + method,
+                            args->size());
+                });
+    }
+
+    std::vector<Event> events;
+};
+
+TEST_F(Instrumentation, CallbacksRunInRegistrationOrderOnBothSides) {
+    record("a");
+    record("b");
+    sp<BnHwBase> stub = new BnHwBase(new IBase());
+    sp<BpHwBase> proxy = new BpHwBase(host::toLoopback(stub));
+    ASSERT_TRUE(proxy->isInstrumentationEnabled());
+    ASSERT_EQ(proxy->getInstrumentationCallbacks().size(), 2u);
+
+    ASSERT_TRUE(proxy->interfaceChain([](const hidl_vec<hidl_string>&) {}).isOk());
+    const std::string m = "android.hidl.base@1.0::IBase::interfaceChain";
+    const std::vector<Event> expected = {
+            {"a", InstrumentationEvent::CLIENT_API_ENTRY, m, 0},
+            {"b", InstrumentationEvent::CLIENT_API_ENTRY, m, 0},
+            {"a", InstrumentationEvent::SERVER_API_ENTRY, m, 0},
+            {"b", InstrumentationEvent::SERVER_API_ENTRY, m, 0},
+            {"a", InstrumentationEvent::SERVER_API_EXIT, m, 1},
+            {"b", InstrumentationEvent::SERVER_API_EXIT, m, 1},
+            {"a", InstrumentationEvent::CLIENT_API_EXIT, m, 1},
+            {"b", InstrumentationEvent::CLIENT_API_EXIT, m, 1},
+    };
+    EXPECT_EQ(events, expected);
+
+    // A oneway call reports its client exit with nothing in it.
+    events.clear();
+    ASSERT_TRUE(proxy->notifySyspropsChanged().isOk());
+    ASSERT_EQ(events.size(), 8u);
+    EXPECT_EQ(events.back(), (Event{"b", InstrumentationEvent::CLIENT_API_EXIT,
+                                    "android.hidl.base@1.0::IBase::notifySyspropsChanged", 0}));
+}
+
+TEST_F(Instrumentation, ObjectsKeepTheSettingsTheyWereConfiguredWith) {
+    const auto removed = record("gone");
+    sp<BnHwBase> stub = new BnHwBase(new IBase());
+    EXPECT_TRUE(host::removeInstrumentationCallback(removed));
+    EXPECT_FALSE(host::removeInstrumentationCallback(removed));
+    host::setInstrumentationEnabled(false);
+    sp<BpHwBase> proxy = new BpHwBase(host::toLoopback(stub));
+    EXPECT_TRUE(proxy->getInstrumentationCallbacks().empty());
+
+    // The stub was configured earlier: still enabled, with the removed callback.
+    ASSERT_TRUE(proxy->ping().isOk());
+    ASSERT_EQ(events.size(), 2u);
+    EXPECT_EQ(std::get<0>(events[0]), "gone");
+
+    // setHALInstrumentation makes a service re-read the settings.
+    events.clear();
+    ASSERT_TRUE(proxy->setHALInstrumentation().isOk());
+    ASSERT_TRUE(proxy->ping().isOk());
+    EXPECT_TRUE(events.empty());
+}
+
+TEST(InstrumentationEnvironment, SwitchesAWholeProcessOn) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    // The child is a fresh process that reads the variable at first use.
+    setenv(host::kInstrumentationEnvVar, "1", 1);
+    EXPECT_EXIT(
+            {
+                sp<BpHwBase> proxy = new BpHwBase(host::toLoopback(new BnHwBase(new IBase())));
+                std::exit(proxy->isInstrumentationEnabled() ? 0 : 1);
+            },
+            ::testing::ExitedWithCode(0), "");
+    setenv(host::kInstrumentationEnvVar, "0", 1);
+    EXPECT_EXIT(
+            {
+                sp<BpHwBase> proxy = new BpHwBase(host::toLoopback(new BnHwBase(new IBase())));
+                std::exit(proxy->isInstrumentationEnabled() ? 0 : 1);
+            },
+            ::testing::ExitedWithCode(1), "");
+    unsetenv(host::kInstrumentationEnvVar);
 }
 
 }  // namespace
