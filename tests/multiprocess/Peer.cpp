@@ -10,7 +10,6 @@
 //   link NAME            tell "died NAME" when the service's process dies
 //   deaths NAME          "deaths NAME COUNT"
 //   list / listby FQNAME "list ENTRY"... then "list end"
-//   dump                 "dump FQNAME/NAME PID"... then "dump end"
 //   watch FQNAME NAME    registrations reported as "notified FQNAME NAME 0|1"; NAME "-" for all
 #include <android/hidl/base/1.0/BnHwBase.h>
 #include <android/hidl/base/1.0/IBase.h>
@@ -187,18 +186,6 @@ int main() {
             listing("");
         } else if (command == "listby") {
             listing(name);
-        } else if (command == "dump") {
-            auto sm = ::android::hardware::defaultServiceManager();
-            if (sm != nullptr) {
-                (void)
-                        sm->debugDump([](const auto& infos) {
-                              for (size_t i = 0; i < infos.size(); ++i) {
-                                  say("dump %s/%s %d", infos[i].interfaceName.c_str(),
-                                      infos[i].instanceName.c_str(), infos[i].pid);
-                              }
-                          }).isOk();
-            }
-            say("dump end");
         } else if (command == "watch") {
             sp<Listener> listener = new Listener();
             gListeners.push_back(listener);

@@ -58,6 +58,16 @@ class RegistryAcrossProcesses : public ::testing::Test {
         return entries;
     }
 
+    static bool registered(Process& p, const std::string& name) {
+        return p.ask("register " + name, "registered") == "registered " + name + " 0";
+    }
+
+    // How p finds name with get or tryget: "remote", "local" or "null".
+    static std::string found(Process& p, const std::string& how, const std::string& name) {
+        auto l = p.ask(how + " " + name, "got " + name + " ");
+        return l ? l->substr(5 + name.size(), l->rfind(' ') - 5 - name.size()) : "";
+    }
+
     static long long elapsedMs(const std::string& gotLine) {
         return std::stoll(gotLine.substr(gotLine.rfind(' ') + 1));
     }
@@ -65,34 +75,31 @@ class RegistryAcrossProcesses : public ::testing::Test {
     TempDir mDir;  // declared first: outlives every process of the test
 };
 
-TEST_F(RegistryAcrossProcesses, RegisteredInOneProcessFoundAndCalledFromAnother) {
+TEST_F(RegistryAcrossProcesses, RegisteredInOneProcessListedFoundAndCalledFromAnother) {
     auto sm = manager();
     auto server = peer();
     auto client = peer();
     ASSERT_TRUE(sm && server && client);
 
-    EXPECT_EQ(server->ask("register fp", "registered"), "registered fp 0");
-    auto got = client->ask("get fp", "got fp");
-    ASSERT_TRUE(got);
-    EXPECT_EQ(got->substr(0, 13), "got fp remote");
+    EXPECT_TRUE(registered(*server, "a"));
+    EXPECT_TRUE(registered(*server, "b"));
+    EXPECT_EQ(found(*client, "get", "a"), "remote");
     // The call reaches the server's process.
-    EXPECT_EQ(client->ask("whois fp", "whois"), "whois fp " + std::to_string(server->pid()));
-    // The manager knows which process serves what.
-    ASSERT_TRUE(client->send("dump"));
-    auto dump = client->linesUntil("dump end");
-    ASSERT_TRUE(dump);
-    EXPECT_NE(std::find(dump->begin(), dump->end(),
-                        std::string("dump ") + kTest + "/fp " + std::to_string(server->pid())),
-              dump->end());
-    EXPECT_NE(std::find(dump->begin(), dump->end(),
-                        "dump android.hidl.manager@1.0::IServiceManager/default " +
-                                std::to_string(sm->pid())),
-              dump->end());
-
+    EXPECT_EQ(client->ask("whois a", "whois"), "whois a " + std::to_string(server->pid()));
     // Looked up by the registering process itself, it is its own object.
-    auto own = server->ask("tryget fp", "got fp");
-    ASSERT_TRUE(own);
-    EXPECT_EQ(own->substr(0, 12), "got fp local");
+    EXPECT_EQ(found(*server, "tryget", "a"), "local");
+
+    // Every interface of every registration is listed.
+    EXPECT_EQ(list(*client), (std::vector<std::string>{
+                                     "android.hidl.base@1.0::IBase/a",
+                                     "android.hidl.base@1.0::IBase/b",
+                                     "android.hidl.base@1.0::IBase/default",
+                                     "android.hidl.manager@1.0::IServiceManager/default",
+                                     "vendor.zuv.test@1.0::ITest/a",
+                                     "vendor.zuv.test@1.0::ITest/b",
+                             }));
+    EXPECT_EQ(list(*client, std::string("listby ") + kTest), (std::vector<std::string>{"a", "b"}));
+    EXPECT_TRUE(list(*client, "listby vendor.zuv.none@1.0::INone").empty());
 }
 
 TEST_F(RegistryAcrossProcesses, LookupsWaitOnlyWhenAskedAndOnlyAsLongAsConfigured) {
@@ -117,30 +124,10 @@ TEST_F(RegistryAcrossProcesses, LookupsWaitOnlyWhenAskedAndOnlyAsLongAsConfigure
 
     // ... and finds a service registered while it waits.
     ASSERT_TRUE(patient->send("get late"));
-    EXPECT_EQ(server->ask("register late", "registered"), "registered late 0");
-    auto found = patient->line("got late");
-    ASSERT_TRUE(found);
-    EXPECT_EQ(found->substr(0, 15), "got late remote");
-}
-
-TEST_F(RegistryAcrossProcesses, ListsEveryInterfaceOfEveryRegistration) {
-    auto sm = manager();
-    auto server = peer();
-    auto client = peer();
-    ASSERT_TRUE(sm && server && client);
-    EXPECT_EQ(server->ask("register a", "registered"), "registered a 0");
-    EXPECT_EQ(server->ask("register b", "registered"), "registered b 0");
-
-    EXPECT_EQ(list(*client), (std::vector<std::string>{
-                                     "android.hidl.base@1.0::IBase/a",
-                                     "android.hidl.base@1.0::IBase/b",
-                                     "android.hidl.base@1.0::IBase/default",
-                                     "android.hidl.manager@1.0::IServiceManager/default",
-                                     "vendor.zuv.test@1.0::ITest/a",
-                                     "vendor.zuv.test@1.0::ITest/b",
-                             }));
-    EXPECT_EQ(list(*client, std::string("listby ") + kTest), (std::vector<std::string>{"a", "b"}));
-    EXPECT_TRUE(list(*client, "listby vendor.zuv.none@1.0::INone").empty());
+    EXPECT_TRUE(registered(*server, "late"));
+    auto late = patient->line("got late");
+    ASSERT_TRUE(late);
+    EXPECT_EQ(late->substr(0, 15), "got late remote");
 }
 
 TEST_F(RegistryAcrossProcesses, ListenersInOtherProcessesAreToldOfRegistrations) {
@@ -148,13 +135,13 @@ TEST_F(RegistryAcrossProcesses, ListenersInOtherProcessesAreToldOfRegistrations)
     auto server = peer();
     auto watcher = peer();
     ASSERT_TRUE(sm && server && watcher);
-    EXPECT_EQ(server->ask("register early", "registered"), "registered early 0");
+    EXPECT_TRUE(registered(*server, "early"));
 
     EXPECT_EQ(watcher->ask(std::string("watch ") + kTest + " -", "watching"), "watching 1");
     EXPECT_EQ(watcher->line("notified"), std::string("notified ") + kTest + " early 1");
     EXPECT_EQ(watcher->ask(std::string("watch ") + kTest + " late", "watching"), "watching 1");
 
-    EXPECT_EQ(server->ask("register late", "registered"), "registered late 0");
+    EXPECT_TRUE(registered(*server, "late"));
     // Both listeners hear of it: the one for every instance and the one for "late".
     EXPECT_EQ(watcher->line("notified"), std::string("notified ") + kTest + " late 0");
     EXPECT_EQ(watcher->line("notified"), std::string("notified ") + kTest + " late 0");
@@ -162,8 +149,8 @@ TEST_F(RegistryAcrossProcesses, ListenersInOtherProcessesAreToldOfRegistrations)
     // A listener whose process died is dropped; registrations carry on.
     watcher->signal(SIGKILL);
     ASSERT_TRUE(watcher->waitExit(kLineTimeout));
-    EXPECT_EQ(server->ask("register later", "registered"), "registered later 0");
-    EXPECT_EQ(server->ask("register latest", "registered"), "registered latest 0");
+    EXPECT_TRUE(registered(*server, "later"));
+    EXPECT_TRUE(registered(*server, "latest"));
 }
 
 TEST_F(RegistryAcrossProcesses, AServiceWhoseProcessDiesDisappears) {
@@ -171,10 +158,8 @@ TEST_F(RegistryAcrossProcesses, AServiceWhoseProcessDiesDisappears) {
     auto server = peer();
     auto client = peer();
     ASSERT_TRUE(sm && server && client);
-    EXPECT_EQ(server->ask("register doomed", "registered"), "registered doomed 0");
-    auto got = client->ask("get doomed", "got doomed");
-    ASSERT_TRUE(got);
-    ASSERT_EQ(got->substr(0, 17), "got doomed remote");
+    EXPECT_TRUE(registered(*server, "doomed"));
+    ASSERT_EQ(found(*client, "get", "doomed"), "remote");
     EXPECT_EQ(client->ask("link doomed", "linked"), "linked doomed 1");
     EXPECT_EQ(client->ask("ping doomed", "ping"), "ping doomed ok");
 
@@ -191,52 +176,40 @@ TEST_F(RegistryAcrossProcesses, AServiceWhoseProcessDiesDisappears) {
         left = list(*client, std::string("listby ") + kTest);
     } while (!left.empty() && Clock::now() < deadline);
     EXPECT_TRUE(left.empty());
-    auto gone = client->ask("tryget doomed", "got doomed");
-    ASSERT_TRUE(gone);
-    EXPECT_EQ(gone->substr(0, 15), "got doomed null");
+    EXPECT_EQ(found(*client, "tryget", "doomed"), "null");
 }
 
-TEST_F(RegistryAcrossProcesses, ServicesOutliveTheManager) {
+TEST_F(RegistryAcrossProcesses, OneManagerPerDirectoryAndServicesOutliveIt) {
     auto sm = manager();
     auto server = peer();
     auto client = peer();
     ASSERT_TRUE(sm && server && client);
-    EXPECT_EQ(server->ask("register fp", "registered"), "registered fp 0");
-    auto got = client->ask("get fp", "got fp");
-    ASSERT_TRUE(got);
-
-    sm->signal(SIGKILL);
-    ASSERT_TRUE(sm->waitExit(kLineTimeout));
-
-    // Calls do not go through the manager.
-    EXPECT_EQ(client->ask("whois fp", "whois"), "whois fp " + std::to_string(server->pid()));
-    // New lookups fail, without hanging, while no manager serves.
-    auto missing = client->ask("tryget fp", "got fp");
-    ASSERT_TRUE(missing);
-    EXPECT_EQ(missing->substr(0, 11), "got fp null");
-
-    // A new manager serves the directory; services register again with it.
-    auto again = manager();
-    ASSERT_TRUE(again);
-    EXPECT_EQ(server->ask("register fp2", "registered"), "registered fp2 0");
-    auto found = client->ask("get fp2", "got fp2");
-    ASSERT_TRUE(found);
-    EXPECT_EQ(found->substr(0, 14), "got fp2 remote");
-}
-
-TEST_F(RegistryAcrossProcesses, OneManagerPerDirectoryAndItStopsCleanly) {
-    auto sm = manager();
-    ASSERT_TRUE(sm);
     auto second = Process::start({ZUV_SERVICEMANAGER_PATH}, env());
     ASSERT_TRUE(second);
     auto status = second->waitExit(kLineTimeout);
     ASSERT_TRUE(status);
     EXPECT_TRUE(WIFEXITED(*status) && WEXITSTATUS(*status) == 1);
 
+    EXPECT_TRUE(registered(*server, "fp"));
+    ASSERT_EQ(found(*client, "get", "fp"), "remote");
+    sm->signal(SIGKILL);
+    ASSERT_TRUE(sm->waitExit(kLineTimeout));
+    // Calls do not go through the manager.
+    EXPECT_EQ(client->ask("whois fp", "whois"), "whois fp " + std::to_string(server->pid()));
+    // New lookups fail, without hanging, while no manager serves.
+    EXPECT_EQ(found(*client, "tryget", "fp"), "null");
+
+    // A new manager takes over the dead one's socket; services register again.
+    auto again = manager();
+    ASSERT_TRUE(again);
+    EXPECT_TRUE(registered(*server, "fp2"));
+    EXPECT_EQ(found(*client, "get", "fp2"), "remote");
+
+    // Stopped, it exits cleanly and removes its socket.
     const std::string socket = mDir.path() + "/run/hwservicemanager.sock";
     EXPECT_TRUE(std::filesystem::exists(socket));
-    sm->signal(SIGTERM);
-    status = sm->waitExit(kLineTimeout);
+    again->signal(SIGTERM);
+    status = again->waitExit(kLineTimeout);
     ASSERT_TRUE(status);
     EXPECT_TRUE(WIFEXITED(*status) && WEXITSTATUS(*status) == 0);
     EXPECT_FALSE(std::filesystem::exists(socket));
@@ -246,26 +219,20 @@ TEST_F(RegistryAcrossProcesses, TheEnvironmentChoosesTheRegistry) {
     // No manager yet: a process that requires one cannot register...
     auto required = peer();
     ASSERT_TRUE(required);
-    EXPECT_NE(required->ask("register x", "registered"), "registered x 0");
+    EXPECT_FALSE(registered(*required, "x"));
     // ... one that wants its own registry can, and finds it there.
     auto own = peer({{"ZUV_HIDL_SERVICE_MANAGER", "inprocess"}});
     ASSERT_TRUE(own);
-    EXPECT_EQ(own->ask("register x", "registered"), "registered x 0");
-    auto local = own->ask("tryget x", "got x");
-    ASSERT_TRUE(local);
-    EXPECT_EQ(local->substr(0, 11), "got x local");
+    EXPECT_TRUE(registered(*own, "x"));
+    EXPECT_EQ(found(*own, "tryget", "x"), "local");
 
     // With a manager serving, "auto" uses it and "inprocess" still does not.
     auto sm = manager();
     auto automatic = peer({{"ZUV_HIDL_SERVICE_MANAGER", "auto"}});
     ASSERT_TRUE(sm && automatic);
-    EXPECT_EQ(automatic->ask("register y", "registered"), "registered y 0");
-    auto remote = required->ask("tryget y", "got y");
-    ASSERT_TRUE(remote);
-    EXPECT_EQ(remote->substr(0, 12), "got y remote");
-    auto invisible = own->ask("tryget y", "got y");
-    ASSERT_TRUE(invisible);
-    EXPECT_EQ(invisible->substr(0, 10), "got y null");
+    EXPECT_TRUE(registered(*automatic, "y"));
+    EXPECT_EQ(found(*required, "tryget", "y"), "remote");
+    EXPECT_EQ(found(*own, "tryget", "y"), "null");
 }
 
 }  // namespace

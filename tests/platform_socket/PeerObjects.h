@@ -36,9 +36,8 @@ enum Code : uint32_t {
     kDropHeld = 7,        //
     kCallHeld = 8,        // int32 v -> status, then the held object's echo of v
     kNewObject = 9,       // -> a fresh object of this process
-    kStats = 10,          // -> exported nodes, grants, proxies
+    kStats = 10,          // -> exported nodes
     kBlock = 11,          // tells the hub (kNotify) and never answers
-    kExit = 12,           // the process ends mid-call
     kBlob = 13,           // int32 size, buffer -> size, byte sum
     kReturn = 14,         // binder -> the same binder
     kRegister = 100,      // hub: int32 tag, binder
@@ -134,13 +133,10 @@ class TestObject : public BHwBinder {
             case kNewObject:
                 reply->writeStrongBinder(new TestObject());
                 break;
-            case kStats: {
-                auto stats = android::hardware::host::socketTransportStats();
-                reply->writeInt32(static_cast<int32_t>(stats.exportedNodes));
-                reply->writeInt32(static_cast<int32_t>(stats.grants));
-                reply->writeInt32(static_cast<int32_t>(stats.proxies));
+            case kStats:
+                reply->writeInt32(static_cast<int32_t>(
+                        android::hardware::host::socketTransportStats().exportedNodes));
                 break;
-            }
             case kBlock: {
                 sp<IBinder> hub = android::hardware::host::getContextObject();
                 Parcel note, ignored;
@@ -148,8 +144,6 @@ class TestObject : public BHwBinder {
                 if (hub != nullptr) hub->transact(kNotify, note, &ignored);
                 for (;;) pause();
             }
-            case kExit:
-                _exit(0);
             case kBlob: {
                 int32_t size = 0;
                 data.readInt32(&size);

@@ -1,29 +1,19 @@
 // Real peer processes for the socket transport tests: each test's peers are
-// started with fork/exec, register with the hub this process serves as the
-// context object, and are killed and reaped when the test ends, pass or fail.
+// started for real, register with the hub this process serves as the context
+// object, and are stopped and reaped when the test ends, pass or fail.
 #pragma once
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <hidl/HidlTransportSupport.h>
 #include <hidl_host/SocketTransport.h>
 #include <hwbinder/ProcessState.h>
-#include <poll.h>
-#include <signal.h>
 #include <stdlib.h>
-#include <sys/prctl.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <chrono>
-#include <cstring>
 #include <functional>
-#include <memory>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "PeerObjects.h"
+#include "ProcessHarness.h"
 
 namespace socket_test {
 
@@ -33,100 +23,21 @@ using android::sp;
 using android::status_t;
 using android::hardware::IBinder;
 using android::hardware::Parcel;
+using zuv_mp::Process;
 
 // Generous: the tests must hold on a loaded two-core machine.
 constexpr auto kTimeout = 30s;
 
-extern "C" char** environ;
+inline std::unique_ptr<Process> startPeerProgram(std::vector<std::string> args,
+                                                 Process::Env env = {}) {
+    args.insert(args.begin(), ZUV_SOCKET_PEER);
+    return Process::start(args, env);
+}
 
-class PeerProcess {
-  public:
-    // Runs the peer program with args; extraEnv ("NAME=value") overrides.
-    PeerProcess(std::vector<std::string> args, std::vector<std::string> extraEnv = {}) {
-        args.insert(args.begin(), ZUV_SOCKET_PEER);
-        std::vector<std::string> env = extraEnv;
-        for (char** e = environ; *e != nullptr; ++e) {
-            std::string entry = *e;
-            bool overridden = false;
-            for (const std::string& extra : extraEnv) {
-                overridden = overridden || entry.compare(0, extra.find('=') + 1, extra, 0,
-                                                         extra.find('=') + 1) == 0;
-            }
-            if (!overridden) env.push_back(entry);
-        }
-        // Everything the child needs is built before fork: only exec follows.
-        std::vector<char*> argv, envp;
-        for (auto& a : args) argv.push_back(a.data());
-        argv.push_back(nullptr);
-        for (auto& e : env) envp.push_back(e.data());
-        envp.push_back(nullptr);
-        int out[2];
-        if (pipe2(out, O_CLOEXEC) != 0) return;
-        const pid_t parent = getpid();
-        mPid = fork();
-        if (mPid == 0) {
-            prctl(PR_SET_PDEATHSIG, SIGKILL);
-            if (getppid() != parent) _exit(126);
-            dup2(out[1], STDOUT_FILENO);
-            execve(argv[0], argv.data(), envp.data());
-            _exit(127);
-        }
-        close(out[1]);
-        mStdout = out[0];
-    }
-
-    ~PeerProcess() {
-        kill();
-        if (mStdout >= 0) close(mStdout);
-    }
-
-    pid_t pid() const { return mPid; }
-
-    void kill() {
-        if (mPid <= 0) return;
-        ::kill(mPid, SIGKILL);
-        waitpid(mPid, nullptr, 0);
-        mPid = -1;
-    }
-
-    // The exit status, or -1 when the process does not end in time.
-    int waitExit() {
-        const auto deadline = std::chrono::steady_clock::now() + kTimeout;
-        while (std::chrono::steady_clock::now() < deadline) {
-            int status;
-            pid_t done = waitpid(mPid, &status, WNOHANG);
-            if (done == mPid) {
-                mPid = -1;
-                return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-            }
-            std::this_thread::sleep_for(5ms);
-        }
-        return -1;
-    }
-
-    // Waits for a line on the child's stdout.
-    bool waitForLine(const std::string& line) {
-        std::string got;
-        const auto deadline = std::chrono::steady_clock::now() + kTimeout;
-        while (std::chrono::steady_clock::now() < deadline) {
-            pollfd p{mStdout, POLLIN, 0};
-            if (poll(&p, 1, 100) <= 0) continue;
-            char c;
-            if (read(mStdout, &c, 1) != 1) return false;
-            if (c == '\n') {
-                if (got == line) return true;
-                got.clear();
-            } else {
-                got += c;
-            }
-        }
-        return false;
-    }
-
-  private:
-    pid_t mPid = -1;
-    int mStdout = -1;
-};
+inline void killAndReap(Process* p) {
+    p->signal(SIGKILL);
+    p->waitExit(kTimeout);
+}
 
 // Polls until pred holds (for state that no event announces, such as a
 // peer's counters).
@@ -155,18 +66,11 @@ inline Echo echo(const sp<IBinder>& target, int32_t value) {
     return e;
 }
 
-struct Stats {
-    int32_t nodes = -1, grants = -1, proxies = -1;
-};
-
-inline Stats peerStats(const sp<IBinder>& target) {
-    Stats s;
+inline int32_t peerNodes(const sp<IBinder>& target) {
     Parcel data, reply;
-    if (target->transact(peer::kStats, data, &reply) != OK) return s;
-    reply.readInt32(&s.nodes);
-    reply.readInt32(&s.grants);
-    reply.readInt32(&s.proxies);
-    return s;
+    int32_t nodes = -1;
+    if (target->transact(peer::kStats, data, &reply) == OK) reply.readInt32(&nodes);
+    return nodes;
 }
 
 class SocketTest : public ::testing::Test {
@@ -175,16 +79,8 @@ class SocketTest : public ::testing::Test {
     // once per process (ctest runs each test in its own process).
     static peer::Hub* hub() {
         static peer::Hub* const instance = [] {
-            static std::string dir = [] {
-                char tmpl[] = "/tmp/zuv-socket-test-XXXXXX";
-                const char* made = mkdtemp(tmpl);
-                return std::string(made != nullptr ? made : "");
-            }();
-            setenv(android::hardware::host::kRuntimeDirEnvVar, dir.c_str(), 1);
-            atexit([] {
-                std::string cmd = "rm -rf '" + dir + "'";
-                if (system(cmd.c_str()) != 0) return;
-            });
+            static zuv_mp::TempDir dir;
+            setenv(android::hardware::host::kRuntimeDirEnvVar, dir.path().c_str(), 1);
             android::hardware::configureRpcThreadpool(4, false);
             android::hardware::ProcessState::self()->startThreadPool();
             auto* hub = new peer::Hub();
@@ -199,16 +95,16 @@ class SocketTest : public ::testing::Test {
     void TearDown() override { mPeers.clear(); }
 
     // Starts a peer serving a TestObject and answers a proxy to it.
-    sp<IBinder> startPeer(int threads = 4, PeerProcess** process = nullptr) {
+    sp<IBinder> startPeer(int threads = 4, Process** process = nullptr) {
         static int32_t nextTag = 1;
         const int32_t tag = nextTag++;
-        mPeers.push_back(std::make_unique<PeerProcess>(
-                std::vector<std::string>{"serve", std::to_string(tag), std::to_string(threads)}));
+        mPeers.push_back(startPeerProgram({"serve", std::to_string(tag), std::to_string(threads)}));
+        if (mPeers.back() == nullptr) return nullptr;
         if (process != nullptr) *process = mPeers.back().get();
         return hub()->waitFor(tag, kTimeout);
     }
 
-    std::vector<std::unique_ptr<PeerProcess>> mPeers;
+    std::vector<std::unique_ptr<Process>> mPeers;
 };
 
 }  // namespace socket_test

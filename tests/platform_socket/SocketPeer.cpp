@@ -2,8 +2,7 @@
 //   socket_peer serve <tag> <threads>   registers a TestObject with the test's
 //                                       hub under tag and serves it
 //   socket_peer context                 serves a TestObject as context object;
-//                                       prints "ready" once it does, exits 3
-//                                       when another process already serves
+//                                       prints "ready" once it does
 #include <hidl/HidlTransportSupport.h>
 #include <hidl_host/SocketTransport.h>
 
@@ -30,9 +29,7 @@ int main(int argc, char** argv) {
     }
     if (argc >= 2 && strcmp(argv[1], "context") == 0) {
         configureRpcThreadpool(2, true);
-        status_t err = host::serveContextObject(new peer::TestObject());
-        if (err == ALREADY_EXISTS) return 3;
-        if (err != OK) return 2;
+        if (host::serveContextObject(new peer::TestObject()) != OK) return 2;
         printf("ready\n");
         fflush(stdout);
         joinRpcThreadpool();

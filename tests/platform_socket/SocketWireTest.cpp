@@ -1,6 +1,5 @@
 // What a peer writes is untrusted: raw frames against a live peer, sizes at
-// and over the limit, the context socket's ownership and the runtime
-// directory's permissions.
+// and over the limit and the runtime directory's permissions.
 #include <hidl_host/WireImage.h>
 #include <sys/stat.h>
 
@@ -30,11 +29,9 @@ class RawFrameTest : public SocketTest {
     void SetUp() override {
         SocketTest::SetUp();
         mDir = privateDir();
-        mPeers.push_back(std::make_unique<PeerProcess>(
-                std::vector<std::string>{"context"},
-                std::vector<std::string>{std::string(android::hardware::host::kRuntimeDirEnvVar) +
-                                         "=" + mDir}));
-        ASSERT_TRUE(mPeers.back()->waitForLine("ready"));
+        mPeers.push_back(startPeerProgram({"context"},
+                                          {{android::hardware::host::kRuntimeDirEnvVar, mDir}}));
+        ASSERT_TRUE(mPeers.back() && mPeers.back()->line("ready"));
     }
 
     std::unique_ptr<sock::Connection> connect() {
@@ -189,23 +186,6 @@ TEST_F(SocketTest, TransactionsUpToTheLimitPassAndLargerOnesFailAtTheSender) {
         EXPECT_EQ(gotSum, sum);
     }
     EXPECT_EQ(echo(object, 3).value, 3);
-}
-
-TEST_F(SocketTest, OneLiveProcessServesTheContextObject) {
-    const std::string dir = privateDir();
-    const std::vector<std::string> env = {std::string(android::hardware::host::kRuntimeDirEnvVar) +
-                                          "=" + dir};
-    PeerProcess first({"context"}, env);
-    ASSERT_TRUE(first.waitForLine("ready"));
-    PeerProcess second({"context"}, env);
-    EXPECT_EQ(second.waitExit(), 3);
-    // A dead server's socket is taken over.
-    first.kill();
-    PeerProcess third({"context"}, env);
-    EXPECT_TRUE(third.waitForLine("ready"));
-    // This process serves the hub already.
-    EXPECT_EQ(android::hardware::host::serveContextObject(new peer::TestObject()),
-              android::ALREADY_EXISTS);
 }
 
 TEST(SocketRuntimeDirTest, OnlyAPrivateDirectoryIsUsed) {

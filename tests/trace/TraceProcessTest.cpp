@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "MiniJson.h"
 #include "ProcessHarness.h"
-#include "TraceTestSupport.h"
 
 namespace zuv_trace_test {
 namespace {
@@ -42,8 +42,11 @@ class TraceProcessTest : public ::testing::Test {
         return child->pid();
     }
 
+    std::string traceFile(pid_t pid) const {
+        return mDir.path() + "/trace-" + std::to_string(pid) + ".json";
+    }
     std::string traceOf(pid_t pid) const {
-        std::ifstream in(mDir.path() + "/trace-" + std::to_string(pid) + ".json");
+        std::ifstream in(traceFile(pid));
         std::stringstream s;
         s << in.rdbuf();
         return s.str();
@@ -54,24 +57,20 @@ class TraceProcessTest : public ::testing::Test {
     zuv_mp::TempDir mDir;
 };
 
-TEST_F(TraceProcessTest, EnvironmentVariableWritesTheTraceAtExit) {
+TEST_F(TraceProcessTest, EnvironmentVariableWritesTheTraceAtExitCappedAsConfigured) {
+    const pid_t plain = run({});
+    ASSERT_GT(plain, 0);
+    EXPECT_FALSE(std::filesystem::exists(traceFile(plain)));
+
     const pid_t pid = run({{"ZUV_HIDL_TRACE_FILE", pattern()}});
     ASSERT_GT(pid, 0);
-    const std::string json = traceOf(pid);
-    const std::vector<Json> events = traceEvents(json);
+    const std::vector<Json> events = traceEvents(traceOf(pid));
     EXPECT_EQ((std::vector<std::string>{"B " + kClient, "B " + kServer, "E " + kServer,
                                         "E " + kClient}),
               slices(events, "hidl"));
     for (const Json& e : events) EXPECT_EQ(pid, static_cast<pid_t>(e.num("pid")));
     // libcutils discards the sections unless the shim is preloaded.
     EXPECT_TRUE(slices(events, "atrace").empty());
-}
-
-TEST_F(TraceProcessTest, NoFileWithoutTheVariableAndACapFromTheEnvironment) {
-    const pid_t plain = run({});
-    ASSERT_GT(plain, 0);
-    EXPECT_FALSE(
-            std::filesystem::exists(mDir.path() + "/trace-" + std::to_string(plain) + ".json"));
 
     const pid_t capped =
             run({{"ZUV_HIDL_TRACE_FILE", pattern()}, {"ZUV_HIDL_TRACE_MAX_EVENTS", "2"}});
