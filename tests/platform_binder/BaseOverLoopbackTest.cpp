@@ -348,20 +348,14 @@ TEST_F(Instrumentation, ObjectsKeepTheSettingsTheyWereConfiguredWith) {
 TEST(InstrumentationEnvironment, SwitchesAWholeProcessOn) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     // The child is a fresh process that reads the variable at first use.
-    setenv(host::kInstrumentationEnvVar, "1", 1);
-    EXPECT_EXIT(
-            {
-                sp<BpHwBase> proxy = new BpHwBase(host::toLoopback(new BnHwBase(new IBase())));
-                std::exit(proxy->isInstrumentationEnabled() ? 0 : 1);
-            },
-            ::testing::ExitedWithCode(0), "");
-    setenv(host::kInstrumentationEnvVar, "0", 1);
-    EXPECT_EXIT(
-            {
-                sp<BpHwBase> proxy = new BpHwBase(host::toLoopback(new BnHwBase(new IBase())));
-                std::exit(proxy->isInstrumentationEnabled() ? 0 : 1);
-            },
-            ::testing::ExitedWithCode(1), "");
+    auto exitWithSetting = [] {
+        sp<BpHwBase> proxy = new BpHwBase(host::toLoopback(new BnHwBase(new IBase())));
+        std::exit(proxy->isInstrumentationEnabled() ? 0 : 1);
+    };
+    for (int on : {1, 0}) {
+        setenv(host::kInstrumentationEnvVar, on ? "1" : "0", 1);
+        EXPECT_EXIT(exitWithSetting(), ::testing::ExitedWithCode(on ? 0 : 1), "") << on;
+    }
     unsetenv(host::kInstrumentationEnvVar);
 }
 
