@@ -55,17 +55,10 @@ struct RemoteProbe : public IProbe {
     bool isRemote() const override { return true; }
 };
 
-class WrapPassthrough : public ::testing::Test {
-  protected:
-    void SetUp() override {
-        getBsConstructorMap().set(std::string(kProbe), [](void* object) -> sp<IBase> {
-            return new ProbeWrapper(static_cast<IProbe*>(object));
-        });
-    }
-    void TearDown() override { getBsConstructorMap().erase(kProbe); }
-};
-
-TEST_F(WrapPassthrough, LocalObjectsGetTheRegisteredWrapperOnce) {
+TEST(WrapPassthrough, LocalObjectsGetTheRegisteredWrapperOnce) {
+    getBsConstructorMap().set(std::string(kProbe), [](void* object) -> sp<IBase> {
+        return new ProbeWrapper(static_cast<IProbe*>(object));
+    });
     EXPECT_EQ(wrapPassthroughInternal(nullptr), nullptr);
     sp<IProbe> remote = new RemoteProbe();
     EXPECT_EQ(wrapPassthrough(remote), remote);

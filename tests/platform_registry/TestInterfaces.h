@@ -9,10 +9,7 @@
 #include <string>
 #include <utility>
 
-namespace vendor {
-namespace zuv {
-namespace test {
-namespace V1_0 {
+namespace vendor::zuv::test::V1_0 {
 
 using ::android::hardware::hidl_string;
 using ::android::hardware::Return;
@@ -44,7 +41,4 @@ class TestService : public ITest {
     std::string mInstance;
 };
 
-}  // namespace V1_0
-}  // namespace test
-}  // namespace zuv
-}  // namespace vendor
+}  // namespace vendor::zuv::test::V1_0
