@@ -121,7 +121,7 @@ TEST(InProcessRegistry, AddPublishesUnderEveryParentReplacesAndRefusesBadInput) 
     EXPECT_EQ(weakFirst.promote(), nullptr);
 }
 
-TEST(InProcessRegistry, NotificationsForPresentAndLaterRegistrations) {
+TEST(InProcessRegistry, NotificationsForPresentAndLaterRegistrationsOutsideTheLock) {
     sp<IServiceManager> sm = host::makeInProcessServiceManager();
     ASSERT_TRUE(add(sm, "early", new TestService("early")));
 
@@ -137,7 +137,12 @@ TEST(InProcessRegistry, NotificationsForPresentAndLaterRegistrations) {
     // A listener for a parent interface hears about registrations of children.
     ASSERT_TRUE(listen(sm, IBase::descriptor, "late", base));
 
-    ASSERT_TRUE(add(sm, "late", new TestService("late")));
+    // Listeners may use the registry: they are not called under its lock.
+    sp<IBase> late = new TestService("late");
+    sp<IBase> seen;
+    base->onEvent = [&] { seen = get(sm, ITest::kDescriptor, "late"); };
+    ASSERT_TRUE(add(sm, "late", late));
+    EXPECT_EQ(seen, late);
     ASSERT_TRUE(add(sm, "early", new TestService("early2")));
     EXPECT_EQ(one->events(), (std::vector<Event>{{ITest::kDescriptor, "early", true},
                                                  {ITest::kDescriptor, "early", false}}));
@@ -146,17 +151,6 @@ TEST(InProcessRegistry, NotificationsForPresentAndLaterRegistrations) {
                                                    {ITest::kDescriptor, "early", false}}));
     EXPECT_TRUE(other->events().empty());
     EXPECT_EQ(base->events(), (std::vector<Event>{{IBase::descriptor, "late", false}}));
-}
-
-TEST(InProcessRegistry, ListenersMayUseTheRegistry) {
-    sp<IServiceManager> sm = host::makeInProcessServiceManager();
-    sp<Listener> reentrant = new Listener();
-    sp<IBase> seen;
-    reentrant->onEvent = [&] { seen = get(sm, ITest::kDescriptor, "a"); };
-    ASSERT_TRUE(listen(sm, ITest::kDescriptor, "a", reentrant));
-    sp<IBase> service = new TestService("a");
-    ASSERT_TRUE(add(sm, "a", service));  // would deadlock if called under the lock
-    EXPECT_EQ(seen, service);
 }
 
 // Lookups and registrations through defaultServiceManager(), pointed at a
