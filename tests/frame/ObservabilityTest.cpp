@@ -84,23 +84,21 @@ class ObservabilityTest : public ::testing::Test {
 
 const char* kWhere = "vendor.zuv.hardware.fingerprint@1.0::IZuvExtendedFingerprint::";
 
-TEST_F(ObservabilityTest, EventsOfACallbackResultCallInOrder) {
+TEST_F(ObservabilityTest, EventsOfBothSidesInOrderWithArgumentsThenResults) {
     std::string value;
     ASSERT_TRUE(proxy->getConfigValue("mode", [&](const hidl_string& v) { value = v; }).isOk());
     EXPECT_EQ("mode!", value);
-    const std::string where = std::string(kWhere) + "getConfigValue";
-    EXPECT_EQ((std::vector<Event>{{2, where, {"mode"}},
-                                  {0, where, {"mode"}},
-                                  {1, where, {"mode!"}},
-                                  {3, where, {"mode!"}}}),
-              events);
-}
-
-TEST_F(ObservabilityTest, EventsOfADirectResultCall) {
     ASSERT_EQ(1, static_cast<int32_t>(proxy->cancel()));
-    const std::string where = std::string(kWhere) + "cancel";
-    EXPECT_EQ((std::vector<Event>{
-                      {2, where, {}}, {0, where, {}}, {1, where, {"1"}}, {3, where, {"1"}}}),
+    const std::string config = std::string(kWhere) + "getConfigValue";
+    const std::string cancel = std::string(kWhere) + "cancel";
+    EXPECT_EQ((std::vector<Event>{{2, config, {"mode"}},
+                                  {0, config, {"mode"}},
+                                  {1, config, {"mode!"}},
+                                  {3, config, {"mode!"}},
+                                  {2, cancel, {}},
+                                  {0, cancel, {}},
+                                  {1, cancel, {"1"}},
+                                  {3, cancel, {"1"}}}),
               events);
 }
 

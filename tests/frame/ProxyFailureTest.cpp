@@ -34,74 +34,57 @@ class EventCounter {
     host::InstrumentationCallbackId mId;
 };
 
-TEST(ProxyFailureTest, TransportFailureBecomesTheCallStatus) {
-    EventCounter counter;
-    sp<RecordingBinder> remote = new RecordingBinder(
-            [](Parcel*, const std::function<void()>&) { return ::android::FAILED_TRANSACTION; });
-    sp<fp::IZuvExtendedFingerprint> proxy = new fp::BpHwZuvExtendedFingerprint(remote);
+sp<fp::IZuvExtendedFingerprint> proxyAnswering(RecordingBinder::Responder responder) {
+    return new fp::BpHwZuvExtendedFingerprint(new RecordingBinder(std::move(responder)));
+}
 
-    auto direct = proxy->cancel();
+// A failed call reports its entry but no exit, and never calls the caller's
+// result callback.
+TEST(ProxyFailureTest, TransportFailureAndRemoteExceptionBecomeTheCallStatus) {
+    EventCounter counter;
+    auto failing = proxyAnswering(
+            [](Parcel*, const std::function<void()>&) { return ::android::FAILED_TRANSACTION; });
+    auto direct = failing->cancel();
     ASSERT_FALSE(direct.isOk());
     EXPECT_EQ(Status::EX_TRANSACTION_FAILED, direct.getStatus().exceptionCode());
     EXPECT_EQ(::android::FAILED_TRANSACTION, direct.getStatus().transactionError());
-
     bool called = false;
-    auto withCallback = proxy->getConfigValue("k", [&](const hidl_string&) { called = true; });
-    EXPECT_FALSE(withCallback.isOk());
-    EXPECT_FALSE(called);
+    EXPECT_FALSE(failing->getConfigValue("k", [&](const hidl_string&) { called = true; }).isOk());
+    EXPECT_FALSE(failing->setConfigValue("k", "v").isOk());
 
-    EXPECT_FALSE(proxy->setConfigValue("k", "v").isOk());
-    // Entry events only: no exit is reported for a failed call.
-    EXPECT_EQ((std::vector<int>{2, 2, 2}), counter.events);
-}
-
-TEST(ProxyFailureTest, RemoteExceptionIsHandedOverUnchanged) {
-    EventCounter counter;
-    sp<RecordingBinder> remote =
-            new RecordingBinder([](Parcel* reply, const std::function<void()>& deliver) {
-                ::android::hardware::writeToParcel(
-                        Status::fromExceptionCode(Status::EX_ILLEGAL_STATE, "sensor busy"), reply);
-                reply->writeInt32(99);  // must not be read
-                deliver();
-                return OK;
-            });
-    sp<fp::IZuvExtendedFingerprint> proxy = new fp::BpHwZuvExtendedFingerprint(remote);
-
-    auto direct = proxy->testInit();
-    ASSERT_FALSE(direct.isOk());
-    EXPECT_EQ(Status::EX_ILLEGAL_STATE, direct.getStatus().exceptionCode());
-    EXPECT_STREQ("sensor busy", direct.getStatus().exceptionMessage());
-
-    bool called = false;
-    auto withCallback = proxy->testParamGet(1, [&](const hidl_string&) { called = true; });
-    ASSERT_FALSE(withCallback.isOk());
+    auto throwing = proxyAnswering([](Parcel* reply, const std::function<void()>& deliver) {
+        ::android::hardware::writeToParcel(
+                Status::fromExceptionCode(Status::EX_ILLEGAL_STATE, "sensor busy"), reply);
+        reply->writeInt32(99);  // must not be read
+        deliver();
+        return OK;
+    });
+    auto thrown = throwing->testInit();
+    ASSERT_FALSE(thrown.isOk());
+    EXPECT_EQ(Status::EX_ILLEGAL_STATE, thrown.getStatus().exceptionCode());
+    EXPECT_STREQ("sensor busy", thrown.getStatus().exceptionMessage());
+    auto withCallback = throwing->testParamGet(1, [&](const hidl_string&) { called = true; });
     EXPECT_EQ(Status::EX_ILLEGAL_STATE, withCallback.getStatus().exceptionCode());
     EXPECT_FALSE(called);
-    EXPECT_EQ((std::vector<int>{2, 2}), counter.events);
+    EXPECT_EQ((std::vector<int>{2, 2, 2, 2, 2}), counter.events);
 }
 
 TEST(ProxyFailureTest, ShortReplies) {
-    // OK status and nothing after it.
-    sp<RecordingBinder> remote = new RecordingBinder(replyOk());
-    sp<fp::IZuvExtendedFingerprint> proxy = new fp::BpHwZuvExtendedFingerprint(remote);
-
-    // A direct result that is missing is a failure...
-    auto direct = proxy->cancel();
-    EXPECT_FALSE(direct.isOk());
-    // ...but a missing callback result is deliberately let through: OK,
-    // and the caller's callback is never called.
+    // OK status and nothing after it: a missing direct result is a failure...
+    auto empty = proxyAnswering(replyOk());
+    EXPECT_FALSE(empty->cancel().isOk());
+    // ...but a missing callback result is deliberately let through: OK, and
+    // the caller's callback is never called.
     bool called = false;
-    auto withCallback = proxy->getConfigValue("key", [&](const hidl_string&) { called = true; });
-    EXPECT_TRUE(withCallback.isOk());
-    EXPECT_FALSE(called);
+    EXPECT_TRUE(empty->getConfigValue("key", [&](const hidl_string&) { called = true; }).isOk());
     // A string header whose character data is missing is just as short.
-    sp<RecordingBinder> headerOnly = new RecordingBinder(replyOk([](Parcel* reply) {
+    auto headerOnly = proxyAnswering(replyOk([](Parcel* reply) {
         static hidl_string value("abc");
         size_t handle = 0;
         reply->writeBuffer(&value, sizeof(value), &handle);
     }));
-    sp<fp::IZuvExtendedFingerprint> proxy2 = new fp::BpHwZuvExtendedFingerprint(headerOnly);
-    EXPECT_TRUE(proxy2->getConfigValue("key", [&](const hidl_string&) { called = true; }).isOk());
+    EXPECT_TRUE(
+            headerOnly->getConfigValue("key", [&](const hidl_string&) { called = true; }).isOk());
     EXPECT_FALSE(called);
 }
 
@@ -141,31 +124,21 @@ struct CountingRecipient : hidl_death_recipient {
     uint64_t lastCookie = 0;
 };
 
-TEST(ProxyDeathTest, RefusedLinkIsStillRememberedForUnlink) {
-    sp<LinkScriptBinder> remote = new LinkScriptBinder;
-    remote->linkResult = ::android::INVALID_OPERATION;
-    sp<fp::IZuvExtendedFingerprint> proxy = new fp::BpHwZuvExtendedFingerprint(remote);
-    sp<CountingRecipient> recipient = new CountingRecipient;
-    EXPECT_FALSE(proxy->linkToDeath(recipient, 1));
-    EXPECT_TRUE(proxy->unlinkToDeath(recipient));
-    EXPECT_EQ(1, remote->unlinkCalls);
-    EXPECT_FALSE(proxy->unlinkToDeath(recipient));  // nothing left to find
-    EXPECT_EQ(1, remote->unlinkCalls);
-}
-
-TEST(ProxyDeathTest, UnlinkRemovesOneRegistrationAtATime) {
+TEST(ProxyDeathTest, UnlinkFindsEveryLinkEvenARefusedOneOnceEach) {
     sp<LinkScriptBinder> remote = new LinkScriptBinder;
     sp<fp::IZuvExtendedFingerprint> proxy = new fp::BpHwZuvExtendedFingerprint(remote);
     sp<CountingRecipient> a = new CountingRecipient;
     sp<CountingRecipient> b = new CountingRecipient;
     EXPECT_TRUE(proxy->linkToDeath(a, 1));
-    EXPECT_TRUE(proxy->linkToDeath(a, 2));
-    EXPECT_TRUE(proxy->linkToDeath(b, 3));
+    remote->linkResult = ::android::INVALID_OPERATION;
+    EXPECT_FALSE(proxy->linkToDeath(a, 2));
+    EXPECT_FALSE(proxy->linkToDeath(b, 3));
     EXPECT_TRUE(proxy->unlinkToDeath(a));
     EXPECT_TRUE(proxy->unlinkToDeath(a));
     EXPECT_FALSE(proxy->unlinkToDeath(a));
     EXPECT_FALSE(proxy->unlinkToDeath(nullptr));
     EXPECT_TRUE(proxy->unlinkToDeath(b));
+    EXPECT_EQ(3, remote->unlinkCalls);
 }
 
 TEST(ProxyDeathTest, PeerDeathFailsCallsAndTellsRecipientsOnce) {

@@ -53,56 +53,56 @@ class StubDispatchTest : public ::testing::Test {
     int delivered = 0;
 };
 
-TEST_F(StubDispatchTest, CodesOutsideTheInterfaceGoToTheBaseStub) {
-    for (uint32_t code : {0u, 60u, 0x0effffffu}) {
-        Parcel request;
-        request.writeInterfaceToken(fp::IZuvExtendedFingerprint::descriptor);
-        Parcel reply;
-        EXPECT_EQ(::android::UNKNOWN_TRANSACTION, send(code, request, &reply)) << code;
-    }
-    EXPECT_EQ(0, impl->calls.load());
+// A request holding the interface token followed by whatever `fill` writes.
+std::unique_ptr<Parcel> request(const std::function<void(Parcel*)>& fill = nullptr,
+                                const char* token = fp::IZuvExtendedFingerprint::descriptor) {
+    auto p = std::make_unique<Parcel>();
+    p->writeInterfaceToken(token);
+    if (fill) fill(p.get());
+    return p;
 }
 
-TEST_F(StubDispatchTest, ForeignTokenIsRefusedUntouched) {
-    Parcel request;
-    request.writeInterfaceToken(fp::IDaxAndroidServices::descriptor);
+TEST_F(StubDispatchTest, UnknownCodesAndForeignTokensNeverReachTheImplementation) {
+    for (uint32_t code : {0u, 60u, 0x0effffffu}) {
+        Parcel reply;
+        EXPECT_EQ(::android::UNKNOWN_TRANSACTION, send(code, *request(), &reply)) << code;
+    }
     Parcel reply;
-    EXPECT_EQ(::android::BAD_TYPE, send(36, request, &reply));
-    EXPECT_EQ(0, impl->calls.load());
+    EXPECT_EQ(::android::BAD_TYPE,
+              send(36, *request(nullptr, fp::IDaxAndroidServices::descriptor), &reply));
     EXPECT_EQ(0u, reply.dataSize());
     EXPECT_EQ(0, delivered);
+    // ping is the stub's own, not the implementation's.
+    sp<fp::IZuvExtendedFingerprint> proxy =
+            new fp::BpHwZuvExtendedFingerprint(::android::hardware::host::loopbackProxyFor(
+                    static_cast<::android::hardware::BHwBinder*>(stub.get())));
+    EXPECT_TRUE(proxy->ping().isOk());
+    EXPECT_EQ(0, impl->calls.load());
 }
 
 TEST_F(StubDispatchTest, UnreadableArgumentsStopBeforeTheImplementation) {
     setHalTracing(true);
-    // The string's header is missing altogether.
-    Parcel request;
-    request.writeInterfaceToken(fp::IZuvExtendedFingerprint::descriptor);
-    Parcel reply;
-    EXPECT_NE(OK, send(56, request, &reply));
-    // A string header whose characters never follow.
-    Parcel request2;
-    request2.writeInterfaceToken(fp::IZuvExtendedFingerprint::descriptor);
-    hidl_string key("key");
-    size_t handle = 0;
-    request2.writeBuffer(&key, sizeof(key), &handle);
-    Parcel reply2;
-    EXPECT_NE(OK, send(56, request2, &reply2));
+    static hidl_string key("key");
+    // No string header at all; a header whose characters never follow.
+    std::function<void(Parcel*)> headerOnly = [](Parcel* p) {
+        size_t handle = 0;
+        p->writeBuffer(&key, sizeof(key), &handle);
+    };
+    for (const auto& fill : {std::function<void(Parcel*)>(), headerOnly}) {
+        Parcel reply;
+        EXPECT_NE(OK, send(56, *request(fill), &reply));
+        EXPECT_EQ(0u, reply.dataSize());
+    }
     setHalTracing(false);
-
-    EXPECT_EQ(0, impl->calls.load());
-    EXPECT_EQ(0u, reply.dataSize());
-    EXPECT_EQ(0u, reply2.dataSize());
     EXPECT_TRUE(takeTraceMarkers().empty());
-}
 
-TEST_F(StubDispatchTest, NullWhereAValueMustBeBecomesNullPointerException) {
-    Parcel request;
-    request.writeInterfaceToken(fp::IZuvExtendedFingerprint::descriptor);
-    size_t handle = 0;
-    request.writeBuffer(nullptr, 0, &handle);
+    // A null buffer where a string must be is answered with an exception.
     Parcel reply;
-    EXPECT_EQ(OK, send(56, request, &reply));
+    EXPECT_EQ(OK, send(56, *request([](Parcel* p) {
+                           size_t handle = 0;
+                           p->writeBuffer(nullptr, 0, &handle);
+                       }),
+                       &reply));
     Status status;
     reply.setDataPosition(0);
     ASSERT_EQ(OK, ::android::hardware::readFromParcel(&status, reply));
@@ -110,11 +110,11 @@ TEST_F(StubDispatchTest, NullWhereAValueMustBeBecomesNullPointerException) {
     EXPECT_EQ(0, impl->calls.load());
 }
 
-TEST_F(StubDispatchTest, OnewayFlagOnATwoWayOperationIsServedAnyway) {
-    Parcel request;
-    request.writeInterfaceToken(fp::IZuvExtendedFingerprint::descriptor);
+// The oneway flag does not change how a stub serves a two-way operation;
+// one without results writes its status but leaves sending to the transport.
+TEST_F(StubDispatchTest, OnewayFlagOnTwoWayOperations) {
     Parcel reply;
-    EXPECT_EQ(OK, send(36, request, &reply, IBinder::FLAG_ONEWAY));
+    EXPECT_EQ(OK, send(36, *request(), &reply, IBinder::FLAG_ONEWAY));
     EXPECT_EQ(1, impl->calls.load());
     EXPECT_EQ(1, delivered);
     int32_t exception = -1, value = 0;
@@ -123,32 +123,19 @@ TEST_F(StubDispatchTest, OnewayFlagOnATwoWayOperationIsServedAnyway) {
     ASSERT_EQ(OK, reply.readInt32(&value));
     EXPECT_EQ(0, exception);
     EXPECT_EQ(36, value);
-}
 
-TEST_F(StubDispatchTest, NoResultOperationsWriteTheStatusButLeaveSendingToTheTransport) {
     sp<IBinder> callbackStub =
             new fp::BnHwZuvExtendedFingerprintCallback(new FakeExtendedFingerprintCallback);
-    Parcel request;
-    request.writeInterfaceToken(fp::IZuvExtendedFingerprintCallback::descriptor);
-    request.writeInt32(-2);
-    Parcel reply;
-    // Code 2 (onError), sent oneway although it is two-way.
-    EXPECT_EQ(OK, callbackStub->transact(2, request, &reply, IBinder::FLAG_ONEWAY,
+    auto onError = request([](Parcel* p) { p->writeInt32(-2); },
+                           fp::IZuvExtendedFingerprintCallback::descriptor);
+    Parcel statusOnly;
+    EXPECT_EQ(OK, callbackStub->transact(2, *onError, &statusOnly, IBinder::FLAG_ONEWAY,
                                          [this](Parcel&) { ++delivered; }));
-    EXPECT_EQ(0, delivered);
-    reply.setDataPosition(0);
-    int32_t exception = -1;
-    ASSERT_EQ(OK, reply.readInt32(&exception));
+    EXPECT_EQ(1, delivered);
+    statusOnly.setDataPosition(0);
+    ASSERT_EQ(OK, statusOnly.readInt32(&exception));
     EXPECT_EQ(0, exception);
-    EXPECT_EQ(reply.dataSize(), reply.dataPosition());
-}
-
-TEST_F(StubDispatchTest, PingIsAnsweredByTheStubItself) {
-    sp<fp::IZuvExtendedFingerprint> proxy =
-            new fp::BpHwZuvExtendedFingerprint(::android::hardware::host::loopbackProxyFor(
-                    static_cast<::android::hardware::BHwBinder*>(stub.get())));
-    EXPECT_TRUE(proxy->ping().isOk());
-    EXPECT_EQ(0, impl->calls.load());
+    EXPECT_EQ(statusOnly.dataSize(), statusOnly.dataPosition());
 }
 
 // Breaking the result-callback contract ends the service process.
@@ -166,11 +153,8 @@ struct NeverCalls : FakeExtendedFingerprint {
 void serveOnce(const sp<fp::IZuvExtendedFingerprint>& impl, uint32_t code,
                const std::function<void(Parcel*)>& writeArgs) {
     sp<IBinder> stub = new fp::BnHwZuvExtendedFingerprint(impl);
-    Parcel request;
-    request.writeInterfaceToken(fp::IZuvExtendedFingerprint::descriptor);
-    writeArgs(&request);
     Parcel reply;
-    stub->transact(code, request, &reply, 0, [](Parcel&) {});
+    stub->transact(code, *request(writeArgs), &reply, 0, [](Parcel&) {});
 }
 
 TEST(StubCallbackContractDeathTest, SecondCallIsFatal) {
