@@ -53,11 +53,6 @@ struct EchoFingerprint : FakeExtendedFingerprint {
         lastValue = value;
         return Void();
     }
-    Return<int32_t> postEvent(const hidl_vec<uint8_t>& data) override {
-        int32_t sum = 0;
-        for (uint8_t b : data) sum += b;
-        return sum + static_cast<int32_t>(data.size()) * 1000;
-    }
     Return<int32_t> registerAndroidServices(const sp<fp::IDaxAndroidServices>& services) override {
         if (services == nullptr) return -1;
         services->setTimer(0xFFFFFFFFu);
@@ -73,10 +68,6 @@ struct EchoFingerprint : FakeExtendedFingerprint {
             callback->onMatch(intArg1, strArg1, 1ull << 63, data, bytes({7, 7}));
         }
         return callback == nullptr ? 0 : 1;
-    }
-    Return<void> retrieveUser(uint64_t value, retrieveUser_cb cb) override {
-        cb(hidl_string(std::to_string(value)));
-        return Void();
     }
     Return<int32_t> setLivenessEnabled(const hidl_vec<uint8_t>& data, uint8_t enabled) override {
         return static_cast<int32_t>(data.size()) * 1000 + enabled;
@@ -160,8 +151,6 @@ TEST_F(EndToEndTest, DirectResultsKeepTheirWidthAndSign) {
     EXPECT_EQ(255, static_cast<uint8_t>(proxy->getLivenessEnabled(bytes({1, 2}))));
     EXPECT_EQ(3 * 1000 + 255,
               static_cast<int32_t>(proxy->setLivenessEnabled(bytes({1, 2, 3}), 255)));
-    EXPECT_EQ(2000 + 255 + 1, static_cast<int32_t>(proxy->postEvent(bytes({255, 1}))));
-    EXPECT_EQ(0, static_cast<int32_t>(proxy->postEvent(hidl_vec<uint8_t>())));
 }
 
 TEST_F(EndToEndTest, RecordsArriveWhole) {
@@ -195,8 +184,6 @@ TEST_F(EndToEndTest, StringsAndVectorsBothWays) {
     std::string got;
     ASSERT_TRUE(proxy->testParamGet(-7, [&](const hidl_string& s) { got = s; }).isOk());
     EXPECT_EQ("param -7", got);
-    ASSERT_TRUE(proxy->retrieveUser(UINT64_MAX, [&](const hidl_string& s) { got = s; }).isOk());
-    EXPECT_EQ("18446744073709551615", got);
 
     ASSERT_TRUE(proxy->setConfigValue("", "").isOk());
     EXPECT_EQ("", impl->lastKey);
