@@ -25,6 +25,7 @@
 #include <utils/Errors.h>
 #include <utils/StrongPointer.h>
 
+#include <chrono>
 #include <cstddef>
 #include <string>
 
@@ -49,6 +50,22 @@ status_t serveContextObject(const sp<BHwBinder>& object);
 // process serves it. The proxy keeps a connection open so the server's death
 // is noticed (its calls then fail with DEAD_OBJECT and recipients are told).
 sp<IBinder> getContextObject();
+
+// The deadline of every call this process makes to another process: the
+// connect, the send and the wait for the reply. Zero (the default, as on a
+// device) waits as long as the peer takes. A call past its deadline fails with
+// TIMED_OUT and its connection is closed. ZUV_HIDL_CALL_TIMEOUT_MS sets the
+// starting value; the service-manager daemon sets its own.
+constexpr const char* kCallTimeoutEnvVar = "ZUV_HIDL_CALL_TIMEOUT_MS";
+void setCallTimeout(std::chrono::milliseconds timeout);
+std::chrono::milliseconds callTimeout();
+
+// Stops serving: the thread pool's threads return (joinRpcThreadpool too),
+// every connection closes, and this process's sockets (with the context
+// object's socket and lock when it serves one) are removed. Proxies to other
+// processes fail with DEAD_OBJECT afterwards. Safe to call more than once and
+// from any thread but a serving one.
+void shutdownTransport();
 
 // Whether binder is a proxy of this transport.
 bool isSocketBinder(const sp<IBinder>& binder);

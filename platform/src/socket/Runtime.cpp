@@ -10,7 +10,9 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <thread>
 
@@ -390,6 +392,16 @@ sp<IBinder> Runtime::getContextObject() {
     return proxy;
 }
 
+void Runtime::shutdown() {
+    std::lock_guard<std::mutex> lock(mLock);
+    const std::string dir = directoryLocked();
+    if (mListening) unlink(processSocketPath(dir, getpid()).c_str());
+    if (mContext != nullptr) {
+        unlink(contextSocketPath(dir).c_str());
+        unlink((dir + "/hwservicemanager.lock").c_str());
+    }
+}
+
 SocketTransportStats Runtime::stats() {
     SocketTransportStats s;
     std::lock_guard<std::mutex> lock(mLock);
@@ -422,6 +434,28 @@ pid_t socketBinderPid(const sp<IBinder>& binder) {
     socket::ProxyTarget target;
     if (!socket::Runtime::get().proxyTarget(binder->remoteBinder()->handle(), &target)) return 0;
     return target.peer->pid;
+}
+
+namespace {
+std::atomic<int64_t> gCallTimeoutMs{-1};  // -1: not yet read from the environment
+}  // namespace
+
+void setCallTimeout(std::chrono::milliseconds timeout) {
+    gCallTimeoutMs.store(std::max<int64_t>(timeout.count(), 0));
+}
+
+std::chrono::milliseconds callTimeout() {
+    int64_t ms = gCallTimeoutMs.load();
+    if (ms < 0) {
+        const char* env = getenv(kCallTimeoutEnvVar);
+        ms = env != nullptr ? std::max(0LL, atoll(env)) : 0;
+        gCallTimeoutMs.store(ms);
+    }
+    return std::chrono::milliseconds(ms);
+}
+
+void shutdownTransport() {
+    socket::Runtime::get().shutdown();
 }
 
 SocketTransportStats socketTransportStats() {

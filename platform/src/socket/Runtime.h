@@ -74,6 +74,7 @@ class Runtime {
     status_t serveContextObject(const sp<BHwBinder>& object);
     sp<IBinder> getContextObject();
     SocketTransportStats stats();
+    void shutdown();
 
     // --- used by the translators and the serving code ---
 
