@@ -37,7 +37,7 @@ class RawFrameTest : public SocketTest {
     std::unique_ptr<sock::Connection> connect() {
         pid_t pid;
         uid_t uid;
-        int fd = sock::connectTo(sock::contextSocketPath(mDir), &pid, &uid);
+        int fd = sock::connectTo(sock::contextSocketPath(mDir), &pid, &uid, std::nullopt);
         if (fd < 0) return nullptr;
         return std::make_unique<sock::Connection>(fd, pid, uid);
     }

@@ -3,8 +3,7 @@
 #include <hwbinder/ProcessState.h>
 #include <unistd.h>
 
-#include <condition_variable>
-#include <mutex>
+#include "socket/Runtime.h"
 
 namespace android {
 namespace hardware {
@@ -41,12 +40,8 @@ uid_t IPCThreadState::getCallingUid() const {
 
 void IPCThreadState::joinThreadPool(bool /*isMain*/) {
     ProcessState::self()->startThreadPool();
-    // Nothing arrives through a pool while no transport serves the process,
-    // so the thread stays parked, as a pool thread would.
-    static std::mutex parkLock;
-    static std::condition_variable parked;
-    std::unique_lock<std::mutex> lock(parkLock);
-    parked.wait(lock, [] { return false; });
+    // The calling thread serves like any pool thread until the transport stops.
+    host::socket::Runtime::get().join();
 }
 
 namespace host {

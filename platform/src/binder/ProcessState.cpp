@@ -2,6 +2,8 @@
 
 #include <mutex>
 
+#include "socket/Runtime.h"
+
 namespace android {
 namespace hardware {
 
@@ -25,8 +27,11 @@ ProcessState::ProcessState() : mMaxThreads(kDefaultMaxThreads) {}
 ProcessState::~ProcessState() = default;
 
 void ProcessState::startThreadPool() {
-    std::lock_guard<std::mutex> lock(mLock);
-    mThreadPoolStarted = true;
+    {
+        std::lock_guard<std::mutex> lock(mLock);
+        mThreadPoolStarted = true;
+    }
+    host::socket::Runtime::get().startPool();
 }
 
 bool ProcessState::isThreadPoolStarted() const {

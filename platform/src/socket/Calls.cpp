@@ -1,8 +1,7 @@
 // Carrying transactions: the binder translation of each parcel, the call
-// path of a proxy and the serving path of an incoming connection.
+// path of a proxy and the serving of incoming frames.
 #include <hidl_host/CallingIdentity.h>
 #include <hidl_host/WireImage.h>
-#include <hwbinder/ProcessState.h>
 #include <unistd.h>
 
 #include <cstring>
@@ -39,6 +38,12 @@ Connection* nestedConnectionTo(pid_t pid) {
 
 void closeAll(const std::vector<int>& fds) {
     for (int fd : fds) ::close(fd);
+}
+
+Deadline callDeadline() {
+    const std::chrono::milliseconds timeout = callTimeout();
+    if (timeout.count() == 0) return std::nullopt;
+    return Clock::now() + timeout;
 }
 
 // Names the binders of an outgoing parcel for the receiving process `to`.
@@ -160,17 +165,32 @@ FrameHeader makeHeader(uint16_t kind, uint64_t seq, const std::vector<BinderRef>
 }
 
 status_t writeFrame(Connection* conn, const FrameHeader& header,
-                    const std::vector<BinderRef>& table, const WireImage* image) {
+                    const std::vector<BinderRef>& table, const WireImage* image, Deadline deadline,
+                    bool mayQueue) {
     static const std::vector<int> kNoFds;
-    return conn->write(header, table.data(), table.size() * sizeof(BinderRef),
-                       image != nullptr ? image->bytes.data() : nullptr,
-                       image != nullptr ? image->bytes.size() : 0,
-                       image != nullptr ? image->fds : kNoFds);
+    return conn->send(header, table.data(), table.size() * sizeof(BinderRef),
+                      image != nullptr ? image->bytes.data() : nullptr,
+                      image != nullptr ? image->bytes.size() : 0,
+                      image != nullptr ? image->fds : kNoFds, deadline, mayQueue);
 }
+
+// A frame this process serves is answered without waiting for the peer to
+// read: what it does not take is kept, and a peer that lets too much pile
+// up loses the connection.
+status_t writeAnswer(Connection* conn, const FrameHeader& header,
+                     const std::vector<BinderRef>& table, const WireImage* image) {
+    status_t err = writeFrame(conn, header, table, image, std::nullopt, true);
+    if (err != OK) conn->markBroken();
+    return err;
+}
+
+// Depth of calls served inside calls on this thread; a peer that answers a
+// call with calls of its own, without end, is cut off.
+thread_local size_t tNesting = 0;
 
 }  // namespace
 
-std::unique_ptr<Connection> Runtime::connectPeer(pid_t pid) {
+std::unique_ptr<Connection> Runtime::connectPeer(pid_t pid, Deadline deadline) {
     std::string dir;
     {
         std::lock_guard<std::mutex> lock(mLock);
@@ -178,7 +198,7 @@ std::unique_ptr<Connection> Runtime::connectPeer(pid_t pid) {
     }
     pid_t serverPid;
     uid_t serverUid;
-    int fd = connectTo(processSocketPath(dir, pid), &serverPid, &serverUid);
+    int fd = connectTo(processSocketPath(dir, pid), &serverPid, &serverUid, deadline);
     if (fd < 0) return nullptr;
     // A socket file left by a dead process may have been taken over.
     if (serverPid != pid || serverUid != getuid()) {
@@ -188,23 +208,51 @@ std::unique_ptr<Connection> Runtime::connectPeer(pid_t pid) {
     return std::make_unique<Connection>(fd, pid, serverUid);
 }
 
-std::unique_ptr<Connection> Runtime::takeConnection(const std::shared_ptr<Peer>& peer) {
+status_t Runtime::takeConnection(const std::shared_ptr<Peer>& peer, Deadline deadline,
+                                 std::unique_ptr<Connection>* out) {
+    {
+        std::unique_lock<std::mutex> lock(peer->poolLock);
+        // No more connections than the peer accepts from one process: past
+        // that, callers wait for one to come back.
+        const size_t most = limits().maxPeerConnections - 1;  // one is the oneway connection
+        for (;;) {
+            if (peer->dead) return DEAD_OBJECT;
+            if (!peer->idle.empty()) {
+                *out = std::move(peer->idle.back());
+                peer->idle.pop_back();
+                return OK;
+            }
+            if (peer->outgoing < most) break;
+            if (!deadline) {
+                peer->poolFree.wait(lock);
+            } else if (peer->poolFree.wait_until(lock, *deadline) == std::cv_status::timeout) {
+                return TIMED_OUT;
+            }
+        }
+        ++peer->outgoing;
+    }
+    *out = connectPeer(peer->pid, deadline);
+    if (*out != nullptr) return OK;
+    const bool timedOut = errno == ETIMEDOUT;
     {
         std::lock_guard<std::mutex> lock(peer->poolLock);
-        if (!peer->idle.empty()) {
-            std::unique_ptr<Connection> conn = std::move(peer->idle.back());
-            peer->idle.pop_back();
-            return conn;
-        }
+        --peer->outgoing;
     }
-    return connectPeer(peer->pid);
+    peer->poolFree.notify_one();
+    return timedOut ? TIMED_OUT : DEAD_OBJECT;
 }
 
 void Runtime::returnConnection(const std::shared_ptr<Peer>& peer,
                                std::unique_ptr<Connection> conn) {
-    if (conn->broken() || peer->dead) return;
-    std::lock_guard<std::mutex> lock(peer->poolLock);
-    peer->idle.push_back(std::move(conn));
+    {
+        std::lock_guard<std::mutex> lock(peer->poolLock);
+        if (conn->broken() || peer->dead) {
+            --peer->outgoing;
+        } else {
+            peer->idle.push_back(std::move(conn));
+        }
+    }
+    peer->poolFree.notify_one();
 }
 
 status_t Runtime::transact(uint64_t handle, uint32_t code, const Parcel& data, Parcel* reply,
@@ -229,7 +277,7 @@ status_t Runtime::transact(uint64_t handle, uint32_t code, const Parcel& data, P
 
     bool sent = false;
     if (oneway) {
-        err = sendOneway(target.peer, header, translator.table, &image);
+        err = sendOneway(target.peer, header, translator.table, &image, false);
         sent = err == OK;
     } else {
         Parcel discarded;
@@ -257,115 +305,104 @@ status_t Runtime::roundTrip(const std::shared_ptr<Peer>& peer, const FrameHeader
                             const std::vector<BinderRef>& table, const WireImage* image,
                             Parcel* reply, bool* sent) {
     *sent = false;
+    const Deadline deadline = callDeadline();
     Connection* conn = nestedConnectionTo(peer->pid);
     std::unique_ptr<Connection> owned;
     if (conn == nullptr) {
-        owned = takeConnection(peer);
-        if (owned == nullptr) return DEAD_OBJECT;
+        if (deadline) {
+            std::lock_guard<std::mutex> lock(peer->poolLock);
+            // It did not answer within the deadline a moment ago; asking
+            // again now would only hold this thread as long again.
+            if (Clock::now() < peer->unresponsiveUntil) return TIMED_OUT;
+        }
+        status_t err = takeConnection(peer, deadline, &owned);
+        if (err != OK) return err;
         conn = owned.get();
     }
-    status_t err = writeFrame(conn, header, table, image);
+    // Into a connection this thread serves, the answer is queued like any
+    // other; a fresh one is written through.
+    status_t err = writeFrame(conn, header, table, image, deadline, owned == nullptr);
     if (err == OK) {
         *sent = true;
-        err = awaitReply(conn, header.seq, reply);
+        err = awaitReply(conn, header.seq, reply, deadline);
+    }
+    if (err == TIMED_OUT) {
+        std::lock_guard<std::mutex> lock(peer->poolLock);
+        peer->unresponsiveUntil = Clock::now() + callTimeout();
     }
     if (owned != nullptr) returnConnection(peer, std::move(owned));
     return err;
 }
 
 status_t Runtime::sendOneway(const std::shared_ptr<Peer>& peer, const FrameHeader& header,
-                             const std::vector<BinderRef>& table, const WireImage* image) {
+                             const std::vector<BinderRef>& table, const WireImage* image,
+                             bool mayQueue) {
+    const Deadline deadline = callDeadline();
     std::lock_guard<std::mutex> lock(peer->onewayLock);
+    if (peer->dead) return DEAD_OBJECT;
     if (peer->oneway == nullptr || peer->oneway->broken()) {
-        peer->oneway = connectPeer(peer->pid);
-        if (peer->oneway == nullptr) return DEAD_OBJECT;
+        peer->oneway = connectPeer(peer->pid, deadline);
+        if (peer->oneway == nullptr) return errno == ETIMEDOUT ? TIMED_OUT : DEAD_OBJECT;
     }
-    status_t err = writeFrame(peer->oneway.get(), header, table, image);
-    if (err != OK) peer->oneway.reset();
+    status_t err = writeFrame(peer->oneway.get(), header, table, image, deadline, mayQueue);
+    if (peer->oneway->broken()) peer->oneway.reset();
     return err;
 }
 
-status_t Runtime::awaitReply(Connection* conn, uint64_t seq, Parcel* reply) {
-    FrameHeader header;
-    const uint8_t* payload = nullptr;
-    std::vector<int> fds;
+status_t Runtime::awaitReply(Connection* conn, uint64_t seq, Parcel* reply, Deadline deadline) {
     for (;;) {
-        status_t err = conn->read(&header, &payload, &fds);
-        if (err == DEAD_OBJECT) return DEAD_OBJECT;
+        Frame frame;
+        status_t err = conn->waitFrame(&frame, deadline);
+        if (err == DEAD_OBJECT || err == TIMED_OUT) return err;
         if (err != OK) return FAILED_TRANSACTION;
-        if (header.kind != kReply) {
+        if (frame.header.kind != kReply) {
             // The peer calls back while we wait: serve it on this thread.
-            serveFrame(conn, header, payload, std::move(fds));
+            if (tNesting >= limits().maxNesting) {
+                closeAll(frame.fds);
+                conn->markBroken();
+                return FAILED_TRANSACTION;
+            }
+            ++tNesting;
+            serveFrame(conn, frame);
+            --tNesting;
             if (conn->broken()) return DEAD_OBJECT;
             continue;
         }
-        if (header.seq != seq) {
-            closeAll(fds);
+        if (frame.header.seq != seq) {
+            closeAll(frame.fds);
             conn->markBroken();
             return FAILED_TRANSACTION;
         }
-        if (header.status != OK || reply == nullptr) {
-            closeAll(fds);
-            return header.status;
+        if (frame.header.status != OK || reply == nullptr) {
+            closeAll(frame.fds);
+            return frame.header.status;
         }
-        return receiveParcel(*conn, header, payload, std::move(fds), reply);
+        return receiveParcel(*conn, frame, reply);
     }
 }
 
-status_t Runtime::receiveParcel(const Connection& conn, const FrameHeader& header,
-                                const uint8_t* payload, std::vector<int> fds, Parcel* out) {
-    const size_t tableSize = header.tableCount * sizeof(BinderRef);
+status_t Runtime::receiveParcel(const Connection& conn, const Frame& frame, Parcel* out) {
+    const size_t tableSize = frame.header.tableCount * sizeof(BinderRef);
     ReceiveTranslator translator(*this, conn.pid());
-    translator.resolve(payload, header.tableCount);
-    return WireImageCodec::rebuild(payload + tableSize, header.payloadSize - tableSize,
+    translator.resolve(frame.payload, frame.header.tableCount);
+    std::vector<int> fds = frame.fds;
+    return WireImageCodec::rebuild(frame.payload + tableSize, frame.header.payloadSize - tableSize,
                                    std::move(fds), &translator, out);
-}
-
-void Runtime::acquireServingSlot() {
-    const size_t limit = ProcessState::self()->getMaxThreads();
-    std::unique_lock<std::mutex> lock(mSlotLock);
-    mSlotFree.wait(lock, [&] { return mSlotsInUse < limit; });
-    ++mSlotsInUse;
-}
-
-void Runtime::releaseServingSlot() {
-    {
-        std::lock_guard<std::mutex> lock(mSlotLock);
-        --mSlotsInUse;
-    }
-    mSlotFree.notify_one();
-}
-
-void Runtime::serveConnection(std::unique_ptr<Connection> conn) {
-    mServingThreads.fetch_add(1);
-    FrameHeader header;
-    const uint8_t* payload = nullptr;
-    std::vector<int> fds;
-    while (conn->read(&header, &payload, &fds) == OK) {
-        // Two-way calls take one of the pool's threads; oneway calls and
-        // reference bookkeeping never wait for one.
-        const bool pooled = header.kind == kTransact && (header.flags & IBinder::FLAG_ONEWAY) == 0;
-        if (pooled) acquireServingSlot();
-        serveFrame(conn.get(), header, payload, std::move(fds));
-        if (pooled) releaseServingSlot();
-        if (conn->broken()) break;
-    }
-    conn.reset();
-    mServingThreads.fetch_sub(1);
 }
 
 void Runtime::writeStatusReply(Connection* conn, uint64_t seq, status_t status) {
     FrameHeader header = makeHeader(kReply, seq, {}, nullptr);
     header.status = status;
-    (void)writeFrame(conn, header, {}, nullptr);
+    (void)writeAnswer(conn, header, {}, nullptr);
 }
 
-void Runtime::serveFrame(Connection* conn, const FrameHeader& header, const uint8_t* payload,
-                         std::vector<int> fds) {
+bool Runtime::serveFrame(Connection* conn, Frame& frame) {
+    const FrameHeader& header = frame.header;
     switch (header.kind) {
         case kTransact:
-            serveTransaction(conn, header, payload, std::move(fds));
-            return;
+            if ((header.flags & IBinder::FLAG_ONEWAY) != 0) return queueOneway(conn, frame);
+            serveTransaction(conn, frame);
+            return true;
         case kGrant: {
             status_t status = OK;
             const auto grantee = static_cast<pid_t>(header.code);
@@ -376,44 +413,117 @@ void Runtime::serveFrame(Connection* conn, const FrameHeader& header, const uint
                 if (status == OK) peerLocked(grantee);
             }
             writeStatusReply(conn, header.seq, status);
-            return;
+            return true;
         }
         case kRelease:
             releaseNode(header.node, conn->pid(), header.code);
-            return;
+            return true;
         default:
             // A reply nobody waits for: the stream is out of step.
-            closeAll(fds);
+            closeAll(frame.fds);
+            frame.fds.clear();
             conn->markBroken();
-            return;
+            return true;
     }
 }
 
-void Runtime::serveTransaction(Connection* conn, const FrameHeader& header, const uint8_t* payload,
-                               std::vector<int> fds) {
-    const bool oneway = (header.flags & IBinder::FLAG_ONEWAY) != 0;
+bool Runtime::queueOneway(Connection* conn, Frame& frame) {
+    // Resolved now, while the sender's grants hold: it may be gone by the
+    // time the call runs.
+    sp<BHwBinder> target = findTarget(frame.header.node, conn->pid());
+    if (target == nullptr) {
+        closeAll(frame.fds);
+        frame.fds.clear();
+        return true;
+    }
+    auto data = std::make_unique<Parcel>();
+    std::vector<int> fds = std::move(frame.fds);
+    frame.fds.clear();
+    const size_t tableSize = frame.header.tableCount * sizeof(BinderRef);
+    ReceiveTranslator translator(*this, conn->pid());
+    translator.resolve(frame.payload, frame.header.tableCount);
+    if (WireImageCodec::rebuild(frame.payload + tableSize, frame.header.payloadSize - tableSize,
+                                std::move(fds), &translator, data.get()) != OK) {
+        return true;
+    }
+    std::shared_ptr<Peer> from;
+    {
+        std::lock_guard<std::mutex> lock(mLock);
+        auto it = mPeers.find(conn->pid());
+        if (it != mPeers.end()) from = it->second;
+    }
+    const size_t bytes = frame.header.payloadSize;
+    const BHwBinder* key = target.get();
+    bool room = true;
+    {
+        std::lock_guard<std::mutex> lock(mOnewayLock);
+        OnewayQueue& queue = mOneway[key];
+        if (from != nullptr) {
+            from->budget.used.fetch_add(bytes);
+            room = ++from->onewayQueued < limits().maxPeerOneway &&
+                   from->budget.used.load() <= from->budget.limit;
+        }
+        queue.calls.push_back(OnewayCall{std::move(target), std::move(data), frame.header.code,
+                                         conn->pid(), conn->uid(), from, bytes});
+        // Somebody already runs this object's calls, in order.
+        if (queue.running) return room;
+        queue.running = true;
+    }
+    for (;;) {
+        OnewayCall call;
+        {
+            std::lock_guard<std::mutex> lock(mOnewayLock);
+            OnewayQueue& queue = mOneway[key];
+            if (queue.calls.empty()) {
+                mOneway.erase(key);
+                break;
+            }
+            call = std::move(queue.calls.front());
+            queue.calls.pop_front();
+        }
+        {
+            ScopedCallingIdentity caller(call.pid, call.uid);
+            Parcel ignored;
+            call.target->transact(call.code, *call.data, &ignored, IBinder::FLAG_ONEWAY);
+        }
+        if (call.from != nullptr) {
+            std::lock_guard<std::mutex> lock(mOnewayLock);
+            call.from->budget.used.fetch_sub(call.bytes);
+            --call.from->onewayQueued;
+            if (call.from->onewayQueued < limits().maxPeerOneway / 2 + 1 &&
+                !call.from->paused.empty()) {
+                resume(call.from);
+            }
+        }
+        // Let go outside the lock: the last reference may run a destructor.
+        call.target.clear();
+        call.data.reset();
+    }
+    std::lock_guard<std::mutex> lock(mOnewayLock);
+    return from == nullptr || from->onewayQueued < limits().maxPeerOneway;
+}
+
+void Runtime::serveTransaction(Connection* conn, Frame& frame) {
+    const FrameHeader& header = frame.header;
     sp<BHwBinder> target = findTarget(header.node, conn->pid());
     Parcel data;
     status_t err;
     if (target == nullptr) {
         // Unknown, forged or not granted to this caller: not served.
-        closeAll(fds);
+        closeAll(frame.fds);
+        frame.fds.clear();
         err = PERMISSION_DENIED;
     } else {
-        err = receiveParcel(*conn, header, payload, std::move(fds), &data);
+        err = receiveParcel(*conn, frame, &data);
+        frame.fds.clear();
     }
     if (err != OK) {
-        if (!oneway) writeStatusReply(conn, header.seq, err);
+        writeStatusReply(conn, header.seq, err);
         return;
     }
+    const uint64_t seq = header.seq;
 
     ScopedCallingIdentity caller(conn->pid(), conn->uid());
-    if (oneway) {
-        Parcel ignored;
-        target->transact(header.code, data, &ignored, IBinder::FLAG_ONEWAY);
-        return;
-    }
-
     SendTranslator translator(*this, conn->pid());
     WireImage image;
     bool flattened = false;
@@ -435,11 +545,11 @@ void Runtime::serveTransaction(Connection* conn, const FrameHeader& header, cons
     const status_t status = err != OK ? err : replyErr;
     if (status != OK) {
         translator.rollback();
-        writeStatusReply(conn, header.seq, status);
+        writeStatusReply(conn, seq, status);
         return;
     }
-    FrameHeader out = makeHeader(kReply, header.seq, translator.table, &image);
-    if (writeFrame(conn, out, translator.table, &image) != OK) translator.rollback();
+    FrameHeader out = makeHeader(kReply, seq, translator.table, &image);
+    if (writeAnswer(conn, out, translator.table, &image) != OK) translator.rollback();
 }
 
 }  // namespace socket

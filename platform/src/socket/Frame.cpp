@@ -1,11 +1,17 @@
 #include "socket/Frame.h"
 
 #include <errno.h>
+#include <fcntl.h>
 #include <hidl_host/WireImage.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstring>
+#include <new>
+
+#include "socket/Limits.h"
 
 namespace android {
 namespace hardware {
@@ -14,13 +20,22 @@ namespace socket {
 
 namespace {
 
-// Small frames (nearly all of them) are read with one call into this much.
-constexpr size_t kInputBufferSize = 16 * 1024;
+// A connection starts with this much input buffer; it grows only as bytes
+// arrive, and shrinks back once a large frame has been taken.
+constexpr size_t kInitialInput = 4 * 1024;
+constexpr size_t kKeepInput = 64 * 1024;
+// Bytes a connection keeps for a peer that does not read: more than one
+// largest frame, so that a reader that is merely slow is not dropped.
+constexpr size_t kMaxOutBytes = 2 * kMaxTransactionSize + 64 * 1024;
 
 std::atomic<size_t> gOpenConnections{0};
 
+void closeFds(const std::vector<int>& fds) {
+    for (int fd : fds) ::close(fd);
+}
+
 // Takes the descriptors of every SCM_RIGHTS message in msg.
-void collectFds(msghdr* msg, std::deque<int>* out) {
+void collectFds(msghdr* msg, std::vector<int>* out) {
     for (cmsghdr* c = CMSG_FIRSTHDR(msg); c != nullptr; c = CMSG_NXTHDR(msg, c)) {
         if (c->cmsg_level != SOL_SOCKET || c->cmsg_type != SCM_RIGHTS) continue;
         const size_t count = (c->cmsg_len - CMSG_LEN(0)) / sizeof(int);
@@ -35,12 +50,17 @@ void collectFds(msghdr* msg, std::deque<int>* out) {
 
 }  // namespace
 
+int timeoutMs(Deadline deadline) {
+    if (!deadline) return -1;
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(*deadline - Clock::now());
+    return static_cast<int>(std::clamp<int64_t>(left.count(), 0, INT32_MAX));
+}
+
 bool headerIsSane(const FrameHeader& h) {
     if (h.magic != kFrameMagic || h.reserved != 0) return false;
     if (h.kind < kTransact || h.kind > kRelease) return false;
-    if (h.fdCount > kMaxFrameFds) return false;
-    // The image itself is bounded by the rebuild; the table cannot outgrow it.
-    if (h.tableCount > kMaxTransactionSize / sizeof(BinderRef)) return false;
+    if (h.fdCount > limits().maxFrameFds) return false;
+    if (h.tableCount > limits().maxFrameRefs) return false;
     const size_t table = static_cast<size_t>(h.tableCount) * sizeof(BinderRef);
     if (h.payloadSize < table || h.payloadSize - table > kMaxTransactionSize) return false;
     if (h.kind != kTransact && h.kind != kReply && h.payloadSize != 0) return false;
@@ -48,13 +68,16 @@ bool headerIsSane(const FrameHeader& h) {
     return true;
 }
 
-Connection::Connection(int fd, pid_t pid, uid_t uid)
-    : mFd(fd), mPid(pid), mUid(uid), mIn(kInputBufferSize) {
+Connection::Connection(int fd, pid_t pid, uid_t uid, ByteBudget* peerBudget,
+                       ByteBudget* totalBudget)
+    : mFd(fd), mPid(pid), mUid(uid), mPeerBudget(peerBudget), mTotalBudget(totalBudget) {
     gOpenConnections.fetch_add(1, std::memory_order_relaxed);
 }
 
 Connection::~Connection() {
-    for (int fd : mFds) ::close(fd);
+    for (const FdBatch& batch : mFds) closeFds(batch.fds);
+    for (const OutChunk& chunk : mOut) closeFds(chunk.fds);
+    unreserve(mIn.size() + mOutBytes);
     ::close(mFd);
     gOpenConnections.fetch_sub(1, std::memory_order_relaxed);
 }
@@ -63,18 +86,133 @@ size_t Connection::openCount() {
     return gOpenConnections.load(std::memory_order_relaxed);
 }
 
-status_t Connection::write(const FrameHeader& header, const void* table, size_t tableSize,
-                           const void* image, size_t imageSize, const std::vector<int>& fds) {
+bool Connection::reserve(size_t bytes) {
+    for (ByteBudget* budget : {mPeerBudget, mTotalBudget}) {
+        if (budget == nullptr) continue;
+        if (budget->used.fetch_add(bytes) + bytes > budget->limit) {
+            budget->used.fetch_sub(bytes);
+            if (budget == mTotalBudget && mPeerBudget != nullptr)
+                mPeerBudget->used.fetch_sub(bytes);
+            return false;
+        }
+    }
+    return true;
+}
+
+void Connection::unreserve(size_t bytes) {
+    for (ByteBudget* budget : {mPeerBudget, mTotalBudget}) {
+        if (budget != nullptr) budget->used.fetch_sub(bytes);
+    }
+}
+
+status_t Connection::breakWith(status_t err) {
+    mBroken = true;
+    return err;
+}
+
+status_t Connection::queue(const iovec* iov, size_t iovCount, const std::vector<int>* fds) {
+    size_t bytes = 0;
+    for (size_t i = 0; i < iovCount; ++i) bytes += iov[i].iov_len;
+    if (mOutBytes + bytes > kMaxOutBytes || !reserve(bytes)) return NO_MEMORY;
+    OutChunk chunk;
+    try {
+        chunk.bytes.reserve(bytes);
+    } catch (const std::bad_alloc&) {
+        unreserve(bytes);
+        return NO_MEMORY;
+    }
+    for (size_t i = 0; i < iovCount; ++i) {
+        const auto* p = static_cast<const uint8_t*>(iov[i].iov_base);
+        chunk.bytes.insert(chunk.bytes.end(), p, p + iov[i].iov_len);
+    }
+    if (fds != nullptr) {
+        // The caller's descriptors may be closed before these go out.
+        for (int fd : *fds) {
+            int copy = fcntl(fd, F_DUPFD_CLOEXEC, 0);
+            if (copy < 0) {
+                closeFds(chunk.fds);
+                unreserve(bytes);
+                return NO_MEMORY;
+            }
+            chunk.fds.push_back(copy);
+        }
+    }
+    mOutBytes += bytes;
+    mOut.push_back(std::move(chunk));
+    return OK;
+}
+
+status_t Connection::flush() {
+    alignas(cmsghdr) unsigned char control[CMSG_SPACE(sizeof(int) * kMaxFrameFds)];
+    while (!mOut.empty()) {
+        OutChunk& chunk = mOut.front();
+        iovec iov{chunk.bytes.data() + chunk.sent, chunk.bytes.size() - chunk.sent};
+        msghdr msg{};
+        msg.msg_iov = &iov;
+        msg.msg_iovlen = 1;
+        if (chunk.sent == 0 && !chunk.fds.empty()) {
+            msg.msg_control = control;
+            msg.msg_controllen = CMSG_SPACE(sizeof(int) * chunk.fds.size());
+            cmsghdr* c = CMSG_FIRSTHDR(&msg);
+            c->cmsg_level = SOL_SOCKET;
+            c->cmsg_type = SCM_RIGHTS;
+            c->cmsg_len = CMSG_LEN(sizeof(int) * chunk.fds.size());
+            memcpy(CMSG_DATA(c), chunk.fds.data(), sizeof(int) * chunk.fds.size());
+        }
+        ssize_t n = ::sendmsg(mFd, &msg, MSG_NOSIGNAL | MSG_DONTWAIT);
+        if (n < 0) {
+            if (errno == EINTR) continue;
+            if (errno == EAGAIN || errno == EWOULDBLOCK) return WOULD_BLOCK;
+            return breakWith(DEAD_OBJECT);
+        }
+        if (chunk.sent == 0) {
+            closeFds(chunk.fds);
+            chunk.fds.clear();
+        }
+        chunk.sent += static_cast<size_t>(n);
+        if (chunk.sent == chunk.bytes.size()) {
+            const size_t size = chunk.bytes.size();
+            mOut.pop_front();
+            mOutBytes -= size;
+            unreserve(size);
+        }
+    }
+    return OK;
+}
+
+status_t Connection::waitWritable(Deadline deadline) {
+    for (;;) {
+        pollfd p{mFd, POLLOUT, 0};
+        int n = ::poll(&p, 1, timeoutMs(deadline));
+        if (n < 0 && errno == EINTR) continue;
+        if (n == 0) return breakWith(TIMED_OUT);
+        return n < 0 ? breakWith(DEAD_OBJECT) : OK;
+    }
+}
+
+status_t Connection::send(const FrameHeader& header, const void* table, size_t tableSize,
+                          const void* image, size_t imageSize, const std::vector<int>& fds,
+                          Deadline deadline, bool mayQueue) {
+    if (mBroken) return DEAD_OBJECT;
+    if (fds.size() > kMaxFrameFds) return BAD_VALUE;
     iovec iov[3] = {
             {const_cast<FrameHeader*>(&header), sizeof(header)},
             {const_cast<void*>(table), tableSize},
             {const_cast<void*>(image), imageSize},
     };
+    // What is kept goes first, to keep the stream in order.
+    while (!mOut.empty()) {
+        status_t err = flush();
+        if (err == OK) break;
+        if (err != WOULD_BLOCK) return err;
+        if (mayQueue) return queue(iov, 3, &fds);
+        err = waitWritable(deadline);
+        if (err != OK) return err;
+    }
+
     size_t iovFirst = 0;
     alignas(cmsghdr) unsigned char control[CMSG_SPACE(sizeof(int) * kMaxFrameFds)];
     bool sendFds = !fds.empty();
-    if (fds.size() > kMaxFrameFds) return BAD_VALUE;
-
     while (iovFirst < 3) {
         if (iov[iovFirst].iov_len == 0) {
             ++iovFirst;
@@ -92,11 +230,21 @@ status_t Connection::write(const FrameHeader& header, const void* table, size_t 
             c->cmsg_len = CMSG_LEN(sizeof(int) * fds.size());
             memcpy(CMSG_DATA(c), fds.data(), sizeof(int) * fds.size());
         }
-        ssize_t n = ::sendmsg(mFd, &msg, MSG_NOSIGNAL);
+        ssize_t n = ::sendmsg(mFd, &msg, MSG_NOSIGNAL | MSG_DONTWAIT);
         if (n < 0) {
             if (errno == EINTR) continue;
-            mBroken = true;
-            return (errno == EPIPE || errno == ECONNRESET) ? DEAD_OBJECT : -errno;
+            if (errno == EAGAIN || errno == EWOULDBLOCK) {
+                if (mayQueue) {
+                    status_t err = queue(iov + iovFirst, 3 - iovFirst, sendFds ? &fds : nullptr);
+                    // A frame cut short cannot be followed by anything.
+                    if (err != OK && !sendFds) mBroken = true;
+                    return err;
+                }
+                status_t err = waitWritable(deadline);
+                if (err != OK) return err;
+                continue;
+            }
+            return breakWith((errno == EPIPE || errno == ECONNRESET) ? DEAD_OBJECT : -errno);
         }
         sendFds = false;
         auto left = static_cast<size_t>(n);
@@ -113,81 +261,124 @@ status_t Connection::write(const FrameHeader& header, const void* table, size_t 
     return OK;
 }
 
-status_t Connection::fill(size_t want) {
+status_t Connection::receive() {
+    if (mBroken) return DEAD_OBJECT;
+    if (mEof) return DEAD_OBJECT;
+    // Taken frames give their room back.
+    if (mStart > 0) {
+        memmove(mIn.data(), mIn.data() + mStart, mEnd - mStart);
+        mBase += mStart;
+        mEnd -= mStart;
+        mStart = 0;
+    }
+    if (mEnd == 0 && mIn.size() > kKeepInput) {
+        unreserve(mIn.size() - kInitialInput);
+        std::vector<uint8_t>(kInitialInput).swap(mIn);
+    }
+    if (mEnd == mIn.size()) {
+        // Room for what the frame under way still needs, doubling at most:
+        // a header alone never buys its whole announced payload.
+        size_t want = std::max(kInitialInput, mIn.size() * 2);
+        if (mEnd >= sizeof(FrameHeader)) {
+            FrameHeader h;
+            memcpy(&h, mIn.data(), sizeof(h));
+            if (!headerIsSane(h)) return breakWith(BAD_VALUE);
+            want = std::min(want, sizeof(FrameHeader) + h.payloadSize);
+        }
+        if (want <= mIn.size()) want = mIn.size() + kInitialInput;
+        const size_t grow = want - mIn.size();
+        if (!reserve(grow)) return breakWith(NO_MEMORY);
+        try {
+            mIn.resize(want);
+        } catch (const std::bad_alloc&) {
+            unreserve(grow);
+            return breakWith(NO_MEMORY);
+        }
+    }
     alignas(cmsghdr) unsigned char control[CMSG_SPACE(sizeof(int) * kMaxFrameFds)];
-    while (mInEnd < want) {
-        iovec iov{mIn.data() + mInEnd, mIn.size() - mInEnd};
+    for (;;) {
+        iovec iov{mIn.data() + mEnd, mIn.size() - mEnd};
         msghdr msg{};
         msg.msg_iov = &iov;
         msg.msg_iovlen = 1;
         msg.msg_control = control;
         msg.msg_controllen = sizeof(control);
-        ssize_t n = ::recvmsg(mFd, &msg, MSG_CMSG_CLOEXEC);
+        ssize_t n = ::recvmsg(mFd, &msg, MSG_CMSG_CLOEXEC | MSG_DONTWAIT);
         if (n < 0 && errno == EINTR) continue;
+        if (n < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) return WOULD_BLOCK;
+        std::vector<int> fds;
+        if (n >= 0) collectFds(&msg, &fds);
         if (n <= 0) {
-            mBroken = true;
+            closeFds(fds);
+            mEof = true;
             return DEAD_OBJECT;
         }
-        collectFds(&msg, &mFds);
-        if ((msg.msg_flags & MSG_CTRUNC) != 0) {
-            // Descriptors were lost: the frames no longer match their fds.
-            mBroken = true;
-            return BAD_VALUE;
+        if ((msg.msg_flags & MSG_CTRUNC) != 0 || mFdsHeld + fds.size() > limits().maxFrameFds) {
+            // More than any frame may carry: the kernel or we close them.
+            closeFds(fds);
+            return breakWith(BAD_VALUE);
         }
-        mInEnd += static_cast<size_t>(n);
+        mEnd += static_cast<size_t>(n);
+        if (!fds.empty()) {
+            mFdsHeld += fds.size();
+            mFds.push_back({mBase + mEnd - 1, std::move(fds)});
+        }
+        return OK;
     }
+}
+
+status_t Connection::next(Frame* frame) {
+    frame->fds.clear();
+    if (mBroken) return DEAD_OBJECT;
+    const uint64_t start = mBase + mStart;
+    // Descriptors that came with no frame of their own.
+    if (!mFds.empty() && mFds.front().pos < start) return breakWith(BAD_VALUE);
+    if (mEnd - mStart < sizeof(FrameHeader)) return WOULD_BLOCK;
+    memcpy(&frame->header, mIn.data() + mStart, sizeof(FrameHeader));
+    if (!headerIsSane(frame->header)) return breakWith(BAD_VALUE);
+    const size_t total = sizeof(FrameHeader) + frame->header.payloadSize;
+    if (mEnd - mStart < total) return WOULD_BLOCK;
+    // A frame owns exactly the descriptors that arrived with its bytes.
+    while (!mFds.empty() && mFds.front().pos < start + total) {
+        FdBatch& batch = mFds.front();
+        mFdsHeld -= batch.fds.size();
+        frame->fds.insert(frame->fds.end(), batch.fds.begin(), batch.fds.end());
+        mFds.pop_front();
+    }
+    if (frame->fds.size() != frame->header.fdCount) {
+        closeFds(frame->fds);
+        frame->fds.clear();
+        return breakWith(BAD_VALUE);
+    }
+    frame->payload = mIn.data() + mStart + sizeof(FrameHeader);
+    mStart += total;
     return OK;
 }
 
-status_t Connection::read(FrameHeader* header, const uint8_t** payload, std::vector<int>* fds) {
-    fds->clear();
-    if (mBroken) return DEAD_OBJECT;
-    // Drop the previous frame; the next one starts at the (aligned) front.
-    if (mFrameSize != 0) {
-        memmove(mIn.data(), mIn.data() + mFrameSize, mInEnd - mFrameSize);
-        mInEnd -= mFrameSize;
-        mFrameSize = 0;
+status_t Connection::waitFrame(Frame* frame, Deadline deadline) {
+    for (;;) {
+        status_t err = next(frame);
+        if (err != WOULD_BLOCK) return err;
+        if (mEof) return breakWith(DEAD_OBJECT);
+        if (!mOut.empty() && flush() == DEAD_OBJECT) return DEAD_OBJECT;
+        err = receive();
+        if (err == OK || err == DEAD_OBJECT) continue;
+        if (err != WOULD_BLOCK) return err;
+        pollfd p{mFd, static_cast<short>(POLLIN | (mOut.empty() ? 0 : POLLOUT)), 0};
+        int n = ::poll(&p, 1, timeoutMs(deadline));
+        if (n < 0 && errno != EINTR) return breakWith(DEAD_OBJECT);
+        if (n == 0) return breakWith(TIMED_OUT);
     }
-    if (!mLarge.empty()) std::vector<uint8_t>().swap(mLarge);
+}
 
-    status_t err = fill(sizeof(FrameHeader));
+status_t Connection::read(FrameHeader* header, const uint8_t** payload, std::vector<int>* fds) {
+    Frame frame;
+    status_t err = waitFrame(&frame, std::nullopt);
+    fds->clear();
     if (err != OK) return err;
-    memcpy(header, mIn.data(), sizeof(FrameHeader));
-    if (!headerIsSane(*header)) {
-        mBroken = true;
-        return BAD_VALUE;
-    }
-    const size_t total = sizeof(FrameHeader) + header->payloadSize;
-    if (total <= mIn.size()) {
-        err = fill(total);
-        if (err != OK) return err;
-        *payload = mIn.data() + sizeof(FrameHeader);
-        mFrameSize = total;
-    } else {
-        // A large frame: the buffer holds only its start, and nothing after it.
-        mLarge.resize(header->payloadSize);
-        size_t have = mInEnd - sizeof(FrameHeader);
-        memcpy(mLarge.data(), mIn.data() + sizeof(FrameHeader), have);
-        mInEnd = 0;
-        while (have < mLarge.size()) {
-            ssize_t n = ::recv(mFd, mLarge.data() + have, mLarge.size() - have, 0);
-            if (n < 0 && errno == EINTR) continue;
-            if (n <= 0) {
-                mBroken = true;
-                return DEAD_OBJECT;
-            }
-            have += static_cast<size_t>(n);
-        }
-        *payload = mLarge.data();
-    }
-    if (mFds.size() < header->fdCount) {
-        mBroken = true;
-        return BAD_VALUE;
-    }
-    for (size_t i = 0; i < header->fdCount; ++i) {
-        fds->push_back(mFds.front());
-        mFds.pop_front();
-    }
+    *header = frame.header;
+    *payload = frame.payload;
+    *fds = std::move(frame.fds);
     return OK;
 }
 

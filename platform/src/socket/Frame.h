@@ -6,12 +6,15 @@
 #pragma once
 
 #include <sys/types.h>
+#include <sys/uio.h>
 #include <utils/Errors.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <optional>
 #include <vector>
 
 namespace android {
@@ -57,16 +60,40 @@ struct BinderRef {
 };
 static_assert(sizeof(BinderRef) == 16, "binder reference is 16 bytes");
 
-// The most descriptors one frame may carry (the kernel's SCM_MAX_FD).
+// The most descriptors one frame can carry (the kernel's SCM_MAX_FD); the
+// configured limit is at most this.
 constexpr size_t kMaxFrameFds = 253;
 
-// Checks what can be checked of a header alone.
+// Checks what can be checked of a header alone, the configured limits on
+// descriptors and references included.
 bool headerIsSane(const FrameHeader& header);
 
-// A connected stream socket to one peer process. Used by one thread at a time.
+using Clock = std::chrono::steady_clock;
+// When a wait gives up; none waits as long as it takes.
+using Deadline = std::optional<Clock::time_point>;
+
+// Bytes buffered on behalf of someone, against a limit.
+struct ByteBudget {
+    explicit ByteBudget(size_t l) : limit(l) {}
+    std::atomic<size_t> used{0};
+    const size_t limit;
+};
+
+// One frame taken off a connection. The payload stays valid until the
+// connection next receives; the descriptors are the taker's.
+struct Frame {
+    FrameHeader header{};
+    const uint8_t* payload = nullptr;
+    std::vector<int> fds;
+};
+
+// A connected stream socket to one peer process, non-blocking underneath.
+// Used by one thread at a time. Incoming bytes are buffered as they arrive,
+// never ahead of them, and count against the budgets given.
 class Connection {
   public:
-    Connection(int fd, pid_t pid, uid_t uid);
+    Connection(int fd, pid_t pid, uid_t uid, ByteBudget* peerBudget = nullptr,
+               ByteBudget* totalBudget = nullptr);
     ~Connection();
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
@@ -75,14 +102,36 @@ class Connection {
     uid_t uid() const { return mUid; }
     int fd() const { return mFd; }
 
-    // Writes a whole frame; header.payloadSize and fdCount must match.
-    // DEAD_OBJECT when the peer has gone.
+    // Sends a whole frame; header.payloadSize and fdCount must match. With
+    // mayQueue, never waits: what the socket does not take now is kept and
+    // goes out with later sends or flush(), and NO_MEMORY means the kept
+    // bytes would pass their limit. Without it, waits for the socket until
+    // the deadline (TIMED_OUT). DEAD_OBJECT when the peer has gone.
+    status_t send(const FrameHeader& header, const void* table, size_t tableSize, const void* image,
+                  size_t imageSize, const std::vector<int>& fds, Deadline deadline, bool mayQueue);
     status_t write(const FrameHeader& header, const void* table, size_t tableSize,
-                   const void* image, size_t imageSize, const std::vector<int>& fds);
+                   const void* image, size_t imageSize, const std::vector<int>& fds) {
+        return send(header, table, tableSize, image, imageSize, fds, std::nullopt, false);
+    }
+    // Writes what is kept without waiting: OK once nothing is left,
+    // WOULD_BLOCK while something is.
+    status_t flush();
+    bool outPending() const { return !mOut.empty(); }
 
-    // Reads the next frame. The payload stays valid until the next read; fds
-    // become the caller's. DEAD_OBJECT at end of stream; BAD_VALUE for a
-    // frame that cannot be parsed (the stream cannot be trusted afterwards).
+    // One non-blocking receive: OK when bytes came, WOULD_BLOCK when none
+    // were there, DEAD_OBJECT at end of stream, BAD_VALUE or NO_MEMORY when
+    // the peer broke the framing or a limit (the connection is then broken).
+    status_t receive();
+    // The next complete frame already received: OK, WOULD_BLOCK when there
+    // is none yet, BAD_VALUE when the stream cannot be trusted.
+    status_t next(Frame* frame);
+    bool hasBufferedInput() const { return mEnd > mStart; }
+    bool endOfStream() const { return mEof; }
+
+    // Waits for the next frame until the deadline, sending what is kept
+    // meanwhile. TIMED_OUT breaks the connection: a reply may still come.
+    status_t waitFrame(Frame* frame, Deadline deadline);
+    // The next frame, however long it takes.
     status_t read(FrameHeader* header, const uint8_t** payload, std::vector<int>* fds);
 
     // Set when the stream is out of step and must not be reused.
@@ -92,19 +141,42 @@ class Connection {
     static size_t openCount();
 
   private:
-    status_t fill(size_t want);
+    struct FdBatch {
+        uint64_t pos;  // stream offset of the last byte received with them
+        std::vector<int> fds;
+    };
+    struct OutChunk {
+        std::vector<uint8_t> bytes;
+        size_t sent = 0;
+        std::vector<int> fds;  // owned; go with the first byte
+    };
+
+    bool reserve(size_t bytes);
+    void unreserve(size_t bytes);
+    status_t breakWith(status_t err);
+    status_t queue(const iovec* iov, size_t iovCount, const std::vector<int>* fds);
+    status_t waitWritable(Deadline deadline);
 
     const int mFd;
     const pid_t mPid;
     const uid_t mUid;
+    ByteBudget* const mPeerBudget;
+    ByteBudget* const mTotalBudget;
     bool mBroken = false;
+    bool mEof = false;
 
-    std::vector<uint8_t> mIn;
-    size_t mInEnd = 0;      // bytes buffered
-    size_t mFrameSize = 0;  // bytes of the previously returned frame
-    std::vector<uint8_t> mLarge;
-    std::deque<int> mFds;  // received, not yet handed out
+    std::vector<uint8_t> mIn;  // [mStart, mEnd) not yet taken
+    size_t mStart = 0;
+    size_t mEnd = 0;
+    uint64_t mBase = 0;  // stream offset of mIn[0]
+    std::deque<FdBatch> mFds;
+    size_t mFdsHeld = 0;
+
+    std::deque<OutChunk> mOut;
+    size_t mOutBytes = 0;
 };
+
+int timeoutMs(Deadline deadline);
 
 }  // namespace socket
 }  // namespace host

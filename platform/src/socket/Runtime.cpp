@@ -1,19 +1,23 @@
 #include "socket/Runtime.h"
 
+#include <dirent.h>
 #include <errno.h>
 #include <fcntl.h>
-#include <poll.h>
+#include <hwbinder/ProcessState.h>
 #include <signal.h>
+#include <sys/epoll.h>
 #include <sys/eventfd.h>
 #include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
+#include <sys/timerfd.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <system_error>
 #include <thread>
 
 #include "socket/RuntimeDir.h"
@@ -46,8 +50,50 @@ int openPidfd(pid_t pid) {
 #endif
 }
 
-// Peers without a pidfd are checked this often.
-constexpr int kLivenessPollMs = 500;
+// What an epoll event stands for: the low byte says what, the rest which.
+enum Tag : uint64_t { kTagWake = 1, kTagTimer, kTagListen, kTagPid, kTagConnection };
+uint64_t tagged(Tag tag, uint64_t value) {
+    return (value << 8) | tag;
+}
+
+// Accepting pauses this long after the process ran out of descriptors.
+constexpr long kAcceptPauseMs = 100;
+// How long shutdown waits for threads still serving a call.
+constexpr auto kShutdownWait = std::chrono::seconds(2);
+// Frames served per turn of one connection, so that one busy peer does not
+// keep a thread from the others.
+constexpr int kFramesPerTurn = 16;
+
+thread_local bool tServingThread = false;
+
+// Reports a condition once per process, not once per occurrence.
+void logOnce(std::atomic<bool>* said, const char* format, const char* detail) {
+    if (said->exchange(true)) return;
+    fprintf(stderr, format, detail);
+}
+std::atomic<bool> gSaidEmfile{false};
+std::atomic<bool> gSaidThreads{false};
+std::atomic<bool> gSaidConnections{false};
+
+// Removes the sockets of processes that no longer exist; they may have been
+// killed before they could.
+void sweepStaleSockets(const std::string& dir) {
+    DIR* d = opendir(dir.c_str());
+    if (d == nullptr) return;
+    while (dirent* e = readdir(d)) {
+        int pid = 0;
+        char tail[8] = {};
+        if (sscanf(e->d_name, "p%d.sock%7s", &pid, tail) != 1 || pid <= 0) continue;
+        if (pid == getpid()) continue;
+        if (kill(pid, 0) != 0 && errno == ESRCH) unlinkat(dirfd(d), e->d_name, 0);
+    }
+    closedir(d);
+}
+
+std::string gSocketToRemove;  // written once, before the handler is registered
+void removeSocketAtExit() {
+    if (!gSocketToRemove.empty()) unlink(gSocketToRemove.c_str());
+}
 
 }  // namespace
 
@@ -60,13 +106,20 @@ Runtime& Runtime::get() {
     return *runtime;
 }
 
-Runtime::Runtime() : mLink(new SocketLink()) {}
-
-void Runtime::wake(int eventFd) {
-    if (eventFd < 0) return;
-    uint64_t one = 1;
-    ssize_t n = ::write(eventFd, &one, sizeof(one));
-    (void)n;
+Runtime::Runtime() : mLink(new SocketLink()) {
+    mEpoll = epoll_create1(EPOLL_CLOEXEC);
+    mWake = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    mTimer = timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK);
+    if (mEpoll < 0 || mWake < 0 || mTimer < 0) {
+        fprintf(stderr, "hidl socket transport: cannot set up serving: %s\n", strerror(errno));
+        return;
+    }
+    epoll_event ev{};
+    ev.events = EPOLLIN;
+    ev.data.u64 = tagged(kTagWake, 0);
+    epoll_ctl(mEpoll, EPOLL_CTL_ADD, mWake, &ev);
+    ev.data.u64 = tagged(kTagTimer, 0);
+    epoll_ctl(mEpoll, EPOLL_CTL_ADD, mTimer, &ev);
 }
 
 std::string Runtime::directoryLocked() {
@@ -74,161 +127,393 @@ std::string Runtime::directoryLocked() {
     return mDir;
 }
 
+// --- the pool ---
+
+void Runtime::startPool() {
+    std::lock_guard<std::mutex> lock(mLock);
+    startPoolLocked();
+}
+
+void Runtime::startPoolLocked() {
+    if (mStopping) return;
+    sp<ProcessState> state = ProcessState::self();
+    const size_t configured = state->getMaxThreads();
+    // The joining caller is one of the configured threads; still, somebody
+    // must serve before it joins.
+    const size_t want =
+            std::max<size_t>(1, configured - (state->callerJoinsPool() && configured > 1 ? 1 : 0));
+    mPoolStarted = true;
+    if (mServersSpawned < want) spawnServers(want - mServersSpawned);
+}
+
+void Runtime::spawnServers(size_t count) {
+    for (size_t i = 0; i < count; ++i) {
+        try {
+            std::thread([this] { serveLoop(); }).detach();
+            ++mServersSpawned;
+        } catch (const std::system_error& e) {
+            // Fewer threads serve; the process goes on.
+            logOnce(&gSaidThreads, "hidl socket transport: cannot start a serving thread: %s\n",
+                    e.what());
+            return;
+        }
+    }
+}
+
+void Runtime::join() {
+    startPool();
+    serveLoop();
+}
+
+void Runtime::serveLoop() {
+    {
+        std::lock_guard<std::mutex> lock(mServerLock);
+        ++mServing;
+    }
+    tServingThread = true;
+    for (;;) {
+        epoll_event ev{};
+        int n = epoll_wait(mEpoll, &ev, 1, -1);
+        if (n < 0 && errno != EINTR) break;
+        if (n <= 0) continue;
+        const auto tag = static_cast<Tag>(ev.data.u64 & 0xff);
+        const uint64_t value = ev.data.u64 >> 8;
+        if (tag == kTagWake) break;
+        switch (tag) {
+            case kTagTimer:
+                onTimer();
+                break;
+            case kTagListen:
+                acceptPending(static_cast<int>(value));
+                break;
+            case kTagPid:
+                peerExited(static_cast<pid_t>(value));
+                break;
+            case kTagConnection:
+                serviceConnection(value, ev.events);
+                break;
+            default:
+                break;
+        }
+    }
+    tServingThread = false;
+    {
+        std::lock_guard<std::mutex> lock(mServerLock);
+        --mServing;
+    }
+    mServerGone.notify_all();
+}
+
+// --- peers ---
+
 std::shared_ptr<Peer> Runtime::peerLocked(pid_t pid) {
     auto it = mPeers.find(pid);
     if (it != mPeers.end()) return it->second;
     auto peer = std::make_shared<Peer>(pid);
-    // Without a pidfd (old kernel, or the process is already gone) the
-    // monitor falls back to probing the pid.
     peer->pidfd = openPidfd(pid);
-    if (peer->pidfd >= 0) fcntl(peer->pidfd, F_SETFD, FD_CLOEXEC);
-    mPeers[pid] = peer;
-    if (!mMonitoring) {
-        mMonitoring = true;
-        mMonitorWake = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-        std::thread([this] { monitorLoop(); }).detach();
-    } else {
-        wake(mMonitorWake);
+    if (peer->pidfd >= 0) {
+        fcntl(peer->pidfd, F_SETFD, FD_CLOEXEC);
+        epoll_event ev{};
+        ev.events = EPOLLIN | EPOLLONESHOT;
+        ev.data.u64 = tagged(kTagPid, static_cast<uint64_t>(pid));
+        epoll_ctl(mEpoll, EPOLL_CTL_ADD, peer->pidfd, &ev);
+    } else if (errno == ESRCH) {
+        peer->dead = true;
     }
+    mPeers[pid] = peer;
+    // Deaths must be heard even in a process that never serves a call.
+    if (!mPoolStarted) startPoolLocked();
     return peer;
 }
 
 std::shared_ptr<Peer> Runtime::forgetPeerIfUnusedLocked(std::shared_ptr<Peer> peer) {
-    if (peer == nullptr || peer->proxies != 0 || mNodes.holdsAny(peer->pid)) return nullptr;
+    if (peer == nullptr || peer->proxies != 0 || peer->incoming != 0 || peer->dying ||
+        mNodes.holdsAny(peer->pid)) {
+        return nullptr;
+    }
     auto it = mPeers.find(peer->pid);
     if (it == mPeers.end() || it->second != peer) return nullptr;
     mPeers.erase(it);
-    wake(mMonitorWake);
+    if (peer->pidfd >= 0) epoll_ctl(mEpoll, EPOLL_CTL_DEL, peer->pidfd, nullptr);
     return peer;  // its connections close when the caller lets it go
 }
 
-void Runtime::monitorLoop() {
-    std::vector<pollfd> fds;
-    std::vector<pid_t> pids;
-    for (;;) {
-        fds.clear();
-        pids.clear();
-        bool probe = false;
-        {
-            std::lock_guard<std::mutex> lock(mLock);
-            fds.push_back({mMonitorWake, POLLIN, 0});
-            pids.push_back(0);
-            for (const auto& [pid, peer] : mPeers) {
-                if (peer->pidfd >= 0) {
-                    fds.push_back({peer->pidfd, POLLIN, 0});
-                    pids.push_back(pid);
-                } else {
-                    probe = true;
-                }
-            }
-        }
-        int n = poll(fds.data(), fds.size(), probe ? kLivenessPollMs : -1);
-        if (n < 0 && errno != EINTR) continue;
-        if ((fds[0].revents & POLLIN) != 0) {
-            uint64_t count;
-            ssize_t r = ::read(mMonitorWake, &count, sizeof(count));
-            (void)r;
-        }
-        for (size_t i = 1; i < fds.size(); ++i) {
-            if ((fds[i].revents & POLLIN) != 0) peerDied(pids[i], fds[i].fd);
-        }
-        if (probe) {
-            std::vector<pid_t> gone;
-            {
-                std::lock_guard<std::mutex> lock(mLock);
-                for (const auto& [pid, peer] : mPeers) {
-                    if (peer->pidfd < 0 && kill(pid, 0) != 0 && errno == ESRCH) {
-                        gone.push_back(pid);
-                    }
-                }
-            }
-            for (pid_t pid : gone) peerDied(pid, -1);
-        }
+void Runtime::peerExited(pid_t pid) {
+    // A connection it made may still wait to be accepted: take it, so that
+    // what it sent is read before its grants go.
+    int listening[2];
+    {
+        std::lock_guard<std::mutex> lock(mLock);
+        listening[0] = mListenFd;
+        listening[1] = mContextFd;
     }
-}
-
-void Runtime::peerDied(pid_t pid, int pidfd) {
-    std::shared_ptr<Peer> gone;
+    for (int fd : listening) {
+        if (fd >= 0) acceptPending(fd);
+    }
     std::vector<sp<BpHwBinder>> obituaries;
     std::vector<sp<BHwBinder>> released;
+    std::shared_ptr<Peer> gone;
     {
         std::lock_guard<std::mutex> lock(mLock);
         auto it = mPeers.find(pid);
-        // The record may have been replaced since the poll set was built.
-        if (it == mPeers.end() || it->second->pidfd != pidfd) return;
+        if (it == mPeers.end() || it->second->dying) return;
         gone = it->second;
-        gone->dead = true;
-        mPeers.erase(it);
-        for (auto& [handle, entry] : mProxies) {
-            if (entry.peer != gone) continue;
-            entry.dead = true;
-            if (sp<BpHwBinder> proxy = entry.proxy.promote(); proxy != nullptr) {
-                obituaries.push_back(std::move(proxy));
-            }
-            auto index = mProxyIndex.find({pid, entry.node});
-            if (index != mProxyIndex.end() && index->second == handle) mProxyIndex.erase(index);
-        }
-        mNodes.dropHolder(pid, &released);
-    }
-    {
-        // Threads that are about to take a pooled connection find none.
-        std::lock_guard<std::mutex> lock(gone->poolLock);
-        gone->idle.clear();
+        gone->dying = true;
+        if (gone->pidfd >= 0) epoll_ctl(mEpoll, EPOLL_CTL_DEL, gone->pidfd, nullptr);
+        if (gone->incoming == 0) buryLocked(gone, &obituaries, &released);
     }
     for (const sp<BpHwBinder>& proxy : obituaries) proxy->sendObituary();
 }
 
+void Runtime::buryLocked(const std::shared_ptr<Peer>& gone, std::vector<sp<BpHwBinder>>* obituaries,
+                         std::vector<sp<BHwBinder>>* released) {
+    gone->dead = true;
+    auto it = mPeers.find(gone->pid);
+    if (it != mPeers.end() && it->second == gone) mPeers.erase(it);
+    for (auto& [handle, entry] : mProxies) {
+        if (entry.peer != gone) continue;
+        entry.dead = true;
+        if (sp<BpHwBinder> proxy = entry.proxy.promote(); proxy != nullptr) {
+            obituaries->push_back(std::move(proxy));
+        }
+        auto index = mProxyIndex.find({gone->pid, entry.node});
+        if (index != mProxyIndex.end() && index->second == handle) mProxyIndex.erase(index);
+    }
+    mNodes.dropHolder(gone->pid, released);
+    {
+        // Threads about to take a pooled connection find none.
+        std::lock_guard<std::mutex> pool(gone->poolLock);
+        gone->idle.clear();
+    }
+    gone->poolFree.notify_all();
+    // Its socket file would otherwise stay behind when it was killed.
+    if (!mDir.empty() && kill(gone->pid, 0) != 0 && errno == ESRCH) {
+        unlink(processSocketPath(mDir, gone->pid).c_str());
+    }
+}
+
+// --- listening and accepting ---
+
 bool Runtime::ensureListening() {
     std::lock_guard<std::mutex> lock(mLock);
     if (mListening) return true;
+    if (mStopping || mEpoll < 0) return false;
     const std::string dir = directoryLocked();
     if (ensureRuntimeDirectory(dir) != OK) return false;
-    mListenFd = listenAt(processSocketPath(dir, getpid()));
+    sweepStaleSockets(dir);
+    const std::string path = processSocketPath(dir, getpid());
+    mListenFd = listenAt(path);
     if (mListenFd < 0) {
         fprintf(stderr, "hidl socket transport: cannot listen in %s: %s\n", dir.c_str(),
                 strerror(errno));
         return false;
     }
-    mListenWake = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     mListening = true;
-    std::thread([this] { listenLoop(); }).detach();
+    gSocketToRemove = path;
+    std::atexit(removeSocketAtExit);
+    epoll_event ev{};
+    ev.events = EPOLLIN | EPOLLONESHOT;
+    ev.data.u64 = tagged(kTagListen, static_cast<uint64_t>(mListenFd));
+    epoll_ctl(mEpoll, EPOLL_CTL_ADD, mListenFd, &ev);
+    startPoolLocked();
     return true;
 }
 
-void Runtime::listenLoop() {
-    for (;;) {
-        pollfd fds[3];
-        nfds_t count = 0;
-        {
-            std::lock_guard<std::mutex> lock(mLock);
-            fds[count++] = {mListenWake, POLLIN, 0};
-            fds[count++] = {mListenFd, POLLIN, 0};
-            if (mContextFd >= 0) fds[count++] = {mContextFd, POLLIN, 0};
-        }
-        if (poll(fds, count, -1) < 0) continue;
-        if ((fds[0].revents & POLLIN) != 0) {
-            uint64_t n;
-            ssize_t r = ::read(mListenWake, &n, sizeof(n));
-            (void)r;
-        }
-        for (nfds_t i = 1; i < count; ++i) {
-            if ((fds[i].revents & POLLIN) == 0) continue;
-            int fd = accept4(fds[i].fd, nullptr, nullptr, SOCK_CLOEXEC);
-            if (fd < 0) continue;
-            pid_t pid;
-            uid_t uid;
-            // Only this user's processes may call in.
-            if (!peerCredentials(fd, &pid, &uid) || uid != getuid()) {
-                ::close(fd);
-                continue;
+void Runtime::acceptPending(int listenFd) {
+    std::lock_guard<std::mutex> accepting(mAcceptLock);
+    bool paused = false;
+    for (int round = 0; round < 64; ++round) {
+        int fd = accept4(listenFd, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
+        if (fd < 0) {
+            if (errno == EINTR || errno == ECONNABORTED) continue;
+            if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM) {
+                // Retrying at once would spin; the open connections go on
+                // being served meanwhile.
+                logOnce(&gSaidEmfile,
+                        "hidl socket transport: out of descriptors (%s); accepting pauses and "
+                        "resumes when some are free (raise `ulimit -n` if this persists)\n",
+                        strerror(errno));
+                itimerspec t{};
+                t.it_value.tv_nsec = kAcceptPauseMs * 1000000;
+                timerfd_settime(mTimer, 0, &t, nullptr);
+                std::lock_guard<std::mutex> lock(mLock);
+                mAcceptPaused = true;
+                paused = true;
             }
-            auto conn = std::make_unique<Connection>(fd, pid, uid);
-            std::thread([this, c = std::move(conn)]() mutable {
-                serveConnection(std::move(c));
-            }).detach();
+            break;
         }
+        pid_t pid;
+        uid_t uid;
+        // Only this user's processes may call in.
+        if (!peerCredentials(fd, &pid, &uid) || uid != getuid()) {
+            ::close(fd);
+            continue;
+        }
+        std::lock_guard<std::mutex> lock(mLock);
+        std::shared_ptr<Peer> peer = peerLocked(pid);
+        size_t open;
+        {
+            std::lock_guard<std::mutex> conns(mConnLock);
+            open = mIncoming.size();
+        }
+        if (mStopping || open >= limits().maxConnections ||
+            peer->incoming >= limits().maxPeerConnections) {
+            // Refused at once, so the peer's call fails instead of waiting.
+            logOnce(&gSaidConnections,
+                    "hidl socket transport: refusing a connection over the limit (%s); see "
+                    "ZUV_HIDL_MAX_CONNECTIONS and ZUV_HIDL_MAX_PEER_CONNECTIONS\n",
+                    open >= limits().maxConnections ? "all peers" : "one peer");
+            ::close(fd);
+            forgetPeerIfUnusedLocked(peer);
+            continue;
+        }
+        ++peer->incoming;
+        std::lock_guard<std::mutex> conns(mConnLock);
+        const uint64_t id = mNextConnId++;
+        auto in = std::make_shared<Incoming>(id, peer, fd, uid, &mTotalBudget);
+        mIncoming[id] = in;
+        epoll_event ev{};
+        ev.events = EPOLLIN | EPOLLRDHUP | EPOLLONESHOT;
+        ev.data.u64 = tagged(kTagConnection, id);
+        epoll_ctl(mEpoll, EPOLL_CTL_ADD, fd, &ev);
+    }
+    if (!paused) {
+        epoll_event ev{};
+        ev.events = EPOLLIN | EPOLLONESHOT;
+        ev.data.u64 = tagged(kTagListen, static_cast<uint64_t>(listenFd));
+        epoll_ctl(mEpoll, EPOLL_CTL_MOD, listenFd, &ev);
     }
 }
+
+void Runtime::onTimer() {
+    uint64_t expirations;
+    ssize_t r = ::read(mTimer, &expirations, sizeof(expirations));
+    (void)r;
+    std::lock_guard<std::mutex> lock(mLock);
+    if (!mAcceptPaused || mStopping) return;
+    mAcceptPaused = false;
+    for (int fd : {mListenFd, mContextFd}) {
+        if (fd < 0) continue;
+        epoll_event ev{};
+        ev.events = EPOLLIN | EPOLLONESHOT;
+        ev.data.u64 = tagged(kTagListen, static_cast<uint64_t>(fd));
+        epoll_ctl(mEpoll, EPOLL_CTL_MOD, fd, &ev);
+    }
+}
+
+// --- incoming connections ---
+
+void Runtime::rearm(Incoming* in, bool withInput) {
+    epoll_event ev{};
+    ev.events = EPOLLONESHOT | EPOLLRDHUP;
+    if (withInput) ev.events |= EPOLLIN;
+    // Frames already buffered wake the connection again at once: a socket
+    // is nearly always writable.
+    if (in->conn.outPending() || (withInput && in->conn.hasBufferedInput())) {
+        ev.events |= EPOLLOUT;
+    }
+    ev.data.u64 = tagged(kTagConnection, in->id);
+    epoll_ctl(mEpoll, EPOLL_CTL_MOD, in->conn.fd(), &ev);
+}
+
+void Runtime::serviceConnection(uint64_t id, uint32_t events) {
+    std::shared_ptr<Incoming> in;
+    {
+        std::lock_guard<std::mutex> lock(mConnLock);
+        auto it = mIncoming.find(id);
+        if (it == mIncoming.end()) return;
+        in = it->second;
+    }
+    Connection& conn = in->conn;
+    if ((events & EPOLLOUT) != 0 && conn.outPending() && conn.flush() == DEAD_OBJECT) {
+        closeIncoming(in);
+        return;
+    }
+    bool paused = false;
+    {
+        std::lock_guard<std::mutex> lock(mOnewayLock);
+        paused = in->paused;
+    }
+    if (!paused && (events & (EPOLLIN | EPOLLRDHUP | EPOLLHUP | EPOLLERR)) != 0) {
+        status_t err = conn.receive();
+        if (err != OK && err != WOULD_BLOCK && err != DEAD_OBJECT) {
+            closeIncoming(in);
+            return;
+        }
+    }
+    for (int served = 0; !paused && served < kFramesPerTurn; ++served) {
+        Frame frame;
+        status_t err = conn.next(&frame);
+        if (err == WOULD_BLOCK) break;
+        if (err != OK) {
+            closeIncoming(in);
+            return;
+        }
+        const bool room = serveFrame(&conn, frame);
+        if (conn.broken()) {
+            closeIncoming(in);
+            return;
+        }
+        if (!room) {
+            std::lock_guard<std::mutex> lock(mOnewayLock);
+            // The queue may have drained meanwhile; then go on reading.
+            if (in->peer->onewayQueued >= limits().maxPeerOneway) {
+                in->paused = true;
+                in->peer->paused.push_back(in->id);
+                rearm(in.get(), false);
+                return;
+            }
+        }
+    }
+    if (conn.endOfStream() && !conn.hasBufferedInput()) {
+        closeIncoming(in);
+        return;
+    }
+    if (paused) {
+        rearm(in.get(), false);
+        return;
+    }
+    rearm(in.get(), true);
+}
+
+void Runtime::resume(const std::shared_ptr<Peer>& peer) {
+    // Called with the oneway lock held.
+    for (uint64_t id : peer->paused) {
+        std::shared_ptr<Incoming> in;
+        {
+            std::lock_guard<std::mutex> lock(mConnLock);
+            auto it = mIncoming.find(id);
+            if (it == mIncoming.end()) continue;
+            in = it->second;
+        }
+        in->paused = false;
+        rearm(in.get(), true);
+    }
+    peer->paused.clear();
+}
+
+void Runtime::closeIncoming(const std::shared_ptr<Incoming>& in) {
+    epoll_ctl(mEpoll, EPOLL_CTL_DEL, in->conn.fd(), nullptr);
+    {
+        std::lock_guard<std::mutex> lock(mConnLock);
+        mIncoming.erase(in->id);
+    }
+    std::vector<sp<BpHwBinder>> obituaries;
+    std::vector<sp<BHwBinder>> released;
+    std::shared_ptr<Peer> forgotten;
+    {
+        std::lock_guard<std::mutex> lock(mLock);
+        --in->peer->incoming;
+        if (in->peer->dying && in->peer->incoming == 0) {
+            buryLocked(in->peer, &obituaries, &released);
+        } else {
+            forgotten = forgetPeerIfUnusedLocked(in->peer);
+        }
+    }
+    for (const sp<BpHwBinder>& proxy : obituaries) proxy->sendObituary();
+}
+
+// --- objects ---
 
 bool Runtime::isContextObject(const BHwBinder* binder) {
     std::lock_guard<std::mutex> lock(mLock);
@@ -298,7 +583,7 @@ bool Runtime::proxyTarget(uint64_t handle, ProxyTarget* out) {
     if (it == mProxies.end()) return false;
     out->peer = it->second.peer;
     out->node = it->second.node;
-    out->dead = it->second.dead;
+    out->dead = it->second.dead || mStopping;
     return true;
 }
 
@@ -315,7 +600,7 @@ void Runtime::proxyDestroyed(uint64_t handle) {
         peer = it->second.peer;
         node = it->second.node;
         refs = it->second.refs;
-        dead = it->second.dead;
+        dead = it->second.dead || mStopping;
         auto index = mProxyIndex.find({peer->pid, node});
         if (index != mProxyIndex.end() && index->second == handle) mProxyIndex.erase(index);
         mProxies.erase(it);
@@ -333,10 +618,13 @@ void Runtime::proxyDestroyed(uint64_t handle) {
         header.seq = mNextSeq.fetch_add(1, std::memory_order_relaxed);
         header.node = node;
         header.code = count;
-        // A lost release only keeps the node until this process dies.
-        (void)sendOneway(peer, header, {}, nullptr);
+        // Never waits for the peer; a lost release only keeps the node until
+        // this process dies.
+        (void)sendOneway(peer, header, {}, nullptr, true);
     }
 }
+
+// --- the context object ---
 
 status_t Runtime::serveContextObject(const sp<BHwBinder>& object) {
     if (object == nullptr) return BAD_VALUE;
@@ -363,7 +651,10 @@ status_t Runtime::serveContextObject(const sp<BHwBinder>& object) {
     mContextLockFd = lockFd;
     mContextFd = fd;
     mContext = object;
-    wake(mListenWake);
+    epoll_event ev{};
+    ev.events = EPOLLIN | EPOLLONESHOT;
+    ev.data.u64 = tagged(kTagListen, static_cast<uint64_t>(fd));
+    epoll_ctl(mEpoll, EPOLL_CTL_ADD, fd, &ev);
     return OK;
 }
 
@@ -372,11 +663,16 @@ sp<IBinder> Runtime::getContextObject() {
     {
         std::lock_guard<std::mutex> lock(mLock);
         if (mContext != nullptr) return mContext;
+        if (mStopping) return nullptr;
         dir = directoryLocked();
     }
+    static std::once_flag swept;
+    std::call_once(swept, [&] { sweepStaleSockets(dir); });
+    const std::chrono::milliseconds timeout = callTimeout();
+    const Deadline deadline = timeout.count() > 0 ? Deadline(Clock::now() + timeout) : std::nullopt;
     pid_t pid;
     uid_t uid;
-    int fd = connectTo(contextSocketPath(dir), &pid, &uid);
+    int fd = connectTo(contextSocketPath(dir), &pid, &uid, deadline);
     if (fd < 0) return nullptr;
     if (uid != getuid() || pid == getpid()) {
         ::close(fd);
@@ -387,18 +683,72 @@ sp<IBinder> Runtime::getContextObject() {
     ProxyTarget target;
     if (proxyTarget(proxy->remoteBinder()->handle(), &target) && !target.dead) {
         // Kept in the pool: the first call needs no new connection.
+        {
+            std::lock_guard<std::mutex> pool(target.peer->poolLock);
+            ++target.peer->outgoing;
+        }
         returnConnection(target.peer, std::move(conn));
     }
     return proxy;
 }
 
+// --- stopping ---
+
 void Runtime::shutdown() {
-    std::lock_guard<std::mutex> lock(mLock);
-    const std::string dir = directoryLocked();
-    if (mListening) unlink(processSocketPath(dir, getpid()).c_str());
-    if (mContext != nullptr) {
-        unlink(contextSocketPath(dir).c_str());
-        unlink((dir + "/hwservicemanager.lock").c_str());
+    {
+        std::lock_guard<std::mutex> lock(mLock);
+        if (mStopping) return;
+        mStopping = true;
+    }
+    // Never drained, so every serving thread sees it.
+    uint64_t one = 1;
+    ssize_t w = ::write(mWake, &one, sizeof(one));
+    (void)w;
+    {
+        // A thread inside a long call is not waited for past the bound.
+        std::unique_lock<std::mutex> lock(mServerLock);
+        const size_t self = tServingThread ? 1 : 0;
+        mServerGone.wait_for(lock, kShutdownWait, [&] { return mServing <= self; });
+    }
+    std::map<pid_t, std::shared_ptr<Peer>> peers;
+    std::unordered_map<uint64_t, std::shared_ptr<Incoming>> incoming;
+    {
+        std::lock_guard<std::mutex> lock(mLock);
+        const std::string dir = directoryLocked();
+        if (mListenFd >= 0) {
+            epoll_ctl(mEpoll, EPOLL_CTL_DEL, mListenFd, nullptr);
+            ::close(mListenFd);
+            mListenFd = -1;
+            unlink(processSocketPath(dir, getpid()).c_str());
+        }
+        if (mContextFd >= 0) {
+            epoll_ctl(mEpoll, EPOLL_CTL_DEL, mContextFd, nullptr);
+            ::close(mContextFd);
+            mContextFd = -1;
+            unlink(contextSocketPath(dir).c_str());
+            // Removed while still held, so no second server can take the
+            // old file in between.
+            unlink((dir + "/hwservicemanager.lock").c_str());
+            ::close(mContextLockFd);
+            mContextLockFd = -1;
+        }
+        for (auto& [handle, entry] : mProxies) entry.dead = true;
+        peers.swap(mPeers);
+        for (auto& [pid, peer] : peers) peer->dead = true;
+    }
+    {
+        std::lock_guard<std::mutex> lock(mConnLock);
+        incoming.swap(mIncoming);
+    }
+    for (auto& [id, in] : incoming) epoll_ctl(mEpoll, EPOLL_CTL_DEL, in->conn.fd(), nullptr);
+    for (auto& [pid, peer] : peers) {
+        {
+            std::lock_guard<std::mutex> pool(peer->poolLock);
+            peer->idle.clear();
+        }
+        peer->poolFree.notify_all();
+        std::lock_guard<std::mutex> oneway(peer->onewayLock);
+        peer->oneway.reset();
     }
 }
 
@@ -410,7 +760,8 @@ SocketTransportStats Runtime::stats() {
     s.proxies = mProxies.size();
     s.peers = mPeers.size();
     s.openConnections = Connection::openCount();
-    s.servingThreads = mServingThreads.load();
+    std::lock_guard<std::mutex> servers(mServerLock);
+    s.servingThreads = mServing;
     return s;
 }
 

@@ -1,7 +1,14 @@
 // The socket transport's state in one process: the nodes it exports, its
-// proxies to other processes' nodes, the peers it talks to, the listener and
-// the death monitor. One instance per process, never destroyed (binder
-// objects may be released from static destructors).
+// proxies to other processes' nodes, the peers it talks to and the serving
+// loop. One instance per process, never destroyed (binder objects may be
+// released from static destructors).
+//
+// Serving: one epoll set holds the listening sockets, every incoming
+// connection, a pidfd per peer process and a wake-up descriptor. The pool's
+// threads all wait on it; the thread that takes a connection's event owns
+// the connection until it re-arms it, reads what has arrived without
+// blocking, serves complete frames and queues what a slow reader does not
+// take. No thread ever waits for a peer while it serves another.
 #pragma once
 
 #include <hidl_host/SocketTransport.h>
@@ -15,6 +22,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <cstdint>
+#include <deque>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -24,6 +32,7 @@
 #include <vector>
 
 #include "socket/Frame.h"
+#include "socket/Limits.h"
 #include "socket/NodeTable.h"
 
 namespace android {
@@ -31,9 +40,9 @@ namespace hardware {
 namespace host {
 namespace socket {
 
-// Another process this one holds proxies to or has granted nodes to.
+// Another process this one talks to.
 struct Peer {
-    explicit Peer(pid_t p) : pid(p) {}
+    explicit Peer(pid_t p) : pid(p), budget(limits().maxPeerBytes) {}
     ~Peer();
     Peer(const Peer&) = delete;
     Peer& operator=(const Peer&) = delete;
@@ -41,17 +50,31 @@ struct Peer {
     const pid_t pid;
     int pidfd = -1;  // readable once the process has exited
     std::atomic<bool> dead{false};
-    size_t proxies = 0;  // guarded by the runtime's lock
 
-    // Idle outgoing connections for two-way calls; a caller takes one for
-    // the length of its call.
+    // Guarded by the runtime's lock.
+    size_t proxies = 0;
+    size_t incoming = 0;  // connections it opened to this process, open now
+    bool dying = false;   // exited; what it sent is still being read
+
+    ByteBudget budget;  // bytes buffered for it, in and out
+
+    // Outgoing connections for two-way calls: a caller takes an idle one for
+    // the length of its call, or opens one while fewer than the limit exist.
     std::mutex poolLock;
+    std::condition_variable poolFree;
     std::vector<std::unique_ptr<Connection>> idle;
+    size_t outgoing = 0;
+    Clock::time_point unresponsiveUntil{};  // calls with a deadline fail at once until then
 
     // Every oneway call and release to this peer goes down this one
     // connection, so they arrive in the order sent.
     std::mutex onewayLock;
     std::unique_ptr<Connection> oneway;
+
+    // Guarded by the runtime's oneway lock: its oneway calls waiting to run,
+    // and its connections not read meanwhile.
+    size_t onewayQueued = 0;
+    std::vector<uint64_t> paused;
 };
 
 // What a proxy names.
@@ -59,6 +82,16 @@ struct ProxyTarget {
     std::shared_ptr<Peer> peer;
     uint64_t node = 0;
     bool dead = true;
+};
+
+// A connection a peer opened to this process.
+struct Incoming {
+    Incoming(uint64_t i, std::shared_ptr<Peer> p, int fd, uid_t uid, ByteBudget* total)
+        : id(i), peer(std::move(p)), conn(fd, peer->pid, uid, &peer->budget, total) {}
+    const uint64_t id;
+    const std::shared_ptr<Peer> peer;
+    Connection conn;
+    bool paused = false;  // guarded by the runtime's oneway lock
 };
 
 class Runtime {
@@ -75,6 +108,10 @@ class Runtime {
     sp<IBinder> getContextObject();
     SocketTransportStats stats();
     void shutdown();
+    // Serves on the calling thread until shutdown.
+    void join();
+    // Starts the pool's threads the process configured (at least one).
+    void startPool();
 
     // --- used by the translators and the serving code ---
 
@@ -95,34 +132,42 @@ class Runtime {
     std::shared_ptr<Peer> peerLocked(pid_t pid);
     // Takes its own reference: the caller's may live in the map entry it erases.
     std::shared_ptr<Peer> forgetPeerIfUnusedLocked(std::shared_ptr<Peer> peer);
-    void peerDied(pid_t pid, int pidfd);
-    void monitorLoop();
-    void listenLoop();
-    void wake(int eventFd);
+    void peerExited(pid_t pid);
+    // The peer is gone and everything it sent has been read.
+    void buryLocked(const std::shared_ptr<Peer>& peer, std::vector<sp<BpHwBinder>>* obituaries,
+                    std::vector<sp<BHwBinder>>* released);
     std::string directoryLocked();
+    void startPoolLocked();
+    void spawnServers(size_t count);
+
+    // The serving loop.
+    void serveLoop();
+    void acceptPending(int listenFd);
+    void onTimer();
+    void serviceConnection(uint64_t id, uint32_t events);
+    void closeIncoming(const std::shared_ptr<Incoming>& in);
+    void rearm(Incoming* in, bool withInput);
+    void resume(const std::shared_ptr<Peer>& peer);
 
     // Calls.
-    std::unique_ptr<Connection> connectPeer(pid_t pid);
-    std::unique_ptr<Connection> takeConnection(const std::shared_ptr<Peer>& peer);
+    std::unique_ptr<Connection> connectPeer(pid_t pid, Deadline deadline);
+    status_t takeConnection(const std::shared_ptr<Peer>& peer, Deadline deadline,
+                            std::unique_ptr<Connection>* out);
     void returnConnection(const std::shared_ptr<Peer>& peer, std::unique_ptr<Connection> conn);
     status_t roundTrip(const std::shared_ptr<Peer>& peer, const FrameHeader& header,
                        const std::vector<BinderRef>& table, const WireImage* image, Parcel* reply,
                        bool* sent);
     status_t sendOneway(const std::shared_ptr<Peer>& peer, const FrameHeader& header,
-                        const std::vector<BinderRef>& table, const WireImage* image);
-    status_t awaitReply(Connection* conn, uint64_t seq, Parcel* reply);
-    status_t receiveParcel(const Connection& conn, const FrameHeader& header,
-                           const uint8_t* payload, std::vector<int> fds, Parcel* out);
+                        const std::vector<BinderRef>& table, const WireImage* image, bool mayQueue);
+    status_t awaitReply(Connection* conn, uint64_t seq, Parcel* reply, Deadline deadline);
+    status_t receiveParcel(const Connection& conn, const Frame& frame, Parcel* out);
 
-    // Serving.
-    void serveConnection(std::unique_ptr<Connection> conn);
-    void serveFrame(Connection* conn, const FrameHeader& header, const uint8_t* payload,
-                    std::vector<int> fds);
-    void serveTransaction(Connection* conn, const FrameHeader& header, const uint8_t* payload,
-                          std::vector<int> fds);
+    // Serving. serveFrame returns false when the oneway calls of the
+    // connection's peer have filled their queue.
+    bool serveFrame(Connection* conn, Frame& frame);
+    void serveTransaction(Connection* conn, Frame& frame);
+    bool queueOneway(Connection* conn, Frame& frame);
     void writeStatusReply(Connection* conn, uint64_t seq, status_t status);
-    void acquireServingSlot();
-    void releaseServingSlot();
 
     const sp<Transport> mLink;
     std::atomic<uint64_t> mNextSeq{1};
@@ -133,7 +178,6 @@ class Runtime {
     int mListenFd = -1;
     int mContextFd = -1;
     int mContextLockFd = -1;
-    int mListenWake = -1;
     sp<BHwBinder> mContext;
     NodeTable mNodes;
 
@@ -148,13 +192,41 @@ class Runtime {
     std::map<std::pair<pid_t, uint64_t>, uint64_t> mProxyIndex;
     uint64_t mNextHandle = 1;
     std::map<pid_t, std::shared_ptr<Peer>> mPeers;
-    bool mMonitoring = false;
-    int mMonitorWake = -1;
 
-    std::mutex mSlotLock;
-    std::condition_variable mSlotFree;
-    size_t mSlotsInUse = 0;
-    std::atomic<size_t> mServingThreads{0};
+    // The serving loop's descriptors, made at construction.
+    int mEpoll = -1;
+    int mWake = -1;   // readable once shutdown starts; never drained
+    int mTimer = -1;  // ends a pause of accepting
+    bool mAcceptPaused = false;
+    bool mStopping = false;
+    bool mPoolStarted = false;
+    size_t mServersSpawned = 0;
+    std::mutex mAcceptLock;  // an accepted connection is registered before the next accept
+
+    std::mutex mConnLock;
+    std::unordered_map<uint64_t, std::shared_ptr<Incoming>> mIncoming;
+    uint64_t mNextConnId = 1;
+    ByteBudget mTotalBudget{limits().maxTotalBytes};
+
+    std::mutex mOnewayLock;
+    struct OnewayCall {
+        sp<BHwBinder> target;
+        std::unique_ptr<Parcel> data;
+        uint32_t code;
+        pid_t pid;
+        uid_t uid;
+        std::shared_ptr<Peer> from;
+        size_t bytes;
+    };
+    struct OnewayQueue {
+        std::deque<OnewayCall> calls;
+        bool running = false;
+    };
+    std::unordered_map<const BHwBinder*, OnewayQueue> mOneway;
+
+    std::mutex mServerLock;
+    std::condition_variable mServerGone;
+    size_t mServing = 0;  // threads in the serving loop
 };
 
 }  // namespace socket

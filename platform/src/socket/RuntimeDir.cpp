@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <thread>
 
 namespace android {
 namespace hardware {
@@ -74,7 +75,7 @@ bool makeAddress(const std::string& path, sockaddr_un* addr) {
 int listenAt(const std::string& path) {
     sockaddr_un addr;
     if (!makeAddress(path, &addr)) return -1;
-    int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     if (fd < 0) return -1;
     unlink(path.c_str());
     if (bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof(addr)) != 0 || listen(fd, 128) != 0) {
@@ -97,15 +98,27 @@ bool peerCredentials(int fd, pid_t* pid, uid_t* uid) {
     return true;
 }
 
-int connectTo(const std::string& path, pid_t* pid, uid_t* uid) {
+int connectTo(const std::string& path, pid_t* pid, uid_t* uid, Deadline deadline) {
     sockaddr_un addr;
     if (!makeAddress(path, &addr)) return -1;
-    int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     if (fd < 0) return -1;
+    // A full backlog answers EAGAIN at once; waiting in the kernel instead
+    // would let a server that never accepts hold the caller forever.
+    auto pause = std::chrono::microseconds(200);
     int err;
-    do {
+    for (;;) {
         err = connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof(addr));
-    } while (err != 0 && errno == EINTR);
+        if (err == 0 || (errno != EINTR && errno != EAGAIN)) break;
+        if (errno == EAGAIN) {
+            if (deadline && Clock::now() + pause > *deadline) {
+                errno = ETIMEDOUT;
+                break;
+            }
+            std::this_thread::sleep_for(pause);
+            pause = std::min(pause * 2, std::chrono::microseconds(20000));
+        }
+    }
     if (err != 0 || !peerCredentials(fd, pid, uid)) {
         int saved = errno;
         ::close(fd);

@@ -6,6 +6,8 @@
 
 #include <string>
 
+#include "socket/Frame.h"
+
 namespace android {
 namespace hardware {
 namespace host {
@@ -18,13 +20,14 @@ status_t ensureRuntimeDirectory(const std::string& dir);
 std::string processSocketPath(const std::string& dir, pid_t pid);
 std::string contextSocketPath(const std::string& dir);
 
-// A listening socket bound at path (an old file there is replaced), or -1
-// with errno set.
+// A non-blocking listening socket bound at path (an old file there is
+// replaced), or -1 with errno set.
 int listenAt(const std::string& path);
 
 // Connects to path; on success fills in the server's pid and uid from the
-// kernel. -1 with errno set on failure.
-int connectTo(const std::string& path, pid_t* pid, uid_t* uid);
+// kernel. A server whose backlog is full is retried until the deadline
+// (ETIMEDOUT). -1 with errno set on failure. The socket is non-blocking.
+int connectTo(const std::string& path, pid_t* pid, uid_t* uid, Deadline deadline);
 
 // The kernel's word on who is at the other end of a connected socket.
 bool peerCredentials(int fd, pid_t* pid, uid_t* uid);
