@@ -205,6 +205,8 @@ std::unique_ptr<Connection> Runtime::connectPeer(pid_t pid, Deadline deadline) {
         ::close(fd);
         return nullptr;
     }
+    // A caller's own connection blocks in its waits without a deadline.
+    setBlocking(fd);
     return std::make_unique<Connection>(fd, pid, serverUid);
 }
 

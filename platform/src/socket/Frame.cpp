@@ -261,7 +261,7 @@ status_t Connection::send(const FrameHeader& header, const void* table, size_t t
     return OK;
 }
 
-status_t Connection::receive() {
+status_t Connection::receive(bool wait) {
     if (mBroken) return DEAD_OBJECT;
     if (mEof) return DEAD_OBJECT;
     // Taken frames give their room back.
@@ -303,7 +303,7 @@ status_t Connection::receive() {
         msg.msg_iovlen = 1;
         msg.msg_control = control;
         msg.msg_controllen = sizeof(control);
-        ssize_t n = ::recvmsg(mFd, &msg, MSG_CMSG_CLOEXEC | MSG_DONTWAIT);
+        ssize_t n = ::recvmsg(mFd, &msg, MSG_CMSG_CLOEXEC | (wait ? 0 : MSG_DONTWAIT));
         if (n < 0 && errno == EINTR) continue;
         if (n < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) return WOULD_BLOCK;
         std::vector<int> fds;
@@ -361,7 +361,9 @@ status_t Connection::waitFrame(Frame* frame, Deadline deadline) {
         if (err != WOULD_BLOCK) return err;
         if (mEof) return breakWith(DEAD_OBJECT);
         if (!mOut.empty() && flush() == DEAD_OBJECT) return DEAD_OBJECT;
-        err = receive();
+        // With nothing to send and no deadline, one blocking receive does
+        // what a poll and a receive would.
+        err = receive(!deadline && mOut.empty());
         if (err == OK || err == DEAD_OBJECT) continue;
         if (err != WOULD_BLOCK) return err;
         pollfd p{mFd, static_cast<short>(POLLIN | (mOut.empty() ? 0 : POLLOUT)), 0};

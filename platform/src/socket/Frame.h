@@ -118,10 +118,11 @@ class Connection {
     status_t flush();
     bool outPending() const { return !mOut.empty(); }
 
-    // One non-blocking receive: OK when bytes came, WOULD_BLOCK when none
-    // were there, DEAD_OBJECT at end of stream, BAD_VALUE or NO_MEMORY when
-    // the peer broke the framing or a limit (the connection is then broken).
-    status_t receive();
+    // One receive: OK when bytes came, WOULD_BLOCK when none were there,
+    // DEAD_OBJECT at end of stream, BAD_VALUE or NO_MEMORY when the peer
+    // broke the framing or a limit (the connection is then broken). With
+    // wait, a socket in blocking mode waits for bytes in the same call.
+    status_t receive(bool wait = false);
     // The next complete frame already received: OK, WOULD_BLOCK when there
     // is none yet, BAD_VALUE when the stream cannot be trusted.
     status_t next(Frame* frame);

@@ -4,6 +4,7 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <hwbinder/ProcessState.h>
+#include <poll.h>
 #include <signal.h>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
@@ -17,6 +18,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <system_error>
 #include <thread>
 
@@ -74,6 +76,13 @@ void logOnce(std::atomic<bool>* said, const char* format, const char* detail) {
 std::atomic<bool> gSaidEmfile{false};
 std::atomic<bool> gSaidThreads{false};
 std::atomic<bool> gSaidConnections{false};
+std::atomic<bool> gSaidMemory{false};
+
+// Whether the sender waits for a reply to this frame.
+bool answers(const FrameHeader& header) {
+    return header.kind == kGrant ||
+           (header.kind == kTransact && (header.flags & IBinder::FLAG_ONEWAY) == 0);
+}
 
 // Removes the sockets of processes that no longer exist; they may have been
 // killed before they could.
@@ -425,55 +434,81 @@ void Runtime::serviceConnection(uint64_t id, uint32_t events) {
         in = it->second;
     }
     Connection& conn = in->conn;
-    if ((events & EPOLLOUT) != 0 && conn.outPending() && conn.flush() == DEAD_OBJECT) {
-        closeIncoming(in);
-        return;
+    for (;;) {
+        if ((events & EPOLLOUT) != 0 && conn.outPending() && conn.flush() == DEAD_OBJECT) {
+            closeIncoming(in);
+            return;
+        }
+        bool paused = false;
+        {
+            std::lock_guard<std::mutex> lock(mOnewayLock);
+            paused = in->paused;
+        }
+        if (!paused && (events & (EPOLLIN | EPOLLRDHUP | EPOLLHUP | EPOLLERR)) != 0) {
+            status_t err = conn.receive();
+            if (err != OK && err != WOULD_BLOCK && err != DEAD_OBJECT) {
+                closeIncoming(in);
+                return;
+            }
+        }
+        bool answered = false;
+        for (int served = 0; !paused && served < kFramesPerTurn; ++served) {
+            Frame frame;
+            status_t err = conn.next(&frame);
+            if (err == WOULD_BLOCK) break;
+            if (err != OK) {
+                closeIncoming(in);
+                return;
+            }
+            answered = answered || answers(frame.header);
+            bool room = true;
+            try {
+                room = serveFrame(&conn, frame);
+            } catch (const std::bad_alloc&) {
+                // Refused, not fatal: the caller's call fails, others go on.
+                logOnce(&gSaidMemory, "hidl socket transport: %s\n",
+                        "out of memory serving a call; it fails with NO_MEMORY");
+                if (answers(frame.header)) writeStatusReply(&conn, frame.header.seq, NO_MEMORY);
+            }
+            if (conn.broken()) {
+                closeIncoming(in);
+                return;
+            }
+            if (!room) {
+                std::lock_guard<std::mutex> lock(mOnewayLock);
+                // The queue may have drained meanwhile; then go on reading.
+                if (in->peer->onewayQueued >= limits().maxPeerOneway) {
+                    in->paused = true;
+                    in->peer->paused.push_back(in->id);
+                    rearm(in.get(), false);
+                    return;
+                }
+            }
+        }
+        if (conn.endOfStream() && !conn.hasBufferedInput()) {
+            closeIncoming(in);
+            return;
+        }
+        if (paused || !answered || conn.hasBufferedInput()) break;
+        // A caller that was just answered usually calls again soon, on the
+        // same connection: wait for that here, unless anything else needs
+        // serving, which saves re-arming the connection for each call.
+        pollfd p[2] = {
+                {conn.fd(),
+                 static_cast<short>(POLLIN | POLLRDHUP | (conn.outPending() ? POLLOUT : 0)), 0},
+                {mEpoll, POLLIN, 0},
+        };
+        if (::poll(p, 2, -1) < 0 || p[1].revents != 0 || p[0].revents == 0) break;
+        events = 0;
+        if ((p[0].revents & POLLOUT) != 0) events |= EPOLLOUT;
+        if ((p[0].revents & (POLLIN | POLLRDHUP | POLLHUP | POLLERR)) != 0) events |= EPOLLIN;
     }
-    bool paused = false;
+    bool paused;
     {
         std::lock_guard<std::mutex> lock(mOnewayLock);
         paused = in->paused;
     }
-    if (!paused && (events & (EPOLLIN | EPOLLRDHUP | EPOLLHUP | EPOLLERR)) != 0) {
-        status_t err = conn.receive();
-        if (err != OK && err != WOULD_BLOCK && err != DEAD_OBJECT) {
-            closeIncoming(in);
-            return;
-        }
-    }
-    for (int served = 0; !paused && served < kFramesPerTurn; ++served) {
-        Frame frame;
-        status_t err = conn.next(&frame);
-        if (err == WOULD_BLOCK) break;
-        if (err != OK) {
-            closeIncoming(in);
-            return;
-        }
-        const bool room = serveFrame(&conn, frame);
-        if (conn.broken()) {
-            closeIncoming(in);
-            return;
-        }
-        if (!room) {
-            std::lock_guard<std::mutex> lock(mOnewayLock);
-            // The queue may have drained meanwhile; then go on reading.
-            if (in->peer->onewayQueued >= limits().maxPeerOneway) {
-                in->paused = true;
-                in->peer->paused.push_back(in->id);
-                rearm(in.get(), false);
-                return;
-            }
-        }
-    }
-    if (conn.endOfStream() && !conn.hasBufferedInput()) {
-        closeIncoming(in);
-        return;
-    }
-    if (paused) {
-        rearm(in.get(), false);
-        return;
-    }
-    rearm(in.get(), true);
+    rearm(in.get(), !paused);
 }
 
 void Runtime::resume(const std::shared_ptr<Peer>& peer) {
@@ -678,6 +713,7 @@ sp<IBinder> Runtime::getContextObject() {
         ::close(fd);
         return nullptr;
     }
+    setBlocking(fd);
     auto conn = std::make_unique<Connection>(fd, pid, uid);
     sp<IBinder> proxy = proxyFor(pid, 0, 0);
     ProxyTarget target;

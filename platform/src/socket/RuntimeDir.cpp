@@ -1,6 +1,7 @@
 #include "socket/RuntimeDir.h"
 
 #include <errno.h>
+#include <fcntl.h>
 #include <hidl_host/SocketTransport.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -85,6 +86,11 @@ int listenAt(const std::string& path) {
         return -1;
     }
     return fd;
+}
+
+void setBlocking(int fd) {
+    int flags = fcntl(fd, F_GETFL);
+    if (flags >= 0) fcntl(fd, F_SETFL, flags & ~O_NONBLOCK);
 }
 
 bool peerCredentials(int fd, pid_t* pid, uid_t* uid) {

@@ -29,6 +29,9 @@ int listenAt(const std::string& path);
 // (ETIMEDOUT). -1 with errno set on failure. The socket is non-blocking.
 int connectTo(const std::string& path, pid_t* pid, uid_t* uid, Deadline deadline);
 
+// Clears O_NONBLOCK; operations that must not wait then pass MSG_DONTWAIT.
+void setBlocking(int fd);
+
 // The kernel's word on who is at the other end of a connected socket.
 bool peerCredentials(int fd, pid_t* pid, uid_t* uid);
 
