@@ -434,6 +434,10 @@ void Runtime::serviceConnection(uint64_t id, uint32_t events) {
         in = it->second;
     }
     Connection& conn = in->conn;
+    {
+        std::lock_guard<std::mutex> lock(mOnewayLock);
+        in->busy = true;
+    }
     for (;;) {
         if ((events & EPOLLOUT) != 0 && conn.outPending() && conn.flush() == DEAD_OBJECT) {
             closeIncoming(in);
@@ -480,6 +484,7 @@ void Runtime::serviceConnection(uint64_t id, uint32_t events) {
                 if (in->peer->onewayQueued >= limits().maxPeerOneway) {
                     in->paused = true;
                     in->peer->paused.push_back(in->id);
+                    in->busy = false;
                     rearm(in.get(), false);
                     return;
                 }
@@ -503,12 +508,11 @@ void Runtime::serviceConnection(uint64_t id, uint32_t events) {
         if ((p[0].revents & POLLOUT) != 0) events |= EPOLLOUT;
         if ((p[0].revents & (POLLIN | POLLRDHUP | POLLHUP | POLLERR)) != 0) events |= EPOLLIN;
     }
-    bool paused;
-    {
-        std::lock_guard<std::mutex> lock(mOnewayLock);
-        paused = in->paused;
-    }
-    rearm(in.get(), !paused);
+    // Decided under the lock that resume() takes, so that exactly one of
+    // the two re-arms it.
+    std::lock_guard<std::mutex> lock(mOnewayLock);
+    in->busy = false;
+    rearm(in.get(), !in->paused);
 }
 
 void Runtime::resume(const std::shared_ptr<Peer>& peer) {
@@ -522,7 +526,8 @@ void Runtime::resume(const std::shared_ptr<Peer>& peer) {
             in = it->second;
         }
         in->paused = false;
-        rearm(in.get(), true);
+        // A thread that holds the connection re-arms it when it lets go.
+        if (!in->busy) rearm(in.get(), true);
     }
     peer->paused.clear();
 }

@@ -91,7 +91,9 @@ struct Incoming {
     const uint64_t id;
     const std::shared_ptr<Peer> peer;
     Connection conn;
-    bool paused = false;  // guarded by the runtime's oneway lock
+    // Guarded by the runtime's oneway lock.
+    bool paused = false;  // not read until its peer's oneway queue drains
+    bool busy = false;    // a thread holds it
 };
 
 class Runtime {
