@@ -2,8 +2,9 @@
 // on stdout: it registers, finds, calls and watches services like any
 // client or service would. One command per line:
 //
-//   register NAME        publish a test service as NAME
-//   get NAME / tryget NAME
+//   register NAME [FQNAME]
+//                        publish a test service as NAME (of FQNAME, default the test's)
+//   get NAME [FQNAME] / tryget NAME [FQNAME]
 //                        look NAME up, waiting or not; "got NAME remote|local|null MS"
 //   whois NAME           getDebugInfo on the service found: "whois NAME PID" or the error
 //   ping NAME            "ping NAME ok" or "ping NAME <status>"
@@ -61,14 +62,16 @@ void say(const char* format, ...) {
 }
 
 struct TestService : IBase {
+    explicit TestService(std::string chainHead) : mDescriptor(std::move(chainHead)) {}
     Return<void> interfaceChain(interfaceChain_cb cb) override {
-        cb({kTestDescriptor, IBase::descriptor});
+        cb({mDescriptor, IBase::descriptor});
         return Void();
     }
     Return<void> interfaceDescriptor(interfaceDescriptor_cb cb) override {
-        cb(kTestDescriptor);
+        cb(mDescriptor);
         return Void();
     }
+    const std::string mDescriptor;
 };
 
 class DeathCounter : public hidl_death_recipient {
@@ -100,14 +103,21 @@ struct Listener : IServiceNotification {
     }
 };
 
+// Objects of this descriptor get a stub when handed to another process.
+void publishable(const std::string& descriptor) {
+    ::android::hardware::details::getBnConstructorMap().set(
+            std::string(descriptor),
+            [](void* iface) -> sp<IBinder> { return new BnHwBase(static_cast<IBase*>(iface)); });
+}
+
 std::map<std::string, sp<IBase>> gServices;  // registered here or found
 std::map<std::string, sp<DeathCounter>> gDeaths;
 std::vector<sp<Listener>> gListeners;
 
-void lookup(const std::string& name, bool retry) {
+void lookup(const std::string& name, const std::string& descriptor, bool retry) {
     const auto start = std::chrono::steady_clock::now();
-    sp<IBase> service = ::android::hardware::details::getRawServiceInternal(kTestDescriptor, name,
-                                                                            retry, false);
+    sp<IBase> service =
+            ::android::hardware::details::getRawServiceInternal(descriptor, name, retry, false);
     const long long ms = std::chrono::duration_cast<std::chrono::milliseconds>(
                                  std::chrono::steady_clock::now() - start)
                                  .count();
@@ -136,9 +146,7 @@ void listing(const std::string& fqName) {
 }  // namespace
 
 int main() {
-    ::android::hardware::details::getBnConstructorMap().set(
-            kTestDescriptor,
-            [](void* iface) -> sp<IBinder> { return new BnHwBase(static_cast<IBase*>(iface)); });
+    publishable(kTestDescriptor);
     ::android::hardware::configureRpcThreadpool(4, false);
     ::android::hardware::ProcessState::self()->startThreadPool();
     say("ready");
@@ -148,14 +156,16 @@ int main() {
         std::istringstream in(line);
         std::string command, name, extra;
         in >> command >> name >> extra;
+        const std::string descriptor = extra.empty() ? kTestDescriptor : extra;
         if (command == "register") {
-            sp<IBase> service = new TestService();
+            publishable(descriptor);
+            sp<IBase> service = new TestService(descriptor);
             gServices[name] = service;
             ::android::status_t err =
                     ::android::hardware::details::registerAsServiceInternal(service, name);
             say("registered %s %d", name.c_str(), err);
         } else if (command == "get" || command == "tryget") {
-            lookup(name, command == "get");
+            lookup(name, descriptor, command == "get");
         } else if (command == "whois" || command == "ping") {
             auto it = gServices.find(name);
             if (it == gServices.end()) {

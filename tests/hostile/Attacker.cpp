@@ -1,0 +1,352 @@
+// zuv_attacker: misbehaves towards the transport the way a buggy or hostile
+// process of the same user could. Raw modes speak the socket framing by hand
+// to SOCKET (the daemon's or a service's); the others go through the library.
+//
+//   pipeline SOCKET N        N connections pipelining empty two-way calls, never reading
+//   fds SOCKET FRAMES FDS    frames declaring no descriptors, each carrying FDS of them
+//   hold SOCKET N            N idle connections
+//   bloat SOCKET N BYTES     N connections, each sending only a header announcing BYTES
+//   refs SOCKET COUNT        one call naming COUNT binder references
+//   stuck-listener           a registration listener whose socket never accepts
+//   sink NAME                serves NAME, counting its oneway calls ("count" answers)
+//   send NAME ID COUNT       COUNT oneway calls to NAME, exiting right after the last
+//
+// Prints "ready ..." once the attack is in place, then holds everything until
+// stdin closes. "open" answers how many of its connections the other side
+// has not closed.
+#include <android/hidl/base/1.0/BnHwBase.h>
+#include <android/hidl/manager/1.0/IServiceManager.h>
+#include <android/hidl/manager/1.0/IServiceNotification.h>
+#include <fcntl.h>
+#include <hidl/HidlBinderSupport.h>
+#include <hidl/HidlTransportSupport.h>
+#include <hidl/ServiceManagement.h>
+#include <hidl/Static.h>
+#include <hidl_host/SocketTransport.h>
+#include <hwbinder/IPCThreadState.h>
+#include <hwbinder/ProcessState.h>
+#include <poll.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <iostream>
+#include <map>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "socket/Frame.h"
+
+using ::android::sp;
+using ::android::hardware::hidl_string;
+using ::android::hardware::Parcel;
+using ::android::hardware::Return;
+using ::android::hardware::Void;
+using ::android::hidl::base::V1_0::BnHwBase;
+using ::android::hidl::base::V1_0::IBase;
+using namespace ::android::hardware::host::socket;
+
+namespace {
+
+constexpr const char* kSinkDescriptor = "vendor.zuv.test@1.0::ISink";
+constexpr uint32_t kCountCode = 1;  // the first code an interface may use
+
+std::vector<int> gConnections;
+
+void say(const std::string& line) {
+    std::printf("%s\n", line.c_str());
+    std::fflush(stdout);
+}
+
+// Enough descriptors for a thousand connections.
+void raiseFdLimit() {
+    rlimit limit{};
+    if (getrlimit(RLIMIT_NOFILE, &limit) == 0) {
+        limit.rlim_cur = limit.rlim_max;
+        setrlimit(RLIMIT_NOFILE, &limit);
+    }
+}
+
+int connectTo(const std::string& path, bool nonblocking) {
+    sockaddr_un addr{};
+    addr.sun_family = AF_UNIX;
+    std::strncpy(addr.sun_path, path.c_str(), sizeof(addr.sun_path) - 1);
+    int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | (nonblocking ? SOCK_NONBLOCK : 0), 0);
+    if (fd < 0) return -1;
+    if (connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof(addr)) != 0) {
+        close(fd);
+        return -1;
+    }
+    return fd;
+}
+
+FrameHeader header(uint16_t kind, uint32_t payloadSize = 0, uint32_t tableCount = 0) {
+    static uint64_t seq = 1;
+    FrameHeader h{};
+    h.magic = kFrameMagic;
+    h.kind = kind;
+    h.seq = seq++;
+    h.code = 0x5f504e47;  // ping
+    h.payloadSize = payloadSize;
+    h.tableCount = tableCount;
+    return h;
+}
+
+bool sendAll(int fd, const void* data, size_t size) {
+    const auto* p = static_cast<const char*>(data);
+    while (size > 0) {
+        ssize_t n = send(fd, p, size, MSG_NOSIGNAL);
+        if (n <= 0) return false;
+        p += n;
+        size -= static_cast<size_t>(n);
+    }
+    return true;
+}
+
+// Up to count connections, while the other side keeps accepting (a full
+// backlog is retried for up to a second).
+void connectMany(const std::string& path, int count) {
+    auto lastProgress = std::chrono::steady_clock::now();
+    while (static_cast<int>(gConnections.size()) < count &&
+           std::chrono::steady_clock::now() - lastProgress < std::chrono::seconds(1)) {
+        int fd = connectTo(path, true);
+        if (fd < 0) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+            continue;
+        }
+        gConnections.push_back(fd);
+        lastProgress = std::chrono::steady_clock::now();
+    }
+}
+
+int openConnections() {
+    int open = 0;
+    for (int fd : gConnections) {
+        pollfd p{fd, POLLRDHUP, 0};
+        if (poll(&p, 1, 0) == 0 || (p.revents & (POLLRDHUP | POLLHUP | POLLERR)) == 0) ++open;
+    }
+    return open;
+}
+
+// Empty two-way calls, written until the other side stops reading.
+void pipeline(const std::string& path, int count) {
+    connectMany(path, count);
+    long sent = 0;
+    for (int round = 0; round < 5; ++round) {
+        for (int fd : gConnections) {
+            for (int i = 0; i < 100000; ++i) {
+                FrameHeader h = header(kTransact);
+                if (send(fd, &h, sizeof(h), MSG_NOSIGNAL) != sizeof(h)) break;
+                ++sent;
+            }
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    }
+    say("ready " + std::to_string(gConnections.size()) + " " + std::to_string(sent));
+}
+
+// Descriptors the frames do not declare.
+void fds(const std::string& path, int frames, int perFrame) {
+    int fd = connectTo(path, false);
+    if (fd >= 0) gConnections.push_back(fd);
+    int devnull = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    std::vector<int> carried(static_cast<size_t>(perFrame), devnull);
+    std::vector<char> control(CMSG_SPACE(sizeof(int) * carried.size()));
+    int sent = 0;
+    for (; fd >= 0 && sent < frames; ++sent) {
+        FrameHeader h = header(kRelease);
+        iovec iov{&h, sizeof(h)};
+        msghdr msg{};
+        msg.msg_iov = &iov;
+        msg.msg_iovlen = 1;
+        msg.msg_control = control.data();
+        msg.msg_controllen = control.size();
+        cmsghdr* c = CMSG_FIRSTHDR(&msg);
+        c->cmsg_level = SOL_SOCKET;
+        c->cmsg_type = SCM_RIGHTS;
+        c->cmsg_len = CMSG_LEN(sizeof(int) * carried.size());
+        std::memcpy(CMSG_DATA(c), carried.data(), sizeof(int) * carried.size());
+        if (sendmsg(fd, &msg, MSG_NOSIGNAL) != sizeof(h)) break;
+    }
+    say("ready " + std::to_string(sent));
+}
+
+void hold(const std::string& path, int count) {
+    connectMany(path, count);
+    say("ready " + std::to_string(gConnections.size()));
+}
+
+void bloat(const std::string& path, int count, uint32_t bytes) {
+    connectMany(path, count);
+    for (int fd : gConnections) {
+        FrameHeader h = header(kTransact, bytes);
+        (void)send(fd, &h, sizeof(h), MSG_NOSIGNAL);
+    }
+    say("ready " + std::to_string(gConnections.size()));
+}
+
+// One call whose table names count distinct nodes of this process; answers
+// how long until the frame was answered or the connection closed.
+void refs(const std::string& path, uint32_t count) {
+    int fd = connectTo(path, false);
+    if (fd >= 0) gConnections.push_back(fd);
+    std::vector<BinderRef> table(count);
+    for (uint32_t i = 0; i < count; ++i) table[i] = {kSenderNode, 0, 0x1000 + i};
+    FrameHeader h = header(kTransact, count * sizeof(BinderRef), count);
+    const auto start = std::chrono::steady_clock::now();
+    const bool sent = fd >= 0 && sendAll(fd, &h, sizeof(h)) &&
+                      sendAll(fd, table.data(), table.size() * sizeof(BinderRef));
+    pollfd p{fd, POLLIN, 0};
+    const int answered = sent ? poll(&p, 1, 10000) : 0;
+    const auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(
+                            std::chrono::steady_clock::now() - start)
+                            .count();
+    say("ready " + std::string(answered > 0 ? "answered " : "unanswered ") + std::to_string(ms));
+}
+
+struct Listener : ::android::hidl::manager::V1_0::IServiceNotification {
+    Return<void> onRegistration(const hidl_string&, const hidl_string&, bool) override {
+        return Void();
+    }
+};
+
+// Registered for every registration, then the socket the daemon will call it
+// on is swapped for one whose backlog is full and that never accepts.
+void stuckListener() {
+    ::android::hardware::ProcessState::self()->startThreadPool();
+    static sp<Listener> listener = new Listener();
+    auto sm = ::android::hardware::defaultServiceManager();
+    bool ok = sm != nullptr &&
+              sm->registerForNotifications("vendor.zuv.test@1.0::ITest", "", listener)
+                      .withDefault(false);
+    const std::string path = ::android::hardware::host::runtimeDirectory() + "/p" +
+                             std::to_string(getpid()) + ".sock";
+    unlink(path.c_str());
+    sockaddr_un addr{};
+    addr.sun_family = AF_UNIX;
+    std::strncpy(addr.sun_path, path.c_str(), sizeof(addr.sun_path) - 1);
+    int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    ok = ok && bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof(addr)) == 0 &&
+         listen(fd, 0) == 0;
+    int filled = 0;
+    for (int c; filled < 8 && (c = connectTo(path, true)) >= 0; ++filled) gConnections.push_back(c);
+    say(std::string("ready ") + (ok ? "1 " : "0 ") + std::to_string(filled));
+}
+
+// Counts oneway calls of kCountCode, each carrying (sender, sequence).
+class SinkStub : public BnHwBase {
+  public:
+    using BnHwBase::BnHwBase;
+    ::android::status_t onTransact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags,
+                                   TransactCallback cb) override {
+        if (code != kCountCode) return BnHwBase::onTransact(code, data, reply, flags, cb);
+        uint32_t sender = 0, seq = 0;
+        if (data.readUint32(&sender) != ::android::OK || data.readUint32(&seq) != ::android::OK) {
+            return ::android::BAD_VALUE;
+        }
+        std::lock_guard<std::mutex> lock(sLock);
+        ++sTotal;
+        if (seq != sNext[sender]) ++sDisordered;
+        sNext[sender] = seq + 1;
+        return ::android::OK;
+    }
+    static void report() {
+        std::lock_guard<std::mutex> lock(sLock);
+        say("count " + std::to_string(sTotal) + " " + std::to_string(sDisordered));
+    }
+
+  private:
+    static inline std::mutex sLock;
+    static inline std::map<uint32_t, uint32_t> sNext;
+    static inline long sTotal = 0;
+    static inline long sDisordered = 0;
+};
+
+struct Sink : IBase {
+    Return<void> interfaceChain(interfaceChain_cb cb) override {
+        cb({kSinkDescriptor, IBase::descriptor});
+        return Void();
+    }
+    Return<void> interfaceDescriptor(interfaceDescriptor_cb cb) override {
+        cb(kSinkDescriptor);
+        return Void();
+    }
+};
+
+void sink(const std::string& name) {
+    ::android::hardware::details::getBnConstructorMap().set(
+            kSinkDescriptor, [](void* iface) -> sp<::android::hardware::IBinder> {
+                return new SinkStub(static_cast<IBase*>(iface));
+            });
+    ::android::hardware::configureRpcThreadpool(4, false);
+    ::android::hardware::ProcessState::self()->startThreadPool();
+    static sp<IBase> service = new Sink();
+    say("ready " +
+        std::to_string(::android::hardware::details::registerAsServiceInternal(service, name)));
+}
+
+[[noreturn]] void sendOneway(const std::string& name, uint32_t id, uint32_t count) {
+    sp<IBase> base =
+            ::android::hardware::details::getRawServiceInternal(kSinkDescriptor, name, true, false);
+    sp<::android::hardware::IBinder> binder =
+            base != nullptr ? ::android::hardware::getOrCreateCachedBinder(base.get()) : nullptr;
+    uint32_t sent = 0;
+    for (; binder != nullptr && sent < count; ++sent) {
+        Parcel data;
+        data.writeUint32(id);
+        data.writeUint32(sent);
+        if (binder->transact(kCountCode, data, nullptr,
+                             ::android::hardware::IBinder::FLAG_ONEWAY) != ::android::OK) {
+            break;
+        }
+    }
+    say("sent " + std::to_string(sent));
+    _exit(0);  // at once: nothing may wait for the calls to be read
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const std::vector<std::string> args(argv + 1, argv + argc);
+    auto num = [&](size_t i) { return i < args.size() ? std::stoul(args[i]) : 0UL; };
+    const std::string mode = args.empty() ? "" : args[0];
+    const std::string target = args.size() > 1 ? args[1] : "";
+    raiseFdLimit();
+    if (mode == "pipeline") {
+        pipeline(target, static_cast<int>(num(2)));
+    } else if (mode == "fds") {
+        fds(target, static_cast<int>(num(2)), static_cast<int>(num(3)));
+    } else if (mode == "hold") {
+        hold(target, static_cast<int>(num(2)));
+    } else if (mode == "bloat") {
+        bloat(target, static_cast<int>(num(2)), static_cast<uint32_t>(num(3)));
+    } else if (mode == "refs") {
+        refs(target, static_cast<uint32_t>(num(2)));
+    } else if (mode == "stuck-listener") {
+        stuckListener();
+    } else if (mode == "sink") {
+        sink(target);
+    } else if (mode == "send") {
+        sendOneway(target, static_cast<uint32_t>(num(2)), static_cast<uint32_t>(num(3)));
+    } else {
+        std::fprintf(stderr, "zuv_attacker: unknown mode \"%s\"\n", mode.c_str());
+        return 2;
+    }
+    std::string line;
+    while (std::getline(std::cin, line)) {
+        if (line == "open") say("open " + std::to_string(openConnections()));
+        if (line == "count") SinkStub::report();
+        if (line == "release") {
+            for (int fd : gConnections) close(fd);
+            gConnections.clear();
+            say("released");
+        }
+    }
+    _exit(0);
+}

@@ -1,0 +1,370 @@
+// Misbehaving processes against the real daemon and services: after each
+// attack a normal client must still be served within a few seconds, and the
+// attacked process must keep its threads, descriptors and memory in bounds.
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "ProcessHarness.h"
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define ZUV_SANITIZED 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define ZUV_SANITIZED 1
+#endif
+#endif
+
+namespace zuv_mp {
+namespace {
+
+constexpr const char* kFingerprint = "vendor.zuv.hardware.fingerprint@1.0::IZuvExtendedFingerprint";
+// How long a normal client may wait for an answer while an attack goes on.
+constexpr auto kServed = 4s;
+
+// One value of /proc/<pid>/status ("Threads", "VmRSS" in kB, ...); -1 if gone.
+long status(pid_t pid, const std::string& key) {
+    std::ifstream in("/proc/" + std::to_string(pid) + "/status");
+    for (std::string line; std::getline(in, line);) {
+        if (line.compare(0, key.size() + 1, key + ":") == 0)
+            return std::stol(line.substr(key.size() + 1));
+    }
+    return -1;
+}
+
+long openFds(pid_t pid) {
+    std::error_code ec;
+    auto it = std::filesystem::directory_iterator("/proc/" + std::to_string(pid) + "/fd", ec);
+    return ec ? -1 : std::distance(it, std::filesystem::directory_iterator());
+}
+
+// CPU time used, in clock ticks (utime + stime).
+long cpuTicks(pid_t pid) {
+    std::ifstream in("/proc/" + std::to_string(pid) + "/stat");
+    std::string stat((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    std::istringstream fields(stat.substr(stat.rfind(')') + 2));
+    std::string skip;
+    for (int i = 3; i < 14; ++i) fields >> skip;
+    long utime = 0, stime = 0;
+    fields >> utime >> stime;
+    return utime + stime;
+}
+
+bool setLimit(pid_t pid, int resource, rlim_t value) {
+    rlimit limit{value, value};
+    return prlimit(pid, static_cast<__rlimit_resource>(resource), &limit, nullptr) == 0;
+}
+
+class Hostile : public ::testing::Test {
+  protected:
+    void SetUp() override { ASSERT_FALSE(mDir.path().empty()); }
+
+    std::string dir() const { return mDir.path() + "/run"; }
+    std::string daemonSocket() const { return dir() + "/hwservicemanager.sock"; }
+    std::string socketOf(const Process& p) const {
+        return dir() + "/p" + std::to_string(p.pid()) + ".sock";
+    }
+
+    // Started with its "ready" line (kept in *ready), or null and failed.
+    std::unique_ptr<Process> started(const std::vector<std::string>& argv,
+                                     std::string* ready = nullptr) {
+        auto p = Process::start(argv, {{"ZUV_HIDL_RUNTIME_DIR", dir()},
+                                       {"ZUV_HIDL_SERVICE_MANAGER", "daemon"},
+                                       {"ZUV_HIDL_GET_SERVICE_TIMEOUT_MS", "10000"}});
+        auto line = p ? p->line("ready") : std::nullopt;
+        if (!line) {
+            ADD_FAILURE() << argv[0] << " " << (argv.size() > 1 ? argv[1] : "")
+                          << " never got ready";
+            return nullptr;
+        }
+        if (ready != nullptr) *ready = *line;
+        return p;
+    }
+    std::unique_ptr<Process> manager() { return started({ZUV_SERVICEMANAGER_PATH}); }
+    std::unique_ptr<Process> fingerprintService() {
+        return started({ZUV_FINGERPRINT_SERVICE_PATH});
+    }
+    std::unique_ptr<Process> peer() { return started({ZUV_TEST_PEER_PATH}); }
+    std::unique_ptr<Process> attacker(std::vector<std::string> args, std::string* ready = nullptr) {
+        args.insert(args.begin(), ZUV_ATTACKER_PATH);
+        return started(args, ready);
+    }
+
+    // The answer to a command within the deadline of a served client.
+    static std::string answer(Process& p, const std::string& command, const std::string& prefix,
+                              std::chrono::milliseconds deadline = kServed) {
+        if (!p.send(command)) return "";
+        auto l = p.line(prefix, deadline);
+        return l ? *l : "<no answer within " + std::to_string(deadline.count()) + " ms>";
+    }
+    static std::string found(Process& p, const std::string& name, const std::string& fqName = "") {
+        auto l = answer(p, "tryget " + name + " " + fqName, "got " + name);
+        return l.rfind("got ", 0) == 0 ? l.substr(0, l.rfind(' ')) : l;  // without the time
+    }
+    // Whether the full list arrives within the deadline.
+    static bool listed(Process& p, std::chrono::milliseconds deadline = kServed) {
+        if (!p.send("list")) return false;
+        const auto end = Clock::now() + deadline;
+        while (auto l = p.line("list", std::chrono::duration_cast<std::chrono::milliseconds>(
+                                               end - Clock::now()))) {
+            if (*l == "list end") return true;
+        }
+        return false;
+    }
+
+    TempDir mDir;  // declared first: outlives every process of the test
+};
+
+// Resumes a stopped process however the test ends, so it can be stopped.
+struct Resume {
+    Process* p;
+    ~Resume() {
+        if (p != nullptr) p->signal(SIGCONT);
+    }
+};
+
+TEST_F(Hostile, RegisteredNameCannotBeTakenOver) {
+    auto sm = manager();
+    auto real = fingerprintService();
+    auto impostor = peer();
+    ASSERT_TRUE(sm && real && impostor);
+
+    EXPECT_NE(answer(*impostor, std::string("register default ") + kFingerprint, "registered"),
+              "registered default 0");
+    auto client = peer();
+    ASSERT_TRUE(client);
+    EXPECT_EQ(found(*client, "default", kFingerprint), "got default remote");
+    EXPECT_EQ(answer(*client, "whois default", "whois"),
+              "whois default " + std::to_string(real->pid()));
+
+    // The impostor's exit must not take the real entry with it.
+    impostor->send("exit");
+    ASSERT_TRUE(impostor->waitExit(kStopTimeout));
+    std::this_thread::sleep_for(300ms);
+    auto later = peer();
+    ASSERT_TRUE(later);
+    EXPECT_EQ(found(*later, "default", kFingerprint), "got default remote");
+    EXPECT_EQ(answer(*later, "whois default", "whois"),
+              "whois default " + std::to_string(real->pid()));
+}
+
+TEST_F(Hostile, RepliesNobodyReadsDoNotStallOthers) {
+    auto sm = manager();
+    auto service = fingerprintService();
+    auto warmUp = peer();
+    ASSERT_TRUE(sm && service && warmUp);
+    // Counted once both have served a call: threads a pool starts on demand
+    // are not the attack's doing.
+    ASSERT_EQ(found(*warmUp, "default", kFingerprint), "got default remote");
+    ASSERT_EQ(answer(*warmUp, "ping default", "ping"), "ping default ok");
+    const long smThreads = status(sm->pid(), "Threads");
+    const long serviceThreads = status(service->pid(), "Threads");
+
+    auto onDaemon = attacker({"pipeline", daemonSocket(), "6"});
+    auto onService = attacker({"pipeline", socketOf(*service), "3"});
+    ASSERT_TRUE(onDaemon && onService);
+
+    auto client = peer();
+    ASSERT_TRUE(client);
+    EXPECT_EQ(answer(*warmUp, "ping default", "ping"), "ping default ok");     // the service
+    EXPECT_EQ(found(*client, "default", kFingerprint), "got default remote");  // the daemon
+    EXPECT_TRUE(listed(*client));
+    EXPECT_LE(status(sm->pid(), "Threads"), smThreads + 2);
+    EXPECT_LE(status(service->pid(), "Threads"), serviceThreads + 2);
+}
+
+TEST_F(Hostile, StoppedServiceDelaysOnlyItsOwnLookups) {
+    auto sm = manager();
+    auto frozen = peer();
+    auto other = peer();
+    ASSERT_TRUE(sm && frozen && other);
+    ASSERT_EQ(answer(*frozen, "register frozen", "registered"), "registered frozen 0");
+    ASSERT_EQ(answer(*other, "register other", "registered"), "registered other 0");
+
+    frozen->signal(SIGSTOP);
+    Resume resume{frozen.get()};
+    std::vector<std::unique_ptr<Process>> waiting;
+    for (int i = 0; i < 5; ++i) {
+        waiting.push_back(peer());
+        ASSERT_TRUE(waiting.back());
+        waiting.back()->send("tryget frozen");
+    }
+    std::this_thread::sleep_for(200ms);
+
+    auto client = peer();
+    ASSERT_TRUE(client);
+    EXPECT_EQ(found(*client, "other"), "got other remote");
+    EXPECT_TRUE(listed(*client));
+}
+
+TEST_F(Hostile, ListenerThatNeverAcceptsDoesNotBlockRegistrations) {
+    auto sm = manager();
+    std::string ready;
+    auto stuck = attacker({"stuck-listener"}, &ready);
+    ASSERT_TRUE(sm && stuck);
+    ASSERT_EQ(ready, "ready 1 1");  // registered, and its backlog is full
+
+    auto late = peer();
+    ASSERT_TRUE(late);
+    EXPECT_EQ(answer(*late, "register late", "registered"), "registered late 0");
+    auto client = peer();
+    ASSERT_TRUE(client);
+    EXPECT_EQ(found(*client, "late"), "got late remote");
+}
+
+TEST_F(Hostile, NoOnewayCallIsLostWhenItsSendersExit) {
+    constexpr int kSenders = 8;
+    constexpr int kCalls = 2000;
+    auto sm = manager();
+    std::string ready;
+    auto sink = attacker({"sink", "sink"}, &ready);
+    ASSERT_TRUE(sm && sink);
+    ASSERT_EQ(ready, "ready 0");
+
+    std::vector<std::unique_ptr<Process>> senders;
+    for (int i = 0; i < kSenders; ++i) {
+        senders.push_back(Process::start(
+                {ZUV_ATTACKER_PATH, "send", "sink", std::to_string(i), std::to_string(kCalls)},
+                {{"ZUV_HIDL_RUNTIME_DIR", dir()}, {"ZUV_HIDL_SERVICE_MANAGER", "daemon"}}));
+        ASSERT_TRUE(senders.back());
+    }
+    for (auto& s : senders) EXPECT_EQ(s->line("sent"), "sent " + std::to_string(kCalls));
+
+    // All of them, each sender's in the order sent (the second number counts
+    // calls out of order).
+    const std::string all = "count " + std::to_string(kSenders * kCalls) + " 0";
+    std::string count;
+    for (auto end = Clock::now() + 20s; Clock::now() < end && count != all;) {
+        count = answer(*sink, "count", "count");
+        if (count != all) std::this_thread::sleep_for(100ms);
+    }
+    EXPECT_EQ(count, all);
+}
+
+TEST_F(Hostile, UndeclaredDescriptorsAreNotKept) {
+    auto sm = manager();
+    ASSERT_TRUE(sm);
+    const long fdsBefore = openFds(sm->pid());
+
+    // 40 frames, each declaring none of the 25 descriptors it carries.
+    auto smuggler = attacker({"fds", daemonSocket(), "40", "25"});
+    ASSERT_TRUE(smuggler);
+    std::string open;
+    for (auto end = Clock::now() + 2s; Clock::now() < end && open != "open 0";) {
+        open = answer(*smuggler, "open", "open");
+        if (open != "open 0") std::this_thread::sleep_for(50ms);
+    }
+    EXPECT_EQ(open, "open 0") << "the smuggler keeps its connection";
+    EXPECT_LT(openFds(sm->pid()), fdsBefore + 64);
+}
+
+TEST_F(Hostile, ConnectionsBeyondTheDescriptorLimitNeitherSpinNorLockOut) {
+    auto sm = manager();
+    ASSERT_TRUE(sm);
+    ASSERT_TRUE(setLimit(sm->pid(), RLIMIT_NOFILE, 1024));
+    std::string ready;
+    auto holder = attacker({"hold", daemonSocket(), "1100"}, &ready);
+    ASSERT_TRUE(holder);
+    std::this_thread::sleep_for(300ms);
+
+    const long before = cpuTicks(sm->pid());
+    std::this_thread::sleep_for(1s);
+    const long used = cpuTicks(sm->pid()) - before;
+    EXPECT_LT(used, sysconf(_SC_CLK_TCK) / 2) << "daemon busy while " << ready;
+
+    ASSERT_EQ(answer(*holder, "release", "released"), "released");
+    auto client = peer();
+    ASSERT_TRUE(client);
+    EXPECT_TRUE(listed(*client));
+}
+
+TEST_F(Hostile, HugeAnnouncementsAndReferenceTablesAreRefusedCheaply) {
+    auto sm = manager();
+    ASSERT_TRUE(sm);
+    const long rssBefore = status(sm->pid(), "VmRSS");
+
+    // 500 connections, each announcing a 1 MiB call and sending none of it.
+    auto bloater = attacker({"bloat", daemonSocket(), "500", "1048576"});
+    ASSERT_TRUE(bloater);
+    long rssPeak = 0;
+    for (auto end = Clock::now() + 1s; Clock::now() < end; std::this_thread::sleep_for(100ms)) {
+        rssPeak = std::max(rssPeak, status(sm->pid(), "VmRSS"));
+    }
+    EXPECT_LT(rssPeak - rssBefore, 64 * 1024) << "kB of resident memory grew";
+
+    // One call naming 65535 binder references: answered or dropped at once.
+    std::string ready;
+    auto refs = attacker({"refs", daemonSocket(), "65535"}, &ready);
+    ASSERT_TRUE(refs);
+    EXPECT_EQ(ready.substr(0, 15), "ready answered ");
+    EXPECT_LT(std::stol(ready.substr(ready.rfind(' ') + 1)), 2000) << ready;
+    auto client = peer();
+    ASSERT_TRUE(client);
+    EXPECT_TRUE(listed(*client, 2s));
+}
+
+TEST_F(Hostile, DaemonSurvivesWhenItCannotStartThreads) {
+#ifdef ZUV_SANITIZED
+    GTEST_SKIP() << "a sanitizer's shadow memory leaves no sense in an address-space limit";
+#endif
+    auto sm = manager();
+    ASSERT_TRUE(sm);
+    // Root ignores RLIMIT_NPROC; an address-space limit leaves room for few
+    // more thread stacks instead.
+    ASSERT_TRUE(setLimit(sm->pid(), RLIMIT_AS, (status(sm->pid(), "VmSize") + 64 * 1024) * 1024));
+    auto holder = attacker({"hold", daemonSocket(), "100"});
+    ASSERT_TRUE(holder);
+    std::this_thread::sleep_for(500ms);
+
+    EXPECT_FALSE(sm->waitExit(0ms)) << "the daemon ended";
+    auto client = peer();
+    ASSERT_TRUE(client);
+    EXPECT_TRUE(listed(*client));
+}
+
+TEST_F(Hostile, NoSocketFileOutlivesItsProcess) {
+    auto sm = manager();
+    auto killed = peer();
+    auto exited = peer();
+    ASSERT_TRUE(sm && killed && exited);
+    ASSERT_EQ(answer(*killed, "register k", "registered"), "registered k 0");
+    ASSERT_EQ(answer(*exited, "register e", "registered"), "registered e 0");
+    killed->signal(SIGKILL);
+    sm->signal(SIGKILL);
+    exited->send("exit");
+    ASSERT_TRUE(killed->waitExit(kStopTimeout) && exited->waitExit(kStopTimeout) &&
+                sm->waitExit(kStopTimeout));
+
+    // Once a daemon and a service have started again, the directory holds
+    // sockets of live processes only.
+    auto nextSm = manager();
+    auto next = peer();
+    ASSERT_TRUE(nextSm && next);
+    ASSERT_EQ(answer(*next, "register n", "registered"), "registered n 0");
+    auto stale = [&] {
+        std::vector<std::string> left;
+        for (const auto& entry : std::filesystem::directory_iterator(dir())) {
+            const std::string name = entry.path().filename().string();
+            if (name.size() < 7 || name[0] != 'p' || name.substr(name.size() - 5) != ".sock") {
+                continue;
+            }
+            const pid_t pid = std::atoi(name.c_str() + 1);
+            if (pid > 0 && kill(pid, 0) != 0 && errno == ESRCH) left.push_back(name);
+        }
+        return left;
+    };
+    for (auto end = Clock::now() + 2s; Clock::now() < end && !stale().empty();) {
+        std::this_thread::sleep_for(50ms);
+    }
+    EXPECT_EQ(stale(), std::vector<std::string>{});
+}
+
+}  // namespace
+}  // namespace zuv_mp
