@@ -15,9 +15,12 @@
 //                         refused.
 //
 // Threads: incoming calls are served by the process's binder thread pool
-// (configureRpcThreadpool, ProcessState::startThreadPool, joinRpcThreadpool).
-// A process that configured none gets one serving thread when it first needs
-// one.
+// (configureRpcThreadpool, ProcessState::startThreadPool, joinRpcThreadpool,
+// which makes the caller one of them), all waiting on one epoll set. A
+// process that configured none gets one serving thread when it first needs
+// one. What each peer may cost (connections, buffered bytes, queued oneway
+// calls, descriptors and references per frame) is bounded; the limits and
+// their ZUV_HIDL_MAX_* overrides are listed in the README.
 #pragma once
 
 #include <hwbinder/Binder.h>
