@@ -2,8 +2,10 @@
 // path of a proxy and the serving of incoming frames.
 #include <hidl_host/CallingIdentity.h>
 #include <hidl_host/WireImage.h>
+#include <signal.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstring>
 
 #include "socket/Runtime.h"
@@ -408,10 +410,13 @@ bool Runtime::serveFrame(Connection* conn, Frame& frame) {
         case kGrant: {
             status_t status = OK;
             const auto grantee = static_cast<pid_t>(header.code);
+            // Only a live process can be granted anything: each grantee is
+            // watched, and made-up pids would cost a record each.
+            const bool exists = grantee > 0 && (kill(grantee, 0) == 0 || errno != ESRCH);
             if (header.node != 0) {
                 std::lock_guard<std::mutex> lock(mLock);
-                status = grantee > 0 ? mNodes.grantOnBehalf(header.node, conn->pid(), grantee)
-                                     : BAD_VALUE;
+                status = exists ? mNodes.grantOnBehalf(header.node, conn->pid(), grantee)
+                                : BAD_VALUE;
                 if (status == OK) peerLocked(grantee);
             }
             writeStatusReply(conn, header.seq, status);

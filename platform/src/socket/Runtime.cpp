@@ -58,8 +58,13 @@ uint64_t tagged(Tag tag, uint64_t value) {
     return (value << 8) | tag;
 }
 
-// Accepting pauses this long after the process ran out of descriptors.
-constexpr long kAcceptPauseMs = 100;
+// Accepting pauses this long after the process ran out of descriptors, and
+// dying peers are looked at this often.
+constexpr long kTimerTickMs = 100;
+// How long the connections of a dead process may stay open before it is
+// buried regardless: only a descriptor handed on to another process keeps
+// one open.
+constexpr auto kBurialGrace = std::chrono::seconds(1);
 // How long shutdown waits for threads still serving a call.
 constexpr auto kShutdownWait = std::chrono::seconds(2);
 // Frames served per turn of one connection, so that one busy peer does not
@@ -188,21 +193,14 @@ void Runtime::serveLoop() {
         const auto tag = static_cast<Tag>(ev.data.u64 & 0xff);
         const uint64_t value = ev.data.u64 >> 8;
         if (tag == kTagWake) break;
-        switch (tag) {
-            case kTagTimer:
-                onTimer();
-                break;
-            case kTagListen:
-                acceptPending(static_cast<int>(value));
-                break;
-            case kTagPid:
-                peerExited(static_cast<pid_t>(value));
-                break;
-            case kTagConnection:
-                serviceConnection(value, ev.events);
-                break;
-            default:
-                break;
+        try {
+            dispatch(tag, value, ev.events);
+        } catch (const std::bad_alloc&) {
+            // Out of memory is not fatal: what was being served is given up
+            // or retried later, and the process goes on.
+            logOnce(&gSaidMemory, "hidl socket transport: %s\n",
+                    "out of memory; a connection or event is dropped");
+            recover(tag, value);
         }
     }
     tServingThread = false;
@@ -211,6 +209,59 @@ void Runtime::serveLoop() {
         --mServing;
     }
     mServerGone.notify_all();
+}
+
+void Runtime::dispatch(uint64_t tag, uint64_t value, uint32_t events) {
+    switch (tag) {
+        case kTagTimer:
+            onTimer();
+            break;
+        case kTagListen:
+            acceptPending(static_cast<int>(value));
+            break;
+        case kTagPid:
+            peerExited(static_cast<pid_t>(value));
+            break;
+        case kTagConnection:
+            serviceConnection(value, events);
+            break;
+        default:
+            break;
+    }
+}
+
+void Runtime::recover(uint64_t tag, uint64_t value) {
+    std::shared_ptr<Incoming> in;
+    {
+        std::lock_guard<std::mutex> lock(mLock);
+        switch (tag) {
+            case kTagTimer:
+            case kTagListen:
+                mAcceptPaused = mAcceptPaused || tag == kTagListen;
+                mTimerArmed = false;
+                armTimerLocked();
+                return;
+            case kTagPid: {
+                auto it = mPeers.find(static_cast<pid_t>(value));
+                if (it != mPeers.end() && !it->second->dying && it->second->pidfd >= 0) {
+                    epoll_event ev{};
+                    ev.events = EPOLLIN | EPOLLONESHOT;
+                    ev.data.u64 = tagged(kTagPid, value);
+                    epoll_ctl(mEpoll, EPOLL_CTL_MOD, it->second->pidfd, &ev);
+                }
+                return;
+            }
+            default:
+                break;
+        }
+    }
+    if (tag != kTagConnection) return;
+    {
+        std::lock_guard<std::mutex> lock(mConnLock);
+        auto it = mIncoming.find(value);
+        if (it != mIncoming.end()) in = it->second;
+    }
+    if (in != nullptr) closeIncoming(in);
 }
 
 // --- peers ---
@@ -268,14 +319,23 @@ void Runtime::peerExited(pid_t pid) {
         if (it == mPeers.end() || it->second->dying) return;
         gone = it->second;
         gone->dying = true;
+        gone->diedAt = Clock::now();
         if (gone->pidfd >= 0) epoll_ctl(mEpoll, EPOLL_CTL_DEL, gone->pidfd, nullptr);
-        if (gone->incoming == 0) buryLocked(gone, &obituaries, &released);
+        if (gone->incoming == 0) {
+            buryLocked(gone, &obituaries, &released);
+        } else {
+            // Its connections normally end at once; one handed on to another
+            // process before it died does not delay its burial past the grace.
+            armTimerLocked();
+        }
     }
     for (const sp<BpHwBinder>& proxy : obituaries) proxy->sendObituary();
 }
 
 void Runtime::buryLocked(const std::shared_ptr<Peer>& gone, std::vector<sp<BpHwBinder>>* obituaries,
                          std::vector<sp<BHwBinder>>* released) {
+    if (gone->buried) return;
+    gone->buried = true;
     gone->dead = true;
     auto it = mPeers.find(gone->pid);
     if (it != mPeers.end() && it->second == gone) mPeers.erase(it);
@@ -342,11 +402,9 @@ void Runtime::acceptPending(int listenFd) {
                         "hidl socket transport: out of descriptors (%s); accepting pauses and "
                         "resumes when some are free (raise `ulimit -n` if this persists)\n",
                         strerror(errno));
-                itimerspec t{};
-                t.it_value.tv_nsec = kAcceptPauseMs * 1000000;
-                timerfd_settime(mTimer, 0, &t, nullptr);
                 std::lock_guard<std::mutex> lock(mLock);
                 mAcceptPaused = true;
+                armTimerLocked();
                 paused = true;
             }
             break;
@@ -376,11 +434,18 @@ void Runtime::acceptPending(int listenFd) {
             forgetPeerIfUnusedLocked(peer);
             continue;
         }
-        ++peer->incoming;
         std::lock_guard<std::mutex> conns(mConnLock);
         const uint64_t id = mNextConnId++;
-        auto in = std::make_shared<Incoming>(id, peer, fd, uid, &mTotalBudget);
-        mIncoming[id] = in;
+        std::shared_ptr<Incoming> in;
+        try {
+            in = std::make_shared<Incoming>(id, peer, fd, uid, &mTotalBudget);
+            mIncoming[id] = in;
+        } catch (const std::bad_alloc&) {
+            // The connection owns the descriptor only once it exists.
+            if (in == nullptr) ::close(fd);
+            throw;
+        }
+        ++peer->incoming;
         epoll_event ev{};
         ev.events = EPOLLIN | EPOLLRDHUP | EPOLLONESHOT;
         ev.data.u64 = tagged(kTagConnection, id);
@@ -394,20 +459,48 @@ void Runtime::acceptPending(int listenFd) {
     }
 }
 
+void Runtime::armTimerLocked() {
+    if (mTimerArmed) return;
+    mTimerArmed = true;
+    itimerspec t{};
+    t.it_value.tv_nsec = kTimerTickMs * 1000000;
+    timerfd_settime(mTimer, 0, &t, nullptr);
+}
+
 void Runtime::onTimer() {
     uint64_t expirations;
     ssize_t r = ::read(mTimer, &expirations, sizeof(expirations));
     (void)r;
-    std::lock_guard<std::mutex> lock(mLock);
-    if (!mAcceptPaused || mStopping) return;
-    mAcceptPaused = false;
-    for (int fd : {mListenFd, mContextFd}) {
-        if (fd < 0) continue;
-        epoll_event ev{};
-        ev.events = EPOLLIN | EPOLLONESHOT;
-        ev.data.u64 = tagged(kTagListen, static_cast<uint64_t>(fd));
-        epoll_ctl(mEpoll, EPOLL_CTL_MOD, fd, &ev);
+    std::vector<sp<BpHwBinder>> obituaries;
+    std::vector<sp<BHwBinder>> released;
+    {
+        std::lock_guard<std::mutex> lock(mLock);
+        mTimerArmed = false;
+        if (mStopping) return;
+        if (mAcceptPaused) {
+            mAcceptPaused = false;
+            for (int fd : {mListenFd, mContextFd}) {
+                if (fd < 0) continue;
+                epoll_event ev{};
+                ev.events = EPOLLIN | EPOLLONESHOT;
+                ev.data.u64 = tagged(kTagListen, static_cast<uint64_t>(fd));
+                epoll_ctl(mEpoll, EPOLL_CTL_MOD, fd, &ev);
+            }
+        }
+        std::vector<std::shared_ptr<Peer>> overdue;
+        bool waiting = false;
+        for (const auto& [pid, peer] : mPeers) {
+            if (!peer->dying) continue;
+            if (Clock::now() - peer->diedAt >= kBurialGrace) {
+                overdue.push_back(peer);
+            } else {
+                waiting = true;
+            }
+        }
+        for (const auto& peer : overdue) buryLocked(peer, &obituaries, &released);
+        if (waiting) armTimerLocked();
     }
+    for (const sp<BpHwBinder>& proxy : obituaries) proxy->sendObituary();
 }
 
 // --- incoming connections ---

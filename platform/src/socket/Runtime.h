@@ -55,6 +55,8 @@ struct Peer {
     size_t proxies = 0;
     size_t incoming = 0;  // connections it opened to this process, open now
     bool dying = false;   // exited; what it sent is still being read
+    bool buried = false;  // its death has been settled
+    Clock::time_point diedAt{};
 
     ByteBudget budget;  // bytes buffered for it, in and out
 
@@ -144,8 +146,11 @@ class Runtime {
 
     // The serving loop.
     void serveLoop();
+    void dispatch(uint64_t tag, uint64_t value, uint32_t events);
+    void recover(uint64_t tag, uint64_t value);
     void acceptPending(int listenFd);
     void onTimer();
+    void armTimerLocked();
     void serviceConnection(uint64_t id, uint32_t events);
     void closeIncoming(const std::shared_ptr<Incoming>& in);
     void rearm(Incoming* in, bool withInput);
@@ -200,6 +205,7 @@ class Runtime {
     int mWake = -1;   // readable once shutdown starts; never drained
     int mTimer = -1;  // ends a pause of accepting
     bool mAcceptPaused = false;
+    bool mTimerArmed = false;
     bool mStopping = false;
     bool mPoolStarted = false;
     size_t mServersSpawned = 0;
