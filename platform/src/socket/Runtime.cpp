@@ -526,6 +526,9 @@ void Runtime::serviceConnection(uint64_t id, uint32_t events) {
         if (it == mIncoming.end()) return;
         in = it->second;
     }
+    // Never contended (the event is one-shot); it hands the connection from
+    // thread to thread visibly, to the thread sanitizer too.
+    std::lock_guard<std::mutex> owning(in->owner);
     Connection& conn = in->conn;
     {
         std::lock_guard<std::mutex> lock(mOnewayLock);

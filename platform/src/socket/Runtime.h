@@ -93,6 +93,7 @@ struct Incoming {
     const uint64_t id;
     const std::shared_ptr<Peer> peer;
     Connection conn;
+    std::mutex owner;  // held by the thread serving it
     // Guarded by the runtime's oneway lock.
     bool paused = false;  // not read until its peer's oneway queue drains
     bool busy = false;    // a thread holds it
