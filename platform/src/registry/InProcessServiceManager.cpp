@@ -95,10 +95,15 @@ Return<bool> InProcessServiceManager::add(const hidl_string& name, const sp<IBas
         return false;
     }
 
+    // IBase is every service's; it is judged only for a service that is nothing more.
+    auto exempt = [&](const std::string& fqName) {
+        return fqName == IBase::descriptor && chain.size() > 1;
+    };
+
     // The registry's own process (the daemon listing its manager) is trusted.
     if (mPolicy && caller != getpid()) {
         for (const std::string& fqName : chain) {
-            if (fqName == IBase::descriptor) continue;
+            if (exempt(fqName)) continue;
             const std::string why = mPolicy(caller, callerUid, fqName, name);
             if (why.empty()) continue;
             std::fprintf(stderr, "hidl-registry: refused %s/%s to pid %d uid %u: %s\n",
@@ -123,7 +128,7 @@ Return<bool> InProcessServiceManager::add(const hidl_string& name, const sp<IBas
         if (link != 0 && mDeadLinks.count(link) != 0) return false;
         // Checked for the whole chain before anything changes.
         for (const std::string& fqName : chain) {
-            if (fqName == IBase::descriptor) continue;
+            if (exempt(fqName)) continue;
             auto iface = mInterfaces.find(fqName);
             if (iface == mInterfaces.end()) continue;
             auto held = iface->second.instances.find(name);
