@@ -218,7 +218,12 @@ bool replay(const sp<IServiceManager>& sm, const sp<IBinder>& daemon) {
         Return<bool> ret =
                 proxy->BpHwServiceManager::registerForNotifications(l.fqName, l.name, l.listener);
         if (ret.isDeadObject()) return false;
-        if (!ret.isOk() || !static_cast<bool>(ret)) dropped.push_back(l.listener);
+        if (!ret.isOk() || !static_cast<bool>(ret)) {
+            std::fprintf(stderr, "hidl-registry: listener for %s/%s not registered again: %s\n",
+                         l.fqName.c_str(), l.name.c_str(),
+                         ret.isOk() ? "refused" : ret.description().c_str());
+            dropped.push_back(l.listener);
+        }
     }
     std::lock_guard<std::mutex> lock(r.lock);
     for (auto& s : r.services) s.givenTo = daemon;
