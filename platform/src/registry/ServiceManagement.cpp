@@ -172,8 +172,10 @@ sp<IServiceManager> daemonServiceManager(sp<IBinder>* binderOut = nullptr) {
                 replaced = gDaemonBinder != nullptr;
                 gDaemonBinder = binder;
                 gDaemonManager = new DaemonServiceManager(binder);
-                static sp<DaemonDeathWatch> watch = new DaemonDeathWatch();
-                binder->linkToDeath(watch);
+                // Never destroyed: an obituary may arrive while the process exits.
+                static auto* watch = new sp<DaemonDeathWatch>(new DaemonDeathWatch());
+                // A daemon already dead fails the link; the next use finds that out.
+                (void)binder->linkToDeath(*watch);
             }
         }
         manager = gDaemonManager;
