@@ -19,7 +19,10 @@
 //                                    one serves, else the in-process registry.
 //                                    Once a process has reached a daemon it stays
 //                                    with it: while the daemon is gone, calls fail
-//                                    with DEAD_OBJECT until another one serves.
+//                                    with DEAD_OBJECT until another one serves, and
+//                                    the new one is given again, from a background
+//                                    thread, the services and listeners this
+//                                    process gave the old one.
 #pragma once
 
 #include <stdint.h>  // utils/StrongPointer.h uses uintptr_t without it
