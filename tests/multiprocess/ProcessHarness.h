@@ -55,8 +55,10 @@ class Process {
   public:
     using Env = std::map<std::string, std::string>;
 
-    // Null when the program could not be started.
-    static std::unique_ptr<Process> start(const std::vector<std::string>& argv, const Env& env) {
+    // Null when the program could not be started. stderrPath, when given,
+    // receives the program's stderr.
+    static std::unique_ptr<Process> start(const std::vector<std::string>& argv, const Env& env,
+                                          const std::string& stderrPath = "") {
         int in[2], out[2];
         if (pipe2(in, O_CLOEXEC) != 0) return nullptr;
         if (pipe2(out, O_CLOEXEC) != 0) {
@@ -81,6 +83,10 @@ class Process {
         posix_spawn_file_actions_init(&actions);
         posix_spawn_file_actions_adddup2(&actions, in[0], STDIN_FILENO);
         posix_spawn_file_actions_adddup2(&actions, out[1], STDOUT_FILENO);
+        if (!stderrPath.empty()) {
+            posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, stderrPath.c_str(),
+                                             O_WRONLY | O_CREAT | O_APPEND, 0600);
+        }
         pid_t pid = -1;
         int err = posix_spawn(&pid, args[0], &actions, nullptr, args.data(), envp.data());
         posix_spawn_file_actions_destroy(&actions);

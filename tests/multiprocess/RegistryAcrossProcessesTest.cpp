@@ -2,8 +2,11 @@
 // peers started for real, each test in its own runtime directory.
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <fstream>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -27,9 +30,9 @@ class RegistryAcrossProcesses : public ::testing::Test {
     }
 
     // Started and ready, or null (and the test has failed).
-    std::unique_ptr<Process> started(const std::vector<std::string>& argv,
-                                     Process::Env extra = {}) {
-        auto p = Process::start(argv, env(std::move(extra)));
+    std::unique_ptr<Process> started(const std::vector<std::string>& argv, Process::Env extra = {},
+                                     const std::string& stderrPath = "") {
+        auto p = Process::start(argv, env(std::move(extra)), stderrPath);
         if (p == nullptr) {
             ADD_FAILURE() << "cannot start " << argv[0];
             return nullptr;
@@ -40,7 +43,16 @@ class RegistryAcrossProcesses : public ::testing::Test {
         }
         return p;
     }
-    std::unique_ptr<Process> manager() { return started({ZUV_SERVICEMANAGER_PATH}); }
+    std::unique_ptr<Process> manager(std::vector<std::string> args = {}) {
+        args.insert(args.begin(), ZUV_SERVICEMANAGER_PATH);
+        return started(args, {}, managerLog());
+    }
+    // Where the managers of a test write their stderr.
+    std::string managerLog() const { return mDir.path() + "/manager.log"; }
+    std::string managerLogText() const {
+        std::ifstream in(managerLog());
+        return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    }
     std::unique_ptr<Process> peer(Process::Env extra = {}) {
         return started({ZUV_TEST_PEER_PATH}, std::move(extra));
     }
@@ -205,14 +217,127 @@ TEST_F(RegistryAcrossProcesses, OneManagerPerDirectoryAndServicesOutliveIt) {
     EXPECT_TRUE(registered(*server, "fp2"));
     EXPECT_EQ(found(*client, "get", "fp2"), "remote");
 
-    // Stopped, it exits cleanly and removes its socket.
+    // Stopped, it exits cleanly and leaves neither socket nor lock behind.
     const std::string socket = mDir.path() + "/run/hwservicemanager.sock";
+    const std::string lock = mDir.path() + "/run/hwservicemanager.lock";
     EXPECT_TRUE(std::filesystem::exists(socket));
+    EXPECT_TRUE(std::filesystem::exists(lock));
     again->signal(SIGTERM);
     status = again->waitExit(kLineTimeout);
     ASSERT_TRUE(status);
     EXPECT_TRUE(WIFEXITED(*status) && WEXITSTATUS(*status) == 0);
     EXPECT_FALSE(std::filesystem::exists(socket));
+    EXPECT_FALSE(std::filesystem::exists(lock));
+    EXPECT_FALSE(std::filesystem::exists(mDir.path() + "/run/p" + std::to_string(again->pid()) +
+                                         ".sock"));
+}
+
+TEST_F(RegistryAcrossProcesses, ANameBelongsToItsProcessUntilItDies) {
+    auto sm = manager();
+    auto owner = peer();
+    auto intruder = peer();
+    auto client = peer();
+    ASSERT_TRUE(sm && owner && intruder && client);
+    const std::string ownerPid = std::to_string(owner->pid());
+    EXPECT_TRUE(registered(*owner, "fp"));
+
+    // Refused with an error that names the owner, in the caller and the daemon's log.
+    EXPECT_EQ(intruder->ask("register fp", "registered"), "registered fp -1");  // PERMISSION_DENIED
+    EXPECT_NE(managerLogText().find("to pid " + std::to_string(intruder->pid()) +
+                                    ": registered by pid " + ownerPid),
+              std::string::npos)
+            << managerLogText();
+    // The refused process's exit takes nothing with it.
+    intruder->signal(SIGKILL);
+    ASSERT_TRUE(intruder->waitExit(kLineTimeout));
+    ASSERT_EQ(found(*client, "tryget", "fp"), "remote");
+    EXPECT_EQ(client->ask("whois fp", "whois"), "whois fp " + ownerPid);
+
+    // The owner may replace its own registration.
+    EXPECT_TRUE(registered(*owner, "fp"));
+
+    // Once the owner is dead, the name is free.
+    owner->signal(SIGKILL);
+    ASSERT_TRUE(owner->waitExit(kLineTimeout));
+    EXPECT_TRUE(registered(*client, "fp"));
+}
+
+TEST_F(RegistryAcrossProcesses, APolicyFileDecidesWhoMayAddWhat) {
+    const std::string policy = mDir.path() + "/policy";
+    {
+        std::ofstream out(policy);
+        out << "# test services\n"
+            << "allow " << getuid() << " " << kTest << " open-*\n"
+            << "allow * vendor.zuv.*::ITest peer " << ZUV_TEST_PEER_PATH << "\n"
+            << "allow * " << kTest << " other /nonexistent/*   # no such program\n";
+    }
+    auto sm = manager({"--policy", policy});
+    auto p = peer();
+    ASSERT_TRUE(sm && p);
+    EXPECT_TRUE(registered(*p, "open-1"));
+    EXPECT_TRUE(registered(*p, "peer"));
+    EXPECT_EQ(p->ask("register other", "registered"), "registered other -1");
+    EXPECT_EQ(p->ask("register unlisted", "registered"), "registered unlisted -1");
+    EXPECT_EQ(list(*p, std::string("listby ") + kTest),
+              (std::vector<std::string>{"open-1", "peer"}));
+    EXPECT_EQ(list(*p, "listby android.hidl.manager@1.0::IServiceManager"),
+              std::vector<std::string>{"default"});
+    const std::string log = managerLogText();
+    EXPECT_NE(log.find("pid " + std::to_string(p->pid()) + " (uid " + std::to_string(getuid()) +
+                       ", executable "),
+              std::string::npos)
+            << log;
+    EXPECT_NE(log.find("may not add " + std::string(kTest) + "/other"), std::string::npos) << log;
+
+    // A bad file stops the manager before it serves, naming the line.
+    {
+        std::ofstream out(policy);
+        out << "allow * " << kTest << " a\n\nallow * " << kTest << "\n";
+    }
+    auto bad = Process::start({ZUV_SERVICEMANAGER_PATH, "--policy", policy}, env(), managerLog());
+    ASSERT_TRUE(bad);
+    auto status = bad->waitExit(kLineTimeout);
+    ASSERT_TRUE(status);
+    EXPECT_TRUE(WIFEXITED(*status) && WEXITSTATUS(*status) == 2);
+    EXPECT_NE(managerLogText().find(policy + ":3: "), std::string::npos) << managerLogText();
+}
+
+TEST_F(RegistryAcrossProcesses, ARestartedManagerLearnsWhatRunningProcessesRegistered) {
+    auto sm = manager();
+    auto server = peer();
+    auto watcher = peer();
+    auto client = peer();
+    ASSERT_TRUE(sm && server && watcher && client);
+    EXPECT_TRUE(registered(*server, "fp"));
+    EXPECT_EQ(watcher->ask(std::string("watch ") + kTest + " fp", "watching"), "watching 1");
+    EXPECT_EQ(watcher->line("notified"), std::string("notified ") + kTest + " fp 1");
+
+    sm->signal(SIGKILL);
+    ASSERT_TRUE(sm->waitExit(kLineTimeout));
+    ASSERT_TRUE(client->send("get fp"));  // waits across the restart
+
+    auto again = manager();
+    ASSERT_TRUE(again);
+    const auto ready = Clock::now();
+    std::vector<std::string> listed;
+    while (Clock::now() < ready + kLineTimeout) {
+        listed = list(*server, std::string("listby ") + kTest);
+        if (!listed.empty()) break;
+    }
+    const auto took = Clock::now() - ready;
+    EXPECT_EQ(listed, std::vector<std::string>{"fp"});
+    // Within a second, with room for a loaded machine.
+    EXPECT_LT(took, 2s) << std::chrono::duration_cast<std::chrono::milliseconds>(took).count()
+                        << " ms";
+    auto got = client->line("got fp");
+    ASSERT_TRUE(got);
+    EXPECT_EQ(got->substr(0, 13), "got fp remote");
+
+    // The listener was registered again too: it hears of fp once more, as
+    // already present or as newly added, whichever of the two came back first.
+    auto notified = watcher->line("notified");
+    ASSERT_TRUE(notified);
+    EXPECT_EQ(notified->substr(0, notified->size() - 2), std::string("notified ") + kTest + " fp");
 }
 
 TEST_F(RegistryAcrossProcesses, TheEnvironmentChoosesTheRegistry) {

@@ -6,15 +6,19 @@
 #include <hidl/HidlTransportSupport.h>
 #include <hidl_host/ServiceRegistry.h>
 #include <hidl_host/SocketTransport.h>
+#include <hwbinder/ProcessState.h>
 #include <signal.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 #include <string>
-#include <thread>
+
+#include "Policy.h"
 
 using ::android::OK;
 using ::android::sp;
@@ -26,24 +30,47 @@ namespace host = ::android::hardware::host;
 namespace {
 
 constexpr size_t kDefaultThreads = 4;
+constexpr long kDefaultCallTimeoutMs = 1000;
 
 void usage(FILE* out) {
     std::fprintf(out,
-                 "usage: zuv_hwservicemanager [--runtime-dir DIR] [--threads N] [--verbose]\n"
-                 "  --runtime-dir DIR  serve the processes using DIR (default: $%s, else\n"
-                 "                     the transport's default)\n"
-                 "  --threads N        binder threads serving requests (default %zu)\n"
-                 "  --verbose          report registrations, deaths and lookups on stderr\n"
+                 "usage: zuv_hwservicemanager [--runtime-dir DIR] [--threads N] [--policy FILE]\n"
+                 "                            [--call-timeout-ms N] [--verbose]\n"
+                 "  --runtime-dir DIR     serve the processes using DIR (default: $%s, else\n"
+                 "                        the transport's default)\n"
+                 "  --threads N           binder threads serving requests (default %zu)\n"
+                 "  --policy FILE         only what FILE allows may be added; one rule a line:\n"
+                 "                          allow UID INTERFACE INSTANCE [EXECUTABLE]\n"
+                 "                        UID a number, a user name or *; the others shell\n"
+                 "                        wildcards; EXECUTABLE is matched against\n"
+                 "                        /proc/PID/exe of the caller; # starts a comment.\n"
+                 "                        Without it every process of the user may add.\n"
+                 "  --call-timeout-ms N   deadline of each call to another process, such as a\n"
+                 "                        notification (default %ld; 0 waits for ever)\n"
+                 "  --verbose             report registrations, deaths and lookups on stderr\n"
+                 "A name belongs to the process that registered it until that process dies.\n"
                  "Prints \"ready\" on stdout once it serves; SIGTERM or SIGINT stops it.\n",
-                 host::kRuntimeDirEnvVar, kDefaultThreads);
+                 host::kRuntimeDirEnvVar, kDefaultThreads, kDefaultCallTimeoutMs);
 }
 
-// Removes what this process left in the runtime directory and leaves at once:
-// the pool's threads are blocked in the transport and are not asked to stop.
-[[noreturn]] void shutdown(int signal) {
+bool parseNumber(const char* text, long min, long max, long* out) {
+    char* end = nullptr;
+    errno = 0;
+    long n = std::strtol(text, &end, 10);
+    if (errno != 0 || end == text || *end != '\0' || n < min || n > max) return false;
+    *out = n;
+    return true;
+}
+
+// Stops serving and removes what this daemon left in the runtime directory.
+// The files are removed here as well: the next daemon must not find them,
+// whatever the transport managed.
+void stop(int signal) {
+    host::shutdownTransport();
     const std::string dir = host::runtimeDirectory();
     for (const std::string& name :
-         {std::string(host::kContextObjectSocketName), "p" + std::to_string(getpid()) + ".sock"}) {
+         {std::string(host::kContextObjectSocketName), std::string("hwservicemanager.lock"),
+          "p" + std::to_string(getpid()) + ".sock"}) {
         const std::string path = dir + "/" + name;
         if (unlink(path.c_str()) != 0 && errno != ENOENT) {
             std::fprintf(stderr, "zuv_hwservicemanager: removing %s: %s\n", path.c_str(),
@@ -51,26 +78,38 @@ void usage(FILE* out) {
         }
     }
     std::fprintf(stderr, "zuv_hwservicemanager: stopped by signal %d\n", signal);
-    std::fflush(nullptr);
-    _exit(0);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
     size_t threads = kDefaultThreads;
+    long callTimeoutMs = kDefaultCallTimeoutMs;
+    std::optional<zuv_sm::Policy> policy;
     for (int i = 1; i < argc; ++i) {
         const std::string arg = argv[i];
+        long n = 0;
         if (arg == "--runtime-dir" && i + 1 < argc) {
             setenv(host::kRuntimeDirEnvVar, argv[++i], 1);
         } else if (arg == "--threads" && i + 1 < argc) {
-            char* end = nullptr;
-            unsigned long n = std::strtoul(argv[++i], &end, 10);
-            if (*end != '\0' || n == 0 || n > 64) {
+            if (!parseNumber(argv[++i], 1, 64, &n)) {
                 std::fprintf(stderr, "zuv_hwservicemanager: --threads wants 1..64\n");
                 return 2;
             }
-            threads = n;
+            threads = static_cast<size_t>(n);
+        } else if (arg == "--call-timeout-ms" && i + 1 < argc) {
+            if (!parseNumber(argv[++i], 0, 3600 * 1000, &n)) {
+                std::fprintf(stderr, "zuv_hwservicemanager: --call-timeout-ms wants 0..3600000\n");
+                return 2;
+            }
+            callTimeoutMs = n;
+        } else if (arg == "--policy" && i + 1 < argc) {
+            std::string error;
+            policy = zuv_sm::Policy::load(argv[++i], &error);
+            if (!policy) {
+                std::fprintf(stderr, "zuv_hwservicemanager: bad policy: %s\n", error.c_str());
+                return 2;
+            }
         } else if (arg == "--verbose") {
             setenv(host::kDebugEnvVar, "1", 1);
         } else if (arg == "--help" || arg == "-h") {
@@ -82,23 +121,27 @@ int main(int argc, char** argv) {
         }
     }
 
-    // Blocked before any thread starts, so that only the waiter below sees them.
+    // Blocked before any thread starts, so that only main's wait below sees them.
     sigset_t stopSignals;
     sigemptyset(&stopSignals);
     sigaddset(&stopSignals, SIGTERM);
     sigaddset(&stopSignals, SIGINT);
     sigaddset(&stopSignals, SIGHUP);
     pthread_sigmask(SIG_BLOCK, &stopSignals, nullptr);
-    std::thread([stopSignals] {
-        int signal = 0;
-        while (sigwait(&stopSignals, &signal) != 0) {
-        }
-        shutdown(signal);
-    }).detach();
 
-    ::android::hardware::configureRpcThreadpool(threads, true /* callerWillJoin */);
+    // A listener or service that does not answer must not hold a serving thread.
+    host::setCallTimeout(std::chrono::milliseconds(callTimeoutMs));
+    ::android::hardware::configureRpcThreadpool(threads, false /* callerWillJoin */);
+    ::android::hardware::ProcessState::self()->startThreadPool();
 
-    sp<IServiceManager> registry = host::makeInProcessServiceManager();
+    host::AddPolicy check;
+    if (policy) {
+        check = [rules = std::move(*policy)](pid_t pid, uid_t uid, const std::string& fqName,
+                                             const std::string& name) {
+            return rules.check(pid, uid, fqName, name);
+        };
+    }
+    sp<IServiceManager> registry = host::makeInProcessServiceManager(std::move(check));
     // Lookups made inside the daemon go straight to its own registry, never
     // through the socket back to itself.
     host::setDefaultServiceManager(registry);
@@ -117,6 +160,10 @@ int main(int argc, char** argv) {
     std::printf("ready\n");
     std::fflush(stdout);
 
-    ::android::hardware::joinRpcThreadpool();
+    int signal = 0;
+    while (sigwait(&stopSignals, &signal) != 0) {
+    }
+    stop(signal);
+    // A normal exit: the trace recorder writes at exit.
     return 0;
 }

@@ -19,13 +19,18 @@
 //                                    one serves, else the in-process registry.
 //                                    Once a process has reached a daemon it stays
 //                                    with it: while the daemon is gone, calls fail
-//                                    with DEAD_OBJECT until another one serves.
+//                                    with DEAD_OBJECT until another one serves, and
+//                                    the new one is given again, from a background
+//                                    thread, the services and listeners this
+//                                    process gave the old one.
 #pragma once
 
 #include <stdint.h>  // utils/StrongPointer.h uses uintptr_t without it
+#include <sys/types.h>
 #include <utils/StrongPointer.h>
 
 #include <chrono>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -61,8 +66,19 @@ void setPassthroughSearchPath(const std::string& colonSeparated);
 void resetPassthroughSearchPath();
 std::vector<std::string> getPassthroughSearchPath();
 
+// Decides whether the process pid (running as uid) may add name under the
+// interface fqName: an empty answer allows it, anything else is the reason it
+// may not (logged, and returned to the caller in an EX_SECURITY status).
+// Asked for every interface of the service's chain but IBase, which every
+// service has.
+using AddPolicy = std::function<std::string(pid_t pid, uid_t uid, const std::string& fqName,
+                                            const std::string& name)>;
+
 // A new, empty in-process registry, independent of the process-wide one.
-sp<::android::hidl::manager::V1_0::IServiceManager> makeInProcessServiceManager();
+// Every registration belongs to the process that added it: while that process
+// lives, nobody else may replace it. policy, when given, is asked first.
+sp<::android::hidl::manager::V1_0::IServiceManager> makeInProcessServiceManager(
+        AddPolicy policy = nullptr);
 
 // Replaces what defaultServiceManager() answers (and so what every lookup and
 // registration uses), whatever ZUV_HIDL_SERVICE_MANAGER says; null restores

@@ -2,9 +2,13 @@
 
 #include <hidl/HidlBinderSupport.h>
 #include <hidl_host/SocketTransport.h>
+#include <hwbinder/IPCThreadState.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdio>
+#include <fstream>
+#include <sstream>
 
 #include "registry/HostSettings.h"
 #include "registry/PassthroughLoader.h"
@@ -24,6 +28,28 @@ int32_t pidOf(const sp<::android::hidl::base::V1_0::IBase>& service) {
     pid_t pid = host::socketBinderPid(getOrCreateCachedBinder(service.get()));
     return pid > 0 ? static_cast<int32_t>(pid)
                    : static_cast<int32_t>(InProcessServiceManager::PidConstant::NO_PID);
+}
+
+// When pid started (clock ticks since boot), 0 when it is not running: a pid
+// alone could by now name another process.
+unsigned long long processStartTime(pid_t pid) {
+    std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
+    std::string text((std::istreambuf_iterator<char>(stat)), std::istreambuf_iterator<char>());
+    // The command name may hold spaces and parentheses; fields resume after the last ')'.
+    const size_t end = text.rfind(')');
+    if (end == std::string::npos) return 0;
+    std::istringstream fields(text.substr(end + 2));
+    std::string field;
+    // Field 22 of the file; the state (field 3) comes first here.
+    for (int i = 3; i < 22 && fields >> field; ++i) {
+    }
+    unsigned long long start = 0;
+    fields >> start;
+    return start;
+}
+
+bool ownerAlive(pid_t owner, unsigned long long start) {
+    return owner == getpid() || (start != 0 && processStartTime(owner) == start);
 }
 
 }  // namespace
@@ -51,6 +77,10 @@ Return<sp<InProcessServiceManager::IBase>> InProcessServiceManager::get(const hi
 }
 
 Return<bool> InProcessServiceManager::add(const hidl_string& name, const sp<IBase>& service) {
+    // Taken before any outgoing call: this is who asks.
+    const pid_t caller = IPCThreadState::self()->getCallingPid();
+    const uid_t callerUid = IPCThreadState::self()->getCallingUid();
+
     // An empty name would be indistinguishable from the "every instance"
     // notification request.
     if (service == nullptr || name.size() == 0) return false;
@@ -65,23 +95,63 @@ Return<bool> InProcessServiceManager::add(const hidl_string& name, const sp<IBas
         return false;
     }
 
+    // IBase is every service's; it is judged only for a service that is nothing more.
+    auto exempt = [&](const std::string& fqName) {
+        return fqName == IBase::descriptor && chain.size() > 1;
+    };
+
+    // The registry's own process (the daemon listing its manager) is trusted.
+    if (mPolicy && caller != getpid()) {
+        for (const std::string& fqName : chain) {
+            if (exempt(fqName)) continue;
+            const std::string why = mPolicy(caller, callerUid, fqName, name);
+            if (why.empty()) continue;
+            std::fprintf(stderr, "hidl-registry: refused %s/%s to pid %d uid %u: %s\n",
+                         fqName.c_str(), name.c_str(), static_cast<int>(caller),
+                         static_cast<unsigned>(callerUid), why.c_str());
+            return Status::fromExceptionCode(Status::EX_SECURITY, why.c_str());
+        }
+    }
+
     bool alive = true;
     const uint64_t link = watch(service, &alive);
     if (!alive) {
         ZUV_REGISTRY_DEBUG("add %s: the service is dead", name.c_str());
         return false;
     }
+    const unsigned long long callerStart = caller == getpid() ? 0 : processStartTime(caller);
 
     std::vector<Notification> notify;
     std::vector<Instance> replaced;  // released after the lock
     {
         std::lock_guard<std::mutex> lock(mLock);
         if (link != 0 && mDeadLinks.count(link) != 0) return false;
+        // Checked for the whole chain before anything changes.
+        for (const std::string& fqName : chain) {
+            if (exempt(fqName)) continue;
+            auto iface = mInterfaces.find(fqName);
+            if (iface == mInterfaces.end()) continue;
+            auto held = iface->second.instances.find(name);
+            if (held == iface->second.instances.end()) continue;
+            const Instance& owner = held->second;
+            if (owner.owner == caller || !ownerAlive(owner.owner, owner.ownerStart)) continue;
+            const std::string why = fqName + "/" + std::string(name) + " is registered by pid " +
+                                    std::to_string(owner.owner) +
+                                    "; only that process may replace it";
+            std::fprintf(stderr, "hidl-registry: refused %s/%s to pid %d: registered by pid %d\n",
+                         fqName.c_str(), name.c_str(), static_cast<int>(caller),
+                         static_cast<int>(owner.owner));
+            return Status::fromExceptionCode(Status::EX_SECURITY, why.c_str());
+        }
         for (const std::string& fqName : chain) {
             Interface& iface = mInterfaces[fqName];
             Instance& slot = iface.instances[name];
+            if (slot.service != nullptr && slot.owner != caller &&
+                ownerAlive(slot.owner, slot.ownerStart)) {
+                continue;  // IBase: left with its live owner
+            }
             replaced.push_back(std::move(slot));
-            slot = Instance{service, link};
+            slot = Instance{service, link, caller, callerStart};
             auto listeners = iface.instanceListeners.find(name);
             if (listeners != iface.instanceListeners.end()) {
                 for (const auto& l : listeners->second) notify.push_back({l, fqName, name});
@@ -90,8 +160,8 @@ Return<bool> InProcessServiceManager::add(const hidl_string& name, const sp<IBas
         }
         mRegistered.notify_all();
     }
-    ZUV_REGISTRY_DEBUG("registered %s/%s (%zu interfaces)", chain.front().c_str(), name.c_str(),
-                       chain.size());
+    ZUV_REGISTRY_DEBUG("registered %s/%s (%zu interfaces) for pid %d", chain.front().c_str(),
+                       name.c_str(), chain.size(), static_cast<int>(caller));
     deliver(notify, false);
     return true;
 }
@@ -224,11 +294,11 @@ void InProcessServiceManager::deliver(const std::vector<Notification>& notificat
                                       bool preexisting) {
     for (const Notification& n : notifications) {
         Return<void> ret = n.listener->onRegistration(n.fqName, n.name, preexisting);
-        if (ret.isDeadObject()) {
+        // Dead, hung past the call deadline or broken: never waited for again.
+        if (!ret.isOk()) {
+            std::fprintf(stderr, "hidl-registry: dropping a listener for %s/%s: %s\n",
+                         n.fqName.c_str(), n.name.c_str(), ret.description().c_str());
             dropListener(n.listener);
-        } else if (!ret.isOk()) {
-            ZUV_REGISTRY_DEBUG("listener for %s/%s failed: %s", n.fqName.c_str(), n.name.c_str(),
-                               ret.description().c_str());
         }
     }
 }

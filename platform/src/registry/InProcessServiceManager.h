@@ -6,6 +6,8 @@
 
 #include <android/hidl/manager/1.0/IServiceManager.h>
 #include <hidl/HidlSupport.h>
+#include <hidl_host/ServiceRegistry.h>
+#include <sys/types.h>
 
 #include <chrono>
 #include <condition_variable>
@@ -27,10 +29,18 @@ namespace details {
 // Services and listeners in other processes (proxies) are watched: when
 // their process dies, the services disappear from the registry and the
 // listeners are dropped. This is what the service-manager daemon relies on.
+//
+// A registration belongs to the process that added it (the calling process
+// while serving a transaction): until that process dies, only it may replace
+// the entry. IBase, which every service has, is not refused over: its entry
+// just stays with the live owner.
 class InProcessServiceManager : public ::android::hidl::manager::V1_0::IServiceManager {
   public:
     using IBase = ::android::hidl::base::V1_0::IBase;
     using IServiceNotification = ::android::hidl::manager::V1_0::IServiceNotification;
+
+    explicit InProcessServiceManager(host::AddPolicy policy = nullptr)
+        : mPolicy(std::move(policy)) {}
 
     Return<sp<IBase>> get(const hidl_string& fqName, const hidl_string& name) override;
     Return<bool> add(const hidl_string& name, const sp<IBase>& service) override;
@@ -53,6 +63,8 @@ class InProcessServiceManager : public ::android::hidl::manager::V1_0::IServiceM
     struct Instance {
         sp<IBase> service;
         uint64_t link = 0;  // death-notice cookie of a remote service, 0 for a local one
+        pid_t owner = 0;    // the registering process
+        unsigned long long ownerStart = 0;  // its start time, against pid reuse
     };
     struct Interface {
         std::map<std::string, Instance> instances;
@@ -75,6 +87,7 @@ class InProcessServiceManager : public ::android::hidl::manager::V1_0::IServiceM
     void onDeath(uint64_t cookie);
     void removeInstances(uint64_t link);
 
+    const host::AddPolicy mPolicy;
     std::mutex mLock;
     std::condition_variable mRegistered;  // signalled by every add()
     std::map<std::string, Interface> mInterfaces;

@@ -8,11 +8,14 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <condition_variable>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
 #include <optional>
 #include <thread>
+#include <vector>
 
 #include "registry/HostSettings.h"
 #include "registry/InProcessServiceManager.h"
@@ -76,21 +79,203 @@ bool binderAlive(const sp<IBinder>& binder) {
     return remote == nullptr ? binder != nullptr : remote->isBinderAlive();
 }
 
+void requestRecovery();
+
+// What this process gave the daemon, so that a daemon started after the
+// previous one died learns it again without the application's help. Each
+// entry remembers the daemon it last reached, so nothing is given twice.
+struct Recovery {
+    struct Service {
+        std::string name;
+        std::string descriptor;
+        sp<IBase> service;
+        sp<IBinder> givenTo;
+    };
+    struct Listener {
+        std::string fqName;
+        std::string name;
+        sp<IServiceNotification> listener;
+        sp<IBinder> givenTo;
+    };
+    std::mutex lock;
+    std::condition_variable wake;
+    bool requested = false;
+    bool threadStarted = false;
+    std::vector<Service> services;
+    std::vector<Listener> listeners;
+};
+
+// Never destroyed: the recovery thread may still wait on it at exit.
+Recovery& recovery() {
+    static Recovery* r = new Recovery();
+    return *r;
+}
+
+class DaemonDeathWatch : public IBinder::DeathRecipient {
+  public:
+    void binderDied(const wp<IBinder>& /*who*/) override { requestRecovery(); }
+};
+
+// The daemon's proxy, recording what is given to it.
+class DaemonServiceManager : public BpHwServiceManager {
+  public:
+    explicit DaemonServiceManager(const sp<IBinder>& binder)
+        : BpHwServiceManager(binder), mBinder(binder) {}
+
+    Return<bool> add(const hidl_string& name, const sp<IBase>& service) override {
+        Return<bool> ret = BpHwServiceManager::add(name, service);
+        if (!ret.isOkUnchecked() || !ret.withDefault(false)) return ret;
+        std::string iface;
+        if (!service->interfaceDescriptor([&](const hidl_string& d) { iface = d; }).isOk()) {
+            return ret;
+        }
+        Recovery& r = recovery();
+        std::lock_guard<std::mutex> lock(r.lock);
+        // A later registration of the same interface and name supersedes the earlier one.
+        r.services.erase(std::remove_if(r.services.begin(), r.services.end(),
+                                        [&](const Recovery::Service& s) {
+                                            return s.name == name && s.descriptor == iface;
+                                        }),
+                         r.services.end());
+        r.services.push_back({name, iface, service, mBinder});
+        return ret;
+    }
+
+    Return<bool> registerForNotifications(const hidl_string& fqName, const hidl_string& name,
+                                          const sp<IServiceNotification>& callback) override {
+        Return<bool> ret = BpHwServiceManager::registerForNotifications(fqName, name, callback);
+        if (ret.isOkUnchecked() && ret.withDefault(false)) {
+            Recovery& r = recovery();
+            std::lock_guard<std::mutex> lock(r.lock);
+            r.listeners.push_back({fqName, name, callback, mBinder});
+        }
+        return ret;
+    }
+
+  private:
+    const sp<IBinder> mBinder;
+};
+
 // The proxy of the daemon's manager; the dead one of a daemon that went away
 // (its calls fail with DEAD_OBJECT) until another daemon serves; null when
 // no daemon was ever reached.
-sp<IServiceManager> daemonServiceManager() {
-    std::lock_guard<std::mutex> lock(gDaemonMutex);
-    if (gDaemonManager != nullptr && binderAlive(gDaemonBinder)) return gDaemonManager;
-    sp<IBinder> binder = host::getContextObject();
-    if (binder == nullptr || !binderAlive(binder)) return gDaemonManager;
-    if (binder != gDaemonBinder) {
-        ZUV_REGISTRY_DEBUG("using the service-manager daemon in %s",
-                           host::runtimeDirectory().c_str());
-        gDaemonBinder = binder;
-        gDaemonManager = new BpHwServiceManager(binder);
+sp<IServiceManager> daemonServiceManager(sp<IBinder>* binderOut = nullptr) {
+    bool replaced = false;
+    sp<IServiceManager> manager;
+    {
+        std::lock_guard<std::mutex> lock(gDaemonMutex);
+        if (gDaemonManager == nullptr || !binderAlive(gDaemonBinder)) {
+            sp<IBinder> binder = host::getContextObject();
+            if (binder != nullptr && binderAlive(binder) && binder != gDaemonBinder) {
+                ZUV_REGISTRY_DEBUG("using the service-manager daemon in %s",
+                                   host::runtimeDirectory().c_str());
+                replaced = gDaemonBinder != nullptr;
+                gDaemonBinder = binder;
+                gDaemonManager = new DaemonServiceManager(binder);
+                // Never destroyed: an obituary may arrive while the process exits.
+                static auto* watch = new sp<DaemonDeathWatch>(new DaemonDeathWatch());
+                // A daemon already dead fails the link; the next use finds that out.
+                (void)binder->linkToDeath(*watch);
+            }
+        }
+        manager = gDaemonManager;
+        if (binderOut != nullptr) *binderOut = gDaemonBinder;
     }
-    return gDaemonManager;
+    // Found on use rather than told of the death: the new daemon still needs
+    // what this process gave the old one.
+    if (replaced) requestRecovery();
+    return manager;
+}
+
+// Gives the daemon now serving whatever it has not had from this process.
+// False when it died meanwhile.
+bool replay(const sp<IServiceManager>& sm, const sp<IBinder>& daemon) {
+    Recovery& r = recovery();
+    std::vector<Recovery::Service> services;
+    std::vector<Recovery::Listener> listeners;
+    {
+        std::lock_guard<std::mutex> lock(r.lock);
+        for (const auto& s : r.services) {
+            if (s.givenTo != daemon) services.push_back(s);
+        }
+        for (const auto& l : r.listeners) {
+            if (l.givenTo != daemon) listeners.push_back(l);
+        }
+    }
+    auto* proxy = static_cast<BpHwServiceManager*>(sm.get());
+    std::vector<sp<IBase>> refused;
+    for (const auto& s : services) {
+        // The proxy's own add: the record is already there.
+        Return<bool> ret = proxy->BpHwServiceManager::add(s.name, s.service);
+        if (ret.isDeadObject()) return false;
+        if (!ret.isOk() || !static_cast<bool>(ret)) {
+            std::fprintf(stderr, "hidl-registry: %s/%s not registered again: %s\n",
+                         s.descriptor.c_str(), s.name.c_str(),
+                         ret.isOk() ? "refused" : ret.description().c_str());
+            refused.push_back(s.service);
+        }
+    }
+    std::vector<sp<IServiceNotification>> dropped;
+    for (const auto& l : listeners) {
+        Return<bool> ret =
+                proxy->BpHwServiceManager::registerForNotifications(l.fqName, l.name, l.listener);
+        if (ret.isDeadObject()) return false;
+        if (!ret.isOk() || !static_cast<bool>(ret)) {
+            std::fprintf(stderr, "hidl-registry: listener for %s/%s not registered again: %s\n",
+                         l.fqName.c_str(), l.name.c_str(),
+                         ret.isOk() ? "refused" : ret.description().c_str());
+            dropped.push_back(l.listener);
+        }
+    }
+    std::lock_guard<std::mutex> lock(r.lock);
+    for (auto& s : r.services) s.givenTo = daemon;
+    for (auto& l : r.listeners) l.givenTo = daemon;
+    // What the new daemon refused is no longer this process's to give.
+    r.services.erase(std::remove_if(r.services.begin(), r.services.end(),
+                                    [&](const Recovery::Service& s) {
+                                        return std::find(refused.begin(), refused.end(),
+                                                         s.service) != refused.end();
+                                    }),
+                     r.services.end());
+    r.listeners.erase(std::remove_if(r.listeners.begin(), r.listeners.end(),
+                                     [&](const Recovery::Listener& l) {
+                                         return std::find(dropped.begin(), dropped.end(),
+                                                          l.listener) != dropped.end();
+                                     }),
+                      r.listeners.end());
+    ZUV_REGISTRY_DEBUG("gave a new daemon %zu services and %zu listeners", services.size(),
+                       listeners.size());
+    return true;
+}
+
+// Runs until exit: after each request, polls for a live daemon and replays.
+void recoveryLoop() {
+    Recovery& r = recovery();
+    constexpr auto kPollInterval = std::chrono::milliseconds(50);
+    while (true) {
+        {
+            std::unique_lock<std::mutex> lock(r.lock);
+            r.wake.wait(lock, [&] { return r.requested; });
+            r.requested = false;
+        }
+        while (true) {
+            sp<IBinder> daemon;
+            sp<IServiceManager> sm = daemonServiceManager(&daemon);
+            if (sm != nullptr && binderAlive(daemon) && replay(sm, daemon)) break;
+            std::this_thread::sleep_for(kPollInterval);
+        }
+    }
+}
+
+void requestRecovery() {
+    Recovery& r = recovery();
+    std::lock_guard<std::mutex> lock(r.lock);
+    r.requested = true;
+    if (!r.threadStarted) {
+        r.threadStarted = true;
+        std::thread(recoveryLoop).detach();
+    }
+    r.wake.notify_one();
 }
 
 enum class ServiceManagerMode { kAuto, kInProcess, kDaemon };
@@ -162,8 +347,8 @@ std::chrono::milliseconds getGetServiceTimeout() {
     return std::chrono::milliseconds(ms);
 }
 
-sp<IServiceManager> makeInProcessServiceManager() {
-    return new details::InProcessServiceManager();
+sp<IServiceManager> makeInProcessServiceManager(AddPolicy policy) {
+    return new details::InProcessServiceManager(std::move(policy));
 }
 
 void setDefaultServiceManager(const sp<IServiceManager>& sm) {
@@ -260,6 +445,7 @@ status_t registerAsServiceInternal(const sp<IBase>& service, const std::string& 
     if (sm == nullptr) return INVALID_OPERATION;
     Return<bool> ret = sm->add(name, service);
     if (!ret.isOk()) {
+        if (ret.getStatus().exceptionCode() == Status::EX_SECURITY) return PERMISSION_DENIED;
         status_t err = ret.getStatus().transactionError();
         return err != OK ? err : UNKNOWN_ERROR;
     }
