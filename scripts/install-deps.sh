@@ -6,7 +6,7 @@ set -euo pipefail
 packages=(
   cmake ninja-build g++ clang clang-format pkg-config libclang-rt-14-dev
   android-libutils-dev android-libcutils-dev android-liblog-dev
-  linux-libc-dev python3
+  linux-libc-dev python3 ccache
   libgtest-dev libgmock-dev libbenchmark-dev
 )
 

@@ -23,6 +23,13 @@ using android::hardware::host::BinderTranslator;
 using android::hardware::host::WireImage;
 using android::hardware::host::WireImageCodec;
 
+// The writers below leave the parcel pointing into their argument, as every
+// parcel write of a buffer does: the argument must outlive the parcel's use.
+// Temporaries (including ones converted from literals) are refused.
+status_t writeString(Parcel* p, hidl_string&& s) = delete;
+status_t writeBytes(Parcel* p, hidl_vec<uint8_t>&& v) = delete;
+status_t writeStrings(Parcel* p, hidl_vec<hidl_string>&& v) = delete;
+
 inline status_t writeString(Parcel* p, const hidl_string& s) {
     size_t handle;
     status_t err = p->writeBuffer(&s, sizeof(s), &handle);

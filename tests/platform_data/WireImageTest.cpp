@@ -22,11 +22,13 @@ using namespace zuv_test;
 TEST(WireImage, StringsAndVectorsAreFixedUpAtEveryLevelInFreshMemory) {
     const hidl_string key("calibration.key");
     const hidl_vec<uint8_t> bytes{0, 1, 2, 3, 4, 5, 6, 7, 8};
+    const hidl_vec<uint8_t> none;
     const hidl_vec<hidl_string> names{"alpha", "", "gamma-gamma-gamma"};
+    // The parcel points into these until it is flattened: they outlive it.
     Parcel in;
     ASSERT_EQ(writeString(&in, key), OK);
     ASSERT_EQ(writeBytes(&in, bytes), OK);
-    ASSERT_EQ(writeBytes(&in, hidl_vec<uint8_t>()), OK);
+    ASSERT_EQ(writeBytes(&in, none), OK);
     ASSERT_EQ(writeStrings(&in, names), OK);
 
     WireImage image;
