@@ -1,8 +1,10 @@
 #include "socket/RuntimeDir.h"
 
+#include <dirent.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <hidl_host/SocketTransport.h>
+#include <signal.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -86,6 +88,18 @@ int listenAt(const std::string& path) {
         return -1;
     }
     return fd;
+}
+
+void sweepStaleSockets(const std::string& dir) {
+    DIR* d = opendir(dir.c_str());
+    if (d == nullptr) return;
+    while (dirent* e = readdir(d)) {
+        int pid = 0;
+        if (sscanf(e->d_name, "p%d.sock", &pid) != 1 || pid <= 0 || pid == getpid()) continue;
+        if (e->d_name != "p" + std::to_string(pid) + ".sock") continue;
+        if (kill(pid, 0) != 0 && errno == ESRCH) unlinkat(dirfd(d), e->d_name, 0);
+    }
+    closedir(d);
 }
 
 void setBlocking(int fd) {

@@ -29,6 +29,10 @@ int listenAt(const std::string& path);
 // (ETIMEDOUT). -1 with errno set on failure. The socket is non-blocking.
 int connectTo(const std::string& path, pid_t* pid, uid_t* uid, Deadline deadline);
 
+// Removes the sockets of processes that no longer exist: a process killed
+// has no chance to remove its own.
+void sweepStaleSockets(const std::string& dir);
+
 // Clears O_NONBLOCK; operations that must not wait then pass MSG_DONTWAIT.
 void setBlocking(int fd);
 

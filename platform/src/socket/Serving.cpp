@@ -1,0 +1,542 @@
+// The serving loop: the pool's threads, accepting, the incoming connections
+// and stopping.
+#include <errno.h>
+#include <hwbinder/ProcessState.h>
+#include <poll.h>
+#include <sys/epoll.h>
+#include <sys/socket.h>
+#include <sys/timerfd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <system_error>
+#include <thread>
+
+#include "socket/Events.h"
+#include "socket/Runtime.h"
+#include "socket/RuntimeDir.h"
+
+namespace android {
+namespace hardware {
+namespace host {
+namespace socket {
+
+namespace {
+
+// Accepting pauses this long after the process ran out of descriptors, and
+// dying peers are looked at this often.
+constexpr long kTimerTickMs = 100;
+// How long the connections of a dead process may stay open before it is
+// buried regardless: only a descriptor handed on to another process keeps
+// one open.
+constexpr auto kBurialGrace = std::chrono::seconds(1);
+// How long shutdown waits for threads still serving a call.
+constexpr auto kShutdownWait = std::chrono::seconds(2);
+// Frames served per turn of one connection, so that one busy peer does not
+// keep a thread from the others.
+constexpr int kFramesPerTurn = 16;
+
+thread_local bool tServingThread = false;
+
+// Reports a condition once per process, not once per occurrence.
+void logOnce(std::atomic<bool>* said, const char* format, const char* detail) {
+    if (said->exchange(true)) return;
+    fprintf(stderr, format, detail);
+}
+std::atomic<bool> gSaidEmfile{false};
+std::atomic<bool> gSaidThreads{false};
+std::atomic<bool> gSaidConnections{false};
+std::atomic<bool> gSaidMemory{false};
+
+// Whether the sender waits for a reply to this frame.
+bool answers(const FrameHeader& header) {
+    return header.kind == kGrant ||
+           (header.kind == kTransact && (header.flags & IBinder::FLAG_ONEWAY) == 0);
+}
+
+std::string gSocketToRemove;  // written once, before the handler is registered
+void removeSocketAtExit() {
+    if (!gSocketToRemove.empty()) unlink(gSocketToRemove.c_str());
+}
+
+}  // namespace
+
+// --- the pool ---
+
+void Runtime::startPool() {
+    std::lock_guard<std::mutex> lock(mLock);
+    startPoolLocked();
+}
+
+void Runtime::startPoolLocked() {
+    if (mStopping) return;
+    sp<ProcessState> state = ProcessState::self();
+    const size_t configured = state->getMaxThreads();
+    // The joining caller is one of the configured threads; still, somebody
+    // must serve before it joins.
+    const size_t want =
+            std::max<size_t>(1, configured - (state->callerJoinsPool() && configured > 1 ? 1 : 0));
+    mPoolStarted = true;
+    if (mServersSpawned < want) spawnServers(want - mServersSpawned);
+}
+
+void Runtime::spawnServers(size_t count) {
+    for (size_t i = 0; i < count; ++i) {
+        try {
+            std::thread([this] { serveLoop(); }).detach();
+            ++mServersSpawned;
+        } catch (const std::system_error& e) {
+            // Fewer threads serve; the process goes on.
+            logOnce(&gSaidThreads, "hidl socket transport: cannot start a serving thread: %s\n",
+                    e.what());
+            return;
+        }
+    }
+}
+
+void Runtime::join() {
+    startPool();
+    serveLoop();
+}
+
+void Runtime::serveLoop() {
+    {
+        std::lock_guard<std::mutex> lock(mServerLock);
+        ++mServing;
+    }
+    tServingThread = true;
+    for (;;) {
+        epoll_event ev{};
+        int n = epoll_wait(mEpoll, &ev, 1, -1);
+        if (n < 0 && errno != EINTR) break;
+        if (n <= 0) continue;
+        const auto tag = static_cast<Tag>(ev.data.u64 & 0xff);
+        const uint64_t value = ev.data.u64 >> 8;
+        if (tag == kTagWake) break;
+        try {
+            dispatch(tag, value, ev.events);
+        } catch (const std::bad_alloc&) {
+            // Out of memory is not fatal: what was being served is given up
+            // or retried later, and the process goes on.
+            logOnce(&gSaidMemory, "hidl socket transport: %s\n",
+                    "out of memory; a connection or event is dropped");
+            recover(tag, value);
+        }
+    }
+    tServingThread = false;
+    {
+        std::lock_guard<std::mutex> lock(mServerLock);
+        --mServing;
+    }
+    mServerGone.notify_all();
+}
+
+void Runtime::dispatch(uint64_t tag, uint64_t value, uint32_t events) {
+    switch (tag) {
+        case kTagTimer:
+            onTimer();
+            break;
+        case kTagListen:
+            acceptPending(static_cast<int>(value));
+            break;
+        case kTagPid:
+            peerExited(static_cast<pid_t>(value));
+            break;
+        case kTagConnection:
+            serviceConnection(value, events);
+            break;
+        default:
+            break;
+    }
+}
+
+void Runtime::recover(uint64_t tag, uint64_t value) {
+    std::shared_ptr<Incoming> in;
+    {
+        std::lock_guard<std::mutex> lock(mLock);
+        switch (tag) {
+            case kTagTimer:
+            case kTagListen:
+                mAcceptPaused = mAcceptPaused || tag == kTagListen;
+                mTimerArmed = false;
+                armTimerLocked();
+                return;
+            case kTagPid: {
+                auto it = mPeers.find(static_cast<pid_t>(value));
+                if (it != mPeers.end() && !it->second->dying && it->second->pidfd >= 0) {
+                    epoll_event ev{};
+                    ev.events = EPOLLIN | EPOLLONESHOT;
+                    ev.data.u64 = tagged(kTagPid, value);
+                    epoll_ctl(mEpoll, EPOLL_CTL_MOD, it->second->pidfd, &ev);
+                }
+                return;
+            }
+            default:
+                break;
+        }
+    }
+    if (tag != kTagConnection) return;
+    {
+        std::lock_guard<std::mutex> lock(mConnLock);
+        auto it = mIncoming.find(value);
+        if (it != mIncoming.end()) in = it->second;
+    }
+    if (in != nullptr) closeIncoming(in);
+}
+
+// --- listening and accepting ---
+
+bool Runtime::ensureListening() {
+    std::lock_guard<std::mutex> lock(mLock);
+    if (mListening) return true;
+    if (mStopping || mEpoll < 0) return false;
+    const std::string dir = directoryLocked();
+    if (ensureRuntimeDirectory(dir) != OK) return false;
+    sweepStaleSockets(dir);
+    const std::string path = processSocketPath(dir, getpid());
+    mListenFd = listenAt(path);
+    if (mListenFd < 0) {
+        fprintf(stderr, "hidl socket transport: cannot listen in %s: %s\n", dir.c_str(),
+                strerror(errno));
+        return false;
+    }
+    mListening = true;
+    gSocketToRemove = path;
+    std::atexit(removeSocketAtExit);
+    epoll_event ev{};
+    ev.events = EPOLLIN | EPOLLONESHOT;
+    ev.data.u64 = tagged(kTagListen, static_cast<uint64_t>(mListenFd));
+    epoll_ctl(mEpoll, EPOLL_CTL_ADD, mListenFd, &ev);
+    startPoolLocked();
+    return true;
+}
+
+void Runtime::acceptPending(int listenFd) {
+    std::lock_guard<std::mutex> accepting(mAcceptLock);
+    bool paused = false;
+    for (int round = 0; round < 64; ++round) {
+        int fd = accept4(listenFd, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
+        if (fd < 0) {
+            if (errno == EINTR || errno == ECONNABORTED) continue;
+            if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM) {
+                // Retrying at once would spin; the open connections go on
+                // being served meanwhile.
+                logOnce(&gSaidEmfile,
+                        "hidl socket transport: out of descriptors (%s); accepting pauses and "
+                        "resumes when some are free (raise `ulimit -n` if this persists)\n",
+                        strerror(errno));
+                std::lock_guard<std::mutex> lock(mLock);
+                mAcceptPaused = true;
+                armTimerLocked();
+                paused = true;
+            }
+            break;
+        }
+        pid_t pid;
+        uid_t uid;
+        // Only this user's processes may call in.
+        if (!peerCredentials(fd, &pid, &uid) || uid != getuid()) {
+            ::close(fd);
+            continue;
+        }
+        std::lock_guard<std::mutex> lock(mLock);
+        std::shared_ptr<Peer> peer = peerLocked(pid);
+        size_t open;
+        {
+            std::lock_guard<std::mutex> conns(mConnLock);
+            open = mIncoming.size();
+        }
+        if (mStopping || open >= limits().maxConnections ||
+            peer->incoming >= limits().maxPeerConnections) {
+            // Refused at once, so the peer's call fails instead of waiting.
+            logOnce(&gSaidConnections,
+                    "hidl socket transport: refusing a connection over the limit (%s); see "
+                    "ZUV_HIDL_MAX_CONNECTIONS and ZUV_HIDL_MAX_PEER_CONNECTIONS\n",
+                    open >= limits().maxConnections ? "all peers" : "one peer");
+            ::close(fd);
+            forgetPeerIfUnusedLocked(peer);
+            continue;
+        }
+        std::lock_guard<std::mutex> conns(mConnLock);
+        const uint64_t id = mNextConnId++;
+        std::shared_ptr<Incoming> in;
+        try {
+            in = std::make_shared<Incoming>(id, peer, fd, uid, &mTotalBudget);
+            mIncoming[id] = in;
+        } catch (const std::bad_alloc&) {
+            // The connection owns the descriptor only once it exists.
+            if (in == nullptr) ::close(fd);
+            throw;
+        }
+        ++peer->incoming;
+        epoll_event ev{};
+        ev.events = EPOLLIN | EPOLLRDHUP | EPOLLONESHOT;
+        ev.data.u64 = tagged(kTagConnection, id);
+        epoll_ctl(mEpoll, EPOLL_CTL_ADD, fd, &ev);
+    }
+    if (!paused) {
+        epoll_event ev{};
+        ev.events = EPOLLIN | EPOLLONESHOT;
+        ev.data.u64 = tagged(kTagListen, static_cast<uint64_t>(listenFd));
+        epoll_ctl(mEpoll, EPOLL_CTL_MOD, listenFd, &ev);
+    }
+}
+
+void Runtime::armTimerLocked() {
+    if (mTimerArmed) return;
+    mTimerArmed = true;
+    itimerspec t{};
+    t.it_value.tv_nsec = kTimerTickMs * 1000000;
+    timerfd_settime(mTimer, 0, &t, nullptr);
+}
+
+void Runtime::onTimer() {
+    uint64_t expirations;
+    ssize_t r = ::read(mTimer, &expirations, sizeof(expirations));
+    (void)r;
+    std::vector<sp<BpHwBinder>> obituaries;
+    std::vector<sp<BHwBinder>> released;
+    {
+        std::lock_guard<std::mutex> lock(mLock);
+        mTimerArmed = false;
+        if (mStopping) return;
+        if (mAcceptPaused) {
+            mAcceptPaused = false;
+            for (int fd : {mListenFd, mContextFd}) {
+                if (fd < 0) continue;
+                epoll_event ev{};
+                ev.events = EPOLLIN | EPOLLONESHOT;
+                ev.data.u64 = tagged(kTagListen, static_cast<uint64_t>(fd));
+                epoll_ctl(mEpoll, EPOLL_CTL_MOD, fd, &ev);
+            }
+        }
+        std::vector<std::shared_ptr<Peer>> overdue;
+        bool waiting = false;
+        for (const auto& [pid, peer] : mPeers) {
+            if (!peer->dying) continue;
+            if (Clock::now() - peer->diedAt >= kBurialGrace) {
+                overdue.push_back(peer);
+            } else {
+                waiting = true;
+            }
+        }
+        for (const auto& peer : overdue) buryLocked(peer, &obituaries, &released);
+        if (waiting) armTimerLocked();
+    }
+    for (const sp<BpHwBinder>& proxy : obituaries) proxy->sendObituary();
+}
+
+// --- incoming connections ---
+
+void Runtime::rearm(Incoming* in, bool withInput) {
+    epoll_event ev{};
+    ev.events = EPOLLONESHOT | EPOLLRDHUP;
+    if (withInput) ev.events |= EPOLLIN;
+    // Frames already buffered wake the connection again at once: a socket
+    // is nearly always writable.
+    if (in->conn.outPending() || (withInput && in->conn.hasBufferedInput())) {
+        ev.events |= EPOLLOUT;
+    }
+    ev.data.u64 = tagged(kTagConnection, in->id);
+    epoll_ctl(mEpoll, EPOLL_CTL_MOD, in->conn.fd(), &ev);
+}
+
+void Runtime::serviceConnection(uint64_t id, uint32_t events) {
+    std::shared_ptr<Incoming> in;
+    {
+        std::lock_guard<std::mutex> lock(mConnLock);
+        auto it = mIncoming.find(id);
+        if (it == mIncoming.end()) return;
+        in = it->second;
+    }
+    // Never contended (the event is one-shot); it hands the connection from
+    // thread to thread visibly, to the thread sanitizer too.
+    std::lock_guard<std::mutex> owning(in->owner);
+    Connection& conn = in->conn;
+    {
+        std::lock_guard<std::mutex> lock(mOnewayLock);
+        in->busy = true;
+    }
+    for (;;) {
+        if ((events & EPOLLOUT) != 0 && conn.outPending() && conn.flush() == DEAD_OBJECT) {
+            closeIncoming(in);
+            return;
+        }
+        bool paused = false;
+        {
+            std::lock_guard<std::mutex> lock(mOnewayLock);
+            paused = in->paused;
+        }
+        if (!paused && (events & (EPOLLIN | EPOLLRDHUP | EPOLLHUP | EPOLLERR)) != 0) {
+            status_t err = conn.receive();
+            if (err != OK && err != WOULD_BLOCK && err != DEAD_OBJECT) {
+                closeIncoming(in);
+                return;
+            }
+        }
+        bool answered = false;
+        for (int served = 0; !paused && served < kFramesPerTurn; ++served) {
+            Frame frame;
+            status_t err = conn.next(&frame);
+            if (err == WOULD_BLOCK) break;
+            if (err != OK) {
+                closeIncoming(in);
+                return;
+            }
+            answered = answered || answers(frame.header);
+            bool room = true;
+            try {
+                room = serveFrame(&conn, frame);
+            } catch (const std::bad_alloc&) {
+                // Refused, not fatal: the caller's call fails, others go on.
+                logOnce(&gSaidMemory, "hidl socket transport: %s\n",
+                        "out of memory serving a call; it fails with NO_MEMORY");
+                if (answers(frame.header)) writeStatusReply(&conn, frame.header.seq, NO_MEMORY);
+            }
+            if (conn.broken()) {
+                closeIncoming(in);
+                return;
+            }
+            if (!room) {
+                std::lock_guard<std::mutex> lock(mOnewayLock);
+                // The queue may have drained meanwhile; then go on reading.
+                if (in->peer->onewayQueued >= limits().maxPeerOneway) {
+                    in->paused = true;
+                    in->peer->paused.push_back(in->id);
+                    in->busy = false;
+                    rearm(in.get(), false);
+                    return;
+                }
+            }
+        }
+        if (conn.endOfStream() && !conn.hasBufferedInput()) {
+            closeIncoming(in);
+            return;
+        }
+        if (paused || !answered || conn.hasBufferedInput()) break;
+        // A caller that was just answered usually calls again soon, on the
+        // same connection: wait for that here, unless anything else needs
+        // serving, which saves re-arming the connection for each call.
+        pollfd p[2] = {
+                {conn.fd(),
+                 static_cast<short>(POLLIN | POLLRDHUP | (conn.outPending() ? POLLOUT : 0)), 0},
+                {mEpoll, POLLIN, 0},
+        };
+        if (::poll(p, 2, -1) < 0 || p[1].revents != 0 || p[0].revents == 0) break;
+        events = 0;
+        if ((p[0].revents & POLLOUT) != 0) events |= EPOLLOUT;
+        if ((p[0].revents & (POLLIN | POLLRDHUP | POLLHUP | POLLERR)) != 0) events |= EPOLLIN;
+    }
+    // Decided under the lock that resume() takes, so that exactly one of
+    // the two re-arms it.
+    std::lock_guard<std::mutex> lock(mOnewayLock);
+    in->busy = false;
+    rearm(in.get(), !in->paused);
+}
+
+void Runtime::resume(const std::shared_ptr<Peer>& peer) {
+    // Called with the oneway lock held.
+    for (uint64_t id : peer->paused) {
+        std::shared_ptr<Incoming> in;
+        {
+            std::lock_guard<std::mutex> lock(mConnLock);
+            auto it = mIncoming.find(id);
+            if (it == mIncoming.end()) continue;
+            in = it->second;
+        }
+        in->paused = false;
+        // A thread that holds the connection re-arms it when it lets go.
+        if (!in->busy) rearm(in.get(), true);
+    }
+    peer->paused.clear();
+}
+
+void Runtime::closeIncoming(const std::shared_ptr<Incoming>& in) {
+    epoll_ctl(mEpoll, EPOLL_CTL_DEL, in->conn.fd(), nullptr);
+    {
+        std::lock_guard<std::mutex> lock(mConnLock);
+        mIncoming.erase(in->id);
+    }
+    std::vector<sp<BpHwBinder>> obituaries;
+    std::vector<sp<BHwBinder>> released;
+    std::shared_ptr<Peer> forgotten;
+    {
+        std::lock_guard<std::mutex> lock(mLock);
+        --in->peer->incoming;
+        if (in->peer->dying && in->peer->incoming == 0) {
+            buryLocked(in->peer, &obituaries, &released);
+        } else {
+            forgotten = forgetPeerIfUnusedLocked(in->peer);
+        }
+    }
+    for (const sp<BpHwBinder>& proxy : obituaries) proxy->sendObituary();
+}
+
+// --- stopping ---
+
+void Runtime::shutdown() {
+    {
+        std::lock_guard<std::mutex> lock(mLock);
+        if (mStopping) return;
+        mStopping = true;
+    }
+    // Never drained, so every serving thread sees it.
+    uint64_t one = 1;
+    ssize_t w = ::write(mWake, &one, sizeof(one));
+    (void)w;
+    {
+        // A thread inside a long call is not waited for past the bound.
+        std::unique_lock<std::mutex> lock(mServerLock);
+        const size_t self = tServingThread ? 1 : 0;
+        mServerGone.wait_for(lock, kShutdownWait, [&] { return mServing <= self; });
+    }
+    std::map<pid_t, std::shared_ptr<Peer>> peers;
+    std::unordered_map<uint64_t, std::shared_ptr<Incoming>> incoming;
+    {
+        std::lock_guard<std::mutex> lock(mLock);
+        const std::string dir = directoryLocked();
+        if (mListenFd >= 0) {
+            epoll_ctl(mEpoll, EPOLL_CTL_DEL, mListenFd, nullptr);
+            ::close(mListenFd);
+            mListenFd = -1;
+            unlink(processSocketPath(dir, getpid()).c_str());
+        }
+        if (mContextFd >= 0) {
+            epoll_ctl(mEpoll, EPOLL_CTL_DEL, mContextFd, nullptr);
+            ::close(mContextFd);
+            mContextFd = -1;
+            unlink(contextSocketPath(dir).c_str());
+            // Removed while still held, so no second server can take the
+            // old file in between.
+            unlink((dir + "/hwservicemanager.lock").c_str());
+            ::close(mContextLockFd);
+            mContextLockFd = -1;
+        }
+        for (auto& [handle, entry] : mProxies) entry.dead = true;
+        peers.swap(mPeers);
+        for (auto& [pid, peer] : peers) peer->dead = true;
+    }
+    {
+        std::lock_guard<std::mutex> lock(mConnLock);
+        incoming.swap(mIncoming);
+    }
+    for (auto& [id, in] : incoming) epoll_ctl(mEpoll, EPOLL_CTL_DEL, in->conn.fd(), nullptr);
+    for (auto& [pid, peer] : peers) {
+        {
+            std::lock_guard<std::mutex> pool(peer->poolLock);
+            peer->idle.clear();
+        }
+        peer->poolFree.notify_all();
+        std::lock_guard<std::mutex> oneway(peer->onewayLock);
+        peer->oneway.reset();
+    }
+}
+
+}  // namespace socket
+}  // namespace host
+}  // namespace hardware
+}  // namespace android
