@@ -3,7 +3,7 @@
 // loop. One instance per process, never destroyed (binder objects may be
 // released from static destructors).
 //
-// Serving: one epoll set holds the listening sockets, every incoming
+// Serving (Serving.cpp): one epoll set holds the listening sockets, every incoming
 // connection, a pidfd per peer process and a wake-up descriptor. The pool's
 // threads all wait on it; the thread that takes a connection's event owns
 // the connection until it re-arms it, reads what has arrived without
