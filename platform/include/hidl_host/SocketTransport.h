@@ -46,8 +46,10 @@ std::string runtimeDirectory();
 // well-known socket; any process of the same user may then call it. Fails
 // (ALREADY_EXISTS) when another live process serves it; a socket left behind
 // by a dead process is replaced. Fails with PERMISSION_DENIED when the
-// runtime directory is unsafe, BAD_VALUE for a null object.
-status_t serveContextObject(const sp<BHwBinder>& object);
+// runtime directory is unsafe, BAD_VALUE for a null object. With
+// listeningFd, serves on that already listening socket instead (one handed
+// over by socket activation); its file is then left to whoever made it.
+status_t serveContextObject(const sp<BHwBinder>& object, int listeningFd = -1);
 
 // A proxy to the context object of the well-known socket, or null when no
 // process serves it. The proxy keeps a connection open so the server's death

@@ -289,7 +289,7 @@ void Runtime::proxyDestroyed(uint64_t handle) {
 
 // --- the context object ---
 
-status_t Runtime::serveContextObject(const sp<BHwBinder>& object) {
+status_t Runtime::serveContextObject(const sp<BHwBinder>& object, int listeningFd) {
     if (object == nullptr) return BAD_VALUE;
     if (!ensureListening()) return PERMISSION_DENIED;
     std::lock_guard<std::mutex> lock(mLock);
@@ -304,7 +304,14 @@ status_t Runtime::serveContextObject(const sp<BHwBinder>& object) {
         ::close(lockFd);
         return ALREADY_EXISTS;
     }
-    int fd = listenAt(contextSocketPath(dir));
+    int fd = listeningFd;
+    if (fd >= 0) {
+        // Handed over (socket activation): whoever made it keeps its file.
+        fcntl(fd, F_SETFD, FD_CLOEXEC);
+        fcntl(fd, F_SETFL, fcntl(fd, F_GETFL) | O_NONBLOCK);
+    } else {
+        fd = listenAt(contextSocketPath(dir));
+    }
     if (fd < 0) {
         fprintf(stderr, "hidl socket transport: cannot listen on %s: %s\n",
                 contextSocketPath(dir).c_str(), strerror(errno));
@@ -313,6 +320,7 @@ status_t Runtime::serveContextObject(const sp<BHwBinder>& object) {
     }
     mContextLockFd = lockFd;
     mContextFd = fd;
+    mContextFileOwned = listeningFd < 0;
     mContext = object;
     epoll_event ev{};
     ev.events = EPOLLIN | EPOLLONESHOT;
@@ -371,8 +379,8 @@ SocketTransportStats Runtime::stats() {
 
 }  // namespace socket
 
-status_t serveContextObject(const sp<BHwBinder>& object) {
-    return socket::Runtime::get().serveContextObject(object);
+status_t serveContextObject(const sp<BHwBinder>& object, int listeningFd) {
+    return socket::Runtime::get().serveContextObject(object, listeningFd);
 }
 
 sp<IBinder> getContextObject() {

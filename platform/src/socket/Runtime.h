@@ -109,7 +109,7 @@ class Runtime {
     void proxyDestroyed(uint64_t handle);
     const sp<Transport>& link() const { return mLink; }
 
-    status_t serveContextObject(const sp<BHwBinder>& object);
+    status_t serveContextObject(const sp<BHwBinder>& object, int listeningFd);
     sp<IBinder> getContextObject();
     SocketTransportStats stats();
     void shutdown();
@@ -186,6 +186,7 @@ class Runtime {
     int mListenFd = -1;
     int mContextFd = -1;
     int mContextLockFd = -1;
+    bool mContextFileOwned = true;  // false for a socket handed over
     sp<BHwBinder> mContext;
     NodeTable mNodes;
 

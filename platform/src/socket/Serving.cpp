@@ -509,7 +509,7 @@ void Runtime::shutdown() {
             epoll_ctl(mEpoll, EPOLL_CTL_DEL, mContextFd, nullptr);
             ::close(mContextFd);
             mContextFd = -1;
-            unlink(contextSocketPath(dir).c_str());
+            if (mContextFileOwned) unlink(contextSocketPath(dir).c_str());
             // Removed while still held, so no second server can take the
             // old file in between.
             unlink((dir + "/hwservicemanager.lock").c_str());
