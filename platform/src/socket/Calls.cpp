@@ -10,6 +10,7 @@
 
 #include "socket/Runtime.h"
 #include "socket/RuntimeDir.h"
+#include "socket/SharedRegion.h"
 
 namespace android {
 namespace hardware {
@@ -192,7 +193,7 @@ thread_local size_t tNesting = 0;
 
 }  // namespace
 
-std::unique_ptr<Connection> Runtime::connectPeer(pid_t pid, Deadline deadline) {
+std::unique_ptr<Connection> Runtime::connectPeer(pid_t pid, Deadline deadline, bool twoWay) {
     std::string dir;
     {
         std::lock_guard<std::mutex> lock(mLock);
@@ -209,7 +210,33 @@ std::unique_ptr<Connection> Runtime::connectPeer(pid_t pid, Deadline deadline) {
     }
     // A caller's own connection blocks in its waits without a deadline.
     setBlocking(fd);
-    return std::make_unique<Connection>(fd, pid, serverUid);
+    auto conn = std::make_unique<Connection>(fd, pid, serverUid);
+    if (twoWay && fastPathEnabled()) offerFastPath(conn.get(), deadline);
+    return conn;
+}
+
+void Runtime::offerFastPath(Connection* conn, Deadline deadline) {
+    int memfd = -1;
+    std::unique_ptr<SharedRegion> region = SharedRegion::create(&memfd);
+    if (region == nullptr) return;
+    FrameHeader offer{};
+    offer.magic = kFrameMagic;
+    offer.kind = kShmOffer;
+    offer.fdCount = 1;
+    offer.seq = mNextSeq.fetch_add(1, std::memory_order_relaxed);
+    status_t err = conn->send(offer, nullptr, 0, nullptr, 0, {memfd}, deadline, false);
+    ::close(memfd);
+    if (err != OK) return;
+    Frame answer;
+    err = conn->waitFrame(&answer, deadline);
+    closeAll(answer.fds);
+    // A peer without the fast path declines; the connection stays a socket.
+    if (err == OK && answer.header.kind == kReply && answer.header.seq == offer.seq &&
+        answer.header.status == OK) {
+        conn->attachShared(std::move(region), true);
+    } else if (err != OK || answer.header.kind != kReply) {
+        conn->markBroken();
+    }
 }
 
 status_t Runtime::takeConnection(const std::shared_ptr<Peer>& peer, Deadline deadline,
@@ -235,7 +262,8 @@ status_t Runtime::takeConnection(const std::shared_ptr<Peer>& peer, Deadline dea
         }
         ++peer->outgoing;
     }
-    *out = connectPeer(peer->pid, deadline);
+    *out = connectPeer(peer->pid, deadline, true);
+    if (*out != nullptr && (*out)->broken()) out->reset();
     if (*out != nullptr) return OK;
     const bool timedOut = errno == ETIMEDOUT;
     {
@@ -345,7 +373,7 @@ status_t Runtime::sendOneway(const std::shared_ptr<Peer>& peer, const FrameHeade
     std::lock_guard<std::mutex> lock(peer->onewayLock);
     if (peer->dead) return DEAD_OBJECT;
     if (peer->oneway == nullptr || peer->oneway->broken()) {
-        peer->oneway = connectPeer(peer->pid, deadline);
+        peer->oneway = connectPeer(peer->pid, deadline, false);
         if (peer->oneway == nullptr) return errno == ETIMEDOUT ? TIMED_OUT : DEAD_OBJECT;
     }
     status_t err = writeFrame(peer->oneway.get(), header, table, image, deadline, mayQueue);
@@ -424,6 +452,21 @@ bool Runtime::serveFrame(Connection* conn, Frame& frame) {
         }
         case kRelease:
             releaseNode(header.node, conn->pid(), header.code);
+            return true;
+        case kShmOffer: {
+            std::unique_ptr<SharedRegion> region;
+            if (fastPathEnabled() && !conn->shared()) region = SharedRegion::adopt(frame.fds[0]);
+            closeAll(frame.fds);
+            frame.fds.clear();
+            // Answered on the socket, where the peer waits, before the
+            // mailboxes take over.
+            writeStatusReply(conn, header.seq, region != nullptr ? OK : INVALID_OPERATION);
+            if (region != nullptr && !conn->attachShared(std::move(region), false)) {
+                conn->markBroken();
+            }
+            return true;
+        }
+        case kDoorbell:
             return true;
         default:
             // A reply nobody waits for: the stream is out of step.

@@ -12,6 +12,7 @@
 #include <new>
 
 #include "socket/Limits.h"
+#include "socket/SharedRegion.h"
 
 namespace android {
 namespace hardware {
@@ -27,6 +28,9 @@ constexpr size_t kKeepInput = 64 * 1024;
 // Bytes a connection keeps for a peer that does not read: more than one
 // largest frame, so that a reader that is merely slow is not dropped.
 constexpr size_t kMaxOutBytes = 2 * kMaxTransactionSize + 64 * 1024;
+// A waiter on the mailbox looks at the socket this often (a dead peer's end
+// of stream arrives there).
+constexpr int kSharedWaitSliceMs = 10;
 
 std::atomic<size_t> gOpenConnections{0};
 
@@ -58,7 +62,8 @@ int timeoutMs(Deadline deadline) {
 
 bool headerIsSane(const FrameHeader& h) {
     if (h.magic != kFrameMagic || h.reserved != 0) return false;
-    if (h.kind < kTransact || h.kind > kRelease) return false;
+    if (h.kind < kTransact || h.kind > kShmOffer) return false;
+    if (h.kind == kShmOffer) return h.payloadSize == 0 && h.fdCount == 1 && h.tableCount == 0;
     if (h.fdCount > limits().maxFrameFds) return false;
     if (h.tableCount > limits().maxFrameRefs) return false;
     const size_t table = static_cast<size_t>(h.tableCount) * sizeof(BinderRef);
@@ -77,7 +82,7 @@ Connection::Connection(int fd, pid_t pid, uid_t uid, ByteBudget* peerBudget,
 Connection::~Connection() {
     for (const FdBatch& batch : mFds) closeFds(batch.fds);
     for (const OutChunk& chunk : mOut) closeFds(chunk.fds);
-    unreserve(mIn.size() + mOutBytes);
+    unreserve(mIn.size() + mOutBytes + (mShared != nullptr ? sizeof(SharedLayout) : 0));
     ::close(mFd);
     gOpenConnections.fetch_sub(1, std::memory_order_relaxed);
 }
@@ -200,6 +205,58 @@ status_t Connection::send(const FrameHeader& header, const void* table, size_t t
             {const_cast<void*>(table), tableSize},
             {const_cast<void*>(image), imageSize},
     };
+    if (mShared != nullptr) return sendShared(iov, fds, deadline, mayQueue);
+    return sendSocket(iov, fds, deadline, mayQueue);
+}
+
+status_t Connection::sendShared(iovec* iov, const std::vector<int>& fds, Deadline deadline,
+                                bool mayQueue) {
+    Mailbox& box = mShared->out(mClientSide);
+    const size_t total = iov[0].iov_len + iov[1].iov_len + iov[2].iov_len;
+    bool onSocket = true;
+    if (fds.empty() && total <= kSlotBytes && mOut.empty()) {
+        size_t at = 0;
+        for (int i = 0; i < 3; ++i) {
+            if (iov[i].iov_len == 0) continue;
+            memcpy(box.bytes + at, iov[i].iov_base, iov[i].iov_len);
+            at += iov[i].iov_len;
+        }
+        box.mseq = mOutNumber++;
+        box.kind = kInline;
+        box.length = static_cast<uint32_t>(total);
+        onSocket = false;
+    } else {
+        // Too big for the mailbox, or with descriptors: the frame goes over
+        // the socket and the mailbox says so, in its turn.
+        status_t err = sendSocket(iov, fds, deadline, mayQueue);
+        if (err != OK) return err;
+        box.mseq = mOutNumber++;
+        box.kind = kOnSocket;
+        box.length = 0;
+    }
+    // Sequentially consistent with the receiver's store of its state: one of
+    // the two always sees the other's.
+    box.seq.fetch_add(1, std::memory_order_seq_cst);
+    switch (box.rxState.load(std::memory_order_seq_cst)) {
+        case kRxSpinning:
+            return OK;
+        case kRxSleeping:
+            futexWake(&box.seq);
+            return OK;
+        default: {
+            if (onSocket) return OK;  // the frame itself wakes it
+            FrameHeader bell{};
+            bell.magic = kFrameMagic;
+            bell.kind = kDoorbell;
+            iovec bellIov[3] = {{&bell, sizeof(bell)}, {nullptr, 0}, {nullptr, 0}};
+            static const std::vector<int> kNoFds;
+            return sendSocket(bellIov, kNoFds, deadline, mayQueue);
+        }
+    }
+}
+
+status_t Connection::sendSocket(iovec* iov, const std::vector<int>& fds, Deadline deadline,
+                                bool mayQueue) {
     // What is kept goes first, to keep the stream in order.
     while (!mOut.empty()) {
         status_t err = flush();
@@ -209,7 +266,6 @@ status_t Connection::send(const FrameHeader& header, const void* table, size_t t
         err = waitWritable(deadline);
         if (err != OK) return err;
     }
-
     size_t iovFirst = 0;
     alignas(cmsghdr) unsigned char control[CMSG_SPACE(sizeof(int) * kMaxFrameFds)];
     bool sendFds = !fds.empty();
@@ -330,6 +386,59 @@ status_t Connection::receive(bool wait) {
 status_t Connection::next(Frame* frame) {
     frame->fds.clear();
     if (mBroken) return DEAD_OBJECT;
+    if (mShared != nullptr) {
+        status_t err = takeShared(frame);
+        if (err != WOULD_BLOCK) return err;
+    }
+    for (;;) {
+        status_t err = nextOnSocket(frame);
+        if (err != OK) return err;
+        if (mShared == nullptr) return OK;
+        // A doorbell only wakes the reader; the message is in the mailbox.
+        if (frame->header.kind == kDoorbell) {
+            err = takeShared(frame);
+            if (err != WOULD_BLOCK) return err;
+            continue;
+        }
+        ++mInNumber;
+        return OK;
+    }
+}
+
+status_t Connection::takeShared(Frame* frame) {
+    Mailbox& box = mShared->in(mClientSide);
+    const uint32_t seq = box.seq.load(std::memory_order_acquire);
+    if (seq == mSeenSeq) return WOULD_BLOCK;
+    // Copied before anything is believed: the peer may still be writing.
+    const uint64_t number = box.mseq;
+    const uint32_t kind = box.kind;
+    const size_t length = std::min<size_t>(box.length, kSlotBytes);
+    if (number < mInNumber) {
+        mSeenSeq = seq;  // announces a frame the socket already delivered
+        return WOULD_BLOCK;
+    }
+    if (number != mInNumber || (kind != kInline && kind != kOnSocket)) {
+        return breakWith(BAD_VALUE);
+    }
+    if (kind == kOnSocket) {
+        mSeenSeq = seq;  // the socket's next frame is the message
+        return WOULD_BLOCK;
+    }
+    mSharedIn.assign(box.bytes, box.bytes + length);
+    mSeenSeq = seq;
+    ++mInNumber;
+    if (length < sizeof(FrameHeader)) return breakWith(BAD_VALUE);
+    memcpy(&frame->header, mSharedIn.data(), sizeof(FrameHeader));
+    if (!headerIsSane(frame->header) || frame->header.fdCount != 0 ||
+        frame->header.kind == kDoorbell || frame->header.kind == kShmOffer ||
+        sizeof(FrameHeader) + frame->header.payloadSize != length) {
+        return breakWith(BAD_VALUE);
+    }
+    frame->payload = mSharedIn.data() + sizeof(FrameHeader);
+    return OK;
+}
+
+status_t Connection::nextOnSocket(Frame* frame) {
     const uint64_t start = mBase + mStart;
     // Descriptors that came with no frame of their own.
     if (!mFds.empty() && mFds.front().pos < start) return breakWith(BAD_VALUE);
@@ -363,14 +472,54 @@ status_t Connection::waitFrame(Frame* frame, Deadline deadline) {
         if (!mOut.empty() && flush() == DEAD_OBJECT) return DEAD_OBJECT;
         // With nothing to send and no deadline, one blocking receive does
         // what a poll and a receive would.
-        err = receive(!deadline && mOut.empty());
+        err = receive(mShared == nullptr && !deadline && mOut.empty());
         if (err == OK || err == DEAD_OBJECT) continue;
         if (err != WOULD_BLOCK) return err;
+        if (mShared != nullptr && mOut.empty()) {
+            if (deadline && Clock::now() >= *deadline) return breakWith(TIMED_OUT);
+            waitShared(deadline);
+            continue;
+        }
         pollfd p{mFd, static_cast<short>(POLLIN | (mOut.empty() ? 0 : POLLOUT)), 0};
         int n = ::poll(&p, 1, timeoutMs(deadline));
         if (n < 0 && errno != EINTR) return breakWith(DEAD_OBJECT);
         if (n == 0) return breakWith(TIMED_OUT);
     }
+}
+
+void Connection::waitShared(Deadline deadline) {
+    Mailbox& box = mShared->in(mClientSide);
+    box.rxState.store(kRxSpinning, std::memory_order_seq_cst);
+    if (!mSpin->spin([&] { return box.seq.load(std::memory_order_acquire) != mSeenSeq; })) {
+        box.rxState.store(kRxSleeping, std::memory_order_seq_cst);
+        // Woken by the sender; the timeout lets a dead peer's end of stream
+        // and the deadline be seen, since the socket is not watched meanwhile.
+        int ms = timeoutMs(deadline);
+        ms = ms < 0 ? kSharedWaitSliceMs : std::min(ms, kSharedWaitSliceMs);
+        futexWait(&box.seq, mSeenSeq, ms);
+    }
+    box.rxState.store(kRxAway, std::memory_order_seq_cst);
+}
+
+bool Connection::attachShared(std::unique_ptr<SharedRegion> region, bool clientSide) {
+    if (!reserve(sizeof(SharedLayout))) return false;
+    mShared = std::move(region);
+    mClientSide = clientSide;
+    mSpin = std::make_unique<SpinBudget>();
+    // A fresh region: the peer's first message makes it 1, possibly before
+    // this side has attached.
+    mSeenSeq = 0;
+    return true;
+}
+
+bool Connection::spinForMessage() {
+    if (mShared == nullptr) return false;
+    Mailbox& box = mShared->in(mClientSide);
+    box.rxState.store(kRxSpinning, std::memory_order_seq_cst);
+    bool got = mSpin->spin([&] { return box.seq.load(std::memory_order_acquire) != mSeenSeq; });
+    box.rxState.store(kRxAway, std::memory_order_seq_cst);
+    // Seen after going away, or the sender saw us spinning and rang no bell.
+    return got || box.seq.load(std::memory_order_seq_cst) != mSeenSeq;
 }
 
 status_t Connection::read(FrameHeader* header, const uint8_t** payload, std::vector<int>* fds) {

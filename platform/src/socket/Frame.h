@@ -14,6 +14,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -27,6 +28,8 @@ enum FrameKind : uint16_t {
     kReply = 2,     // answers the frame with the same seq; status set
     kGrant = 3,     // exporter: let pid `code` hold node too (answered by kReply)
     kRelease = 4,   // exporter: the sender drops `code` references to node
+    kDoorbell = 5,  // look at the shared mailbox (fast path)
+    kShmOffer = 6,  // the region of a fast path, as its one descriptor (answered by kReply)
 };
 
 struct FrameHeader {
@@ -67,6 +70,9 @@ constexpr size_t kMaxFrameFds = 253;
 // Checks what can be checked of a header alone, the configured limits on
 // descriptors and references included.
 bool headerIsSane(const FrameHeader& header);
+
+class SharedRegion;
+class SpinBudget;
 
 using Clock = std::chrono::steady_clock;
 // When a wait gives up; none waits as long as it takes.
@@ -135,6 +141,15 @@ class Connection {
     // The next frame, however long it takes.
     status_t read(FrameHeader* header, const uint8_t** payload, std::vector<int>* fds);
 
+    // From now on, frames that fit travel through the region's mailboxes
+    // (clientSide: this end opened the connection); the socket carries the
+    // rest and the doorbells. False when the budget does not allow it.
+    bool attachShared(std::unique_ptr<SharedRegion> region, bool clientSide);
+    bool shared() const { return mShared != nullptr; }
+    // Server side, after an answer: watches the mailbox for the budget's
+    // time; true when a message came.
+    bool spinForMessage();
+
     // Set when the stream is out of step and must not be reused.
     bool broken() const { return mBroken; }
     void markBroken() { mBroken = true; }
@@ -156,6 +171,11 @@ class Connection {
     void unreserve(size_t bytes);
     status_t breakWith(status_t err);
     status_t queue(const iovec* iov, size_t iovCount, const std::vector<int>* fds);
+    status_t sendSocket(iovec* iov, const std::vector<int>& fds, Deadline deadline, bool mayQueue);
+    status_t sendShared(iovec* iov, const std::vector<int>& fds, Deadline deadline, bool mayQueue);
+    status_t takeShared(Frame* frame);
+    status_t nextOnSocket(Frame* frame);
+    void waitShared(Deadline deadline);
     status_t waitWritable(Deadline deadline);
 
     const int mFd;
@@ -175,6 +195,15 @@ class Connection {
 
     std::deque<OutChunk> mOut;
     size_t mOutBytes = 0;
+
+    // The fast path, once attached.
+    std::unique_ptr<SharedRegion> mShared;
+    bool mClientSide = false;
+    uint64_t mOutNumber = 0;         // messages sent, by either road
+    uint64_t mInNumber = 0;          // messages taken
+    uint32_t mSeenSeq = 0;           // the inbound mailbox's seq last looked at
+    std::vector<uint8_t> mSharedIn;  // a message copied out of the mailbox
+    std::unique_ptr<SpinBudget> mSpin;
 };
 
 int timeoutMs(Deadline deadline);

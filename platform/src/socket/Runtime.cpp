@@ -18,6 +18,7 @@
 
 #include "socket/Events.h"
 #include "socket/RuntimeDir.h"
+#include "socket/SharedRegion.h"
 
 namespace android {
 namespace hardware {
@@ -351,6 +352,8 @@ sp<IBinder> Runtime::getContextObject() {
     }
     setBlocking(fd);
     auto conn = std::make_unique<Connection>(fd, pid, uid);
+    if (fastPathEnabled()) offerFastPath(conn.get(), deadline);
+    if (conn->broken()) return nullptr;
     sp<IBinder> proxy = proxyFor(pid, 0, 0);
     ProxyTarget target;
     if (proxyTarget(proxy->remoteBinder()->handle(), &target) && !target.dead) {

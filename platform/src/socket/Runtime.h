@@ -158,7 +158,8 @@ class Runtime {
     void resume(const std::shared_ptr<Peer>& peer);
 
     // Calls.
-    std::unique_ptr<Connection> connectPeer(pid_t pid, Deadline deadline);
+    std::unique_ptr<Connection> connectPeer(pid_t pid, Deadline deadline, bool twoWay);
+    void offerFastPath(Connection* conn, Deadline deadline);
     status_t takeConnection(const std::shared_ptr<Peer>& peer, Deadline deadline,
                             std::unique_ptr<Connection>* out);
     void returnConnection(const std::shared_ptr<Peer>& peer, std::unique_ptr<Connection> conn);

@@ -418,6 +418,12 @@ void Runtime::serviceConnection(uint64_t id, uint32_t events) {
             return;
         }
         if (paused || !answered || conn.hasBufferedInput()) break;
+        // On the fast path the next call comes through the mailbox: watched
+        // for a moment without a system call.
+        if (conn.spinForMessage()) {
+            events = 0;
+            continue;
+        }
         // A caller that was just answered usually calls again soon, on the
         // same connection: wait for that here, unless anything else needs
         // serving, which saves re-arming the connection for each call.

@@ -1,0 +1,117 @@
+#include "socket/SharedRegion.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <hidl_host/SocketTransport.h>
+#include <linux/futex.h>
+#include <strings.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <climits>
+#include <cstddef>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+#include "socket/Limits.h"
+
+namespace android {
+namespace hardware {
+namespace host {
+
+namespace {
+std::atomic<int> gFastPath{-1};  // -1: not yet read from the environment
+}  // namespace
+
+void setFastPath(bool enabled) {
+    gFastPath.store(enabled ? 1 : 0);
+}
+
+namespace socket {
+
+static_assert(std::atomic<uint32_t>::is_always_lock_free, "futex words must be plain words");
+static_assert(sizeof(std::atomic<uint32_t>) == sizeof(uint32_t), "futex words are 32 bits");
+static_assert(offsetof(Mailbox, mseq) == 64, "the control words fill one cache line");
+
+bool fastPathEnabled() {
+    int on = gFastPath.load();
+    if (on < 0) {
+        const char* env = getenv(kFastPathEnvVar);
+        on = env != nullptr && (strcmp(env, "1") == 0 || strcasecmp(env, "on") == 0 ||
+                                strcasecmp(env, "true") == 0 || strcasecmp(env, "yes") == 0);
+        gFastPath.store(on);
+    }
+    return on == 1;
+}
+
+int fastPathSpinMicros() {
+    static const int micros = [] {
+        const char* env = getenv(kFastPathSpinEnvVar);
+        if (env == nullptr || *env == '\0') return 50;
+        char* end = nullptr;
+        long v = strtol(env, &end, 10);
+        if (*end != '\0' || v < 0 || v > 10000) {
+            fprintf(stderr, "hidl socket transport: ignoring %s=%s (wants 0..10000); using 50\n",
+                    kFastPathSpinEnvVar, env);
+            return 50;
+        }
+        return static_cast<int>(v);
+    }();
+    return micros;
+}
+
+SharedRegion::~SharedRegion() {
+    munmap(mLayout, sizeof(SharedLayout));
+}
+
+std::unique_ptr<SharedRegion> SharedRegion::create(int* fd) {
+    *fd = memfd_create("zuv-hidl-fast-path", MFD_CLOEXEC | MFD_ALLOW_SEALING);
+    if (*fd < 0) return nullptr;
+    if (ftruncate(*fd, sizeof(SharedLayout)) != 0 ||
+        fcntl(*fd, F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL) != 0) {
+        ::close(*fd);
+        *fd = -1;
+        return nullptr;
+    }
+    void* p = mmap(nullptr, sizeof(SharedLayout), PROT_READ | PROT_WRITE, MAP_SHARED, *fd, 0);
+    if (p == MAP_FAILED) {
+        ::close(*fd);
+        *fd = -1;
+        return nullptr;
+    }
+    // Fresh memfd pages read as zero: every word starts at its idle value.
+    return std::unique_ptr<SharedRegion>(new (std::nothrow)
+                                                 SharedRegion(static_cast<SharedLayout*>(p)));
+}
+
+std::unique_ptr<SharedRegion> SharedRegion::adopt(int fd) {
+    struct stat st {};
+    const int seals = fcntl(fd, F_GET_SEALS);
+    // Unsealed, the peer could shrink it and fault us on access.
+    if (fstat(fd, &st) != 0 || static_cast<size_t>(st.st_size) != sizeof(SharedLayout) ||
+        seals < 0 || (seals & (F_SEAL_SHRINK | F_SEAL_SEAL)) != (F_SEAL_SHRINK | F_SEAL_SEAL)) {
+        return nullptr;
+    }
+    void* p = mmap(nullptr, sizeof(SharedLayout), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+    if (p == MAP_FAILED) return nullptr;
+    return std::unique_ptr<SharedRegion>(new (std::nothrow)
+                                                 SharedRegion(static_cast<SharedLayout*>(p)));
+}
+
+void futexWait(std::atomic<uint32_t>* word, uint32_t expected, int timeoutMs) {
+    timespec ts{timeoutMs / 1000, (timeoutMs % 1000) * 1000000L};
+    syscall(SYS_futex, reinterpret_cast<uint32_t*>(word), FUTEX_WAIT, expected, &ts, nullptr, 0);
+}
+
+void futexWake(std::atomic<uint32_t>* word) {
+    syscall(SYS_futex, reinterpret_cast<uint32_t*>(word), FUTEX_WAKE, INT_MAX, nullptr, nullptr, 0);
+}
+
+}  // namespace socket
+}  // namespace host
+}  // namespace hardware
+}  // namespace android

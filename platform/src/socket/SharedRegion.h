@@ -1,0 +1,131 @@
+// The shared-memory fast path of one connection: a region both processes
+// map, with one mailbox per direction. A connection carries one two-way call
+// at a time and each side speaks only after hearing from the other, so a
+// single slot per direction is enough: the next message is never written
+// before the previous one has been taken.
+//
+// The peer can write the region at any time: everything read from it is
+// copied out before it is checked, and nothing in it is trusted beyond the
+// bounds of the slot.
+#pragma once
+
+#include <sched.h>
+#include <sys/types.h>
+#include <utils/Errors.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+#include "socket/Frame.h"
+
+namespace android {
+namespace hardware {
+namespace host {
+namespace socket {
+
+// Frames larger than this go over the socket.
+constexpr size_t kSlotBytes = 16 * 1024;
+
+struct Mailbox {
+    std::atomic<uint32_t> seq;      // bumped for every message; the futex word
+    std::atomic<uint32_t> rxState;  // what the receiver does, below
+    uint32_t pad0[14];
+    uint64_t mseq;    // the message's number in this direction
+    uint32_t kind;    // kInline: in bytes; kOnSocket: the next socket frame
+    uint32_t length;  // of bytes
+    uint8_t bytes[kSlotBytes];
+};
+
+struct SharedLayout {
+    Mailbox toServer;
+    Mailbox toClient;
+};
+
+enum MailKind : uint32_t { kInline = 1, kOnSocket = 2 };
+// The receiver's state, which tells the sender how to reach it.
+enum RxState : uint32_t {
+    kRxAway = 0,      // not looking: ring the doorbell on the socket
+    kRxSpinning = 1,  // watching seq: nothing to do
+    kRxSleeping = 2,  // in a futex wait on seq: wake it
+};
+
+class SharedRegion {
+  public:
+    ~SharedRegion();
+    SharedRegion(const SharedRegion&) = delete;
+    SharedRegion& operator=(const SharedRegion&) = delete;
+
+    // A fresh region for a connection this process opened; *fd is the memfd
+    // to hand to the peer (the caller closes it once sent).
+    static std::unique_ptr<SharedRegion> create(int* fd);
+    // The region a peer offered, checked: exact size, sealed so it cannot
+    // shrink under us. Null when it does not pass.
+    static std::unique_ptr<SharedRegion> adopt(int fd);
+
+    Mailbox& out(bool client) { return client ? mLayout->toServer : mLayout->toClient; }
+    Mailbox& in(bool client) { return client ? mLayout->toClient : mLayout->toServer; }
+
+  private:
+    explicit SharedRegion(SharedLayout* layout) : mLayout(layout) {}
+    SharedLayout* mLayout;
+};
+
+// Futex wait on word while it equals expected, up to timeoutMs.
+void futexWait(std::atomic<uint32_t>* word, uint32_t expected, int timeoutMs);
+void futexWake(std::atomic<uint32_t>* word);
+
+// The fast path's settings: whether this process offers and accepts it
+// (ZUV_HIDL_FAST_PATH, host::setFastPath) and how long a waiting side spins
+// before it sleeps (ZUV_HIDL_FAST_PATH_SPIN_US).
+bool fastPathEnabled();
+int fastPathSpinMicros();
+
+// How long a waiter spins, adapted to whether spinning pays off: halved
+// after a spin that found nothing, doubled after one that did, within the
+// configured bound. One per connection side.
+class SpinBudget {
+  public:
+    // Spins until ready() or the budget runs out; true when ready.
+    template <typename Ready>
+    bool spin(Ready ready);
+
+  private:
+    int mMicros = -1;  // -1: the configured bound
+};
+
+inline void cpuRelax() {
+#if defined(__x86_64__) || defined(__i386__)
+    __builtin_ia32_pause();
+#endif
+}
+
+template <typename Ready>
+bool SpinBudget::spin(Ready ready) {
+    const int bound = fastPathSpinMicros();
+    if (mMicros < 0 || mMicros > bound) mMicros = bound;
+    const auto end = Clock::now() + std::chrono::microseconds(mMicros);
+    for (unsigned i = 0;; ++i) {
+        if (ready()) {
+            mMicros = std::min(bound, std::max(1, mMicros * 2));
+            return true;
+        }
+        // Now and then the peer may need this CPU to make progress.
+        if ((i & 63) == 63) {
+            if (Clock::now() >= end) break;
+            sched_yield();
+        } else {
+            cpuRelax();
+        }
+    }
+    mMicros /= 2;
+    return false;
+}
+
+}  // namespace socket
+}  // namespace host
+}  // namespace hardware
+}  // namespace android
