@@ -40,6 +40,7 @@ enum Code : uint32_t {
     kBlock = 11,          // tells the hub (kNotify) and never answers
     kBlob = 13,           // int32 size, buffer -> size, byte sum
     kReturn = 14,         // binder -> the same binder
+    kReadFd = 15,         // native handle of one fd -> the int32 read from it
     kRegister = 100,      // hub: int32 tag, binder
     kNotify = 101,        // hub: int32 value
 };
@@ -155,6 +156,18 @@ class TestObject : public BHwBinder {
                 for (int32_t i = 0; i < size; ++i) sum += static_cast<const uint8_t*>(bytes)[i];
                 reply->writeInt32(size);
                 reply->writeUint64(sum);
+                break;
+            }
+            case kReadFd: {
+                const native_handle_t* handle = nullptr;
+                status_t err = data.readNativeHandleNoDup(&handle);
+                if (err != OK) return err;
+                int32_t got = -1;
+                if (handle == nullptr || handle->numFds != 1 ||
+                    ::read(handle->data[0], &got, sizeof(got)) != sizeof(got)) {
+                    return android::BAD_VALUE;
+                }
+                reply->writeInt32(got);
                 break;
             }
             case kReturn: {

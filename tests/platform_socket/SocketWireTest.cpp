@@ -1,5 +1,6 @@
 // What a peer writes is untrusted: raw frames against a live peer, sizes at
 // and over the limit and the runtime directory's permissions.
+#include <cutils/native_handle.h>
 #include <hidl_host/WireImage.h>
 #include <sys/stat.h>
 
@@ -158,7 +159,7 @@ TEST_F(RawFrameTest, UnparsableFramesCloseTheConnectionAndThePeerSurvives) {
     EXPECT_EQ(echoed, 7);
 }
 
-TEST_F(SocketTest, TransactionsUpToTheLimitPassAndLargerOnesFailAtTheSender) {
+TEST_F(SocketTest, LargeTransactionsAndDescriptorsPassUpToTheLimit) {
     sp<IBinder> object = startPeer();
     ASSERT_NE(object, nullptr);
     for (size_t size : {size_t{900} * 1024, size_t{2} << 20}) {
@@ -185,6 +186,22 @@ TEST_F(SocketTest, TransactionsUpToTheLimitPassAndLargerOnesFailAtTheSender) {
         EXPECT_EQ(gotSize, static_cast<int32_t>(size));
         EXPECT_EQ(gotSum, sum);
     }
+    // A descriptor reaches the peer as one it can read from.
+    int pipeFds[2];
+    ASSERT_EQ(pipe(pipeFds), 0);
+    const int32_t written = 0x5a5a;
+    ASSERT_EQ(write(pipeFds[1], &written, sizeof(written)), static_cast<ssize_t>(sizeof(written)));
+    native_handle_t* handle = native_handle_create(1, 0);
+    handle->data[0] = pipeFds[0];
+    Parcel data, reply;
+    data.writeNativeHandleNoDup(handle);
+    ASSERT_EQ(object->transact(peer::kReadFd, data, &reply), OK);
+    int32_t read = 0;
+    reply.readInt32(&read);
+    EXPECT_EQ(read, written);
+    native_handle_close(handle);
+    native_handle_delete(handle);
+    close(pipeFds[1]);
     EXPECT_EQ(echo(object, 3).value, 3);
 }
 
