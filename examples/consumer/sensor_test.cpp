@@ -42,8 +42,11 @@ TEST(SensorTest, MockedServiceAnswersThroughProxyAndStub) {
     EXPECT_EQ(mode, "fast");
     EXPECT_EQ(fp->testInit(), 7);
     EXPECT_EQ(fp->match(callback, 1, "user", hidl_vec<uint8_t>{1, 2}, "", 2), 0);
-    // An operation nobody expected answers zero.
+    // Operations nobody expected answer zero or a default value.
     EXPECT_EQ(fp->cancel(), 0);
+    hidl_string user = "unset";
+    EXPECT_TRUE(fp->retrieveUser(1, [&](const hidl_string& u) { user = u; }).isOk());
+    EXPECT_EQ(user, "");
 
     EXPECT_TRUE(::testing::Mock::VerifyAndClearExpectations(service.get()));
     EXPECT_TRUE(::testing::Mock::VerifyAndClearExpectations(callback.get()));

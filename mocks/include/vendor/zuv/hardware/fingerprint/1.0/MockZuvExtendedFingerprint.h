@@ -17,7 +17,36 @@ namespace V1_0 {
 // added here leaves the mock abstract, and it no longer compiles.
 class MockZuvExtendedFingerprint : public IZuvExtendedFingerprint {
   public:
-    MockZuvExtendedFingerprint() { details::useZeroForUnsetResults(); }
+    MockZuvExtendedFingerprint() {
+        details::useZeroForUnsetResults();
+        // A stub ends the process when a result callback is not called, as
+        // on a device; unless told otherwise, answer a default value.
+        ON_CALL(*this, testParamGet).WillByDefault(details::AnswerWithDefaultValue());
+        ON_CALL(*this, testImageQuality).WillByDefault(details::AnswerWithDefaultValue());
+        ON_CALL(*this, psfCalibraton).WillByDefault(details::AnswerWithDefaultValue());
+        ON_CALL(*this, calibratePsfSettings).WillByDefault(details::AnswerWithDefaultValue());
+        ON_CALL(*this, runPsfVerification).WillByDefault(details::AnswerWithDefaultValue());
+        ON_CALL(*this, testDigital).WillByDefault(details::AnswerWithDefaultValue());
+        ON_CALL(*this, testTemperature).WillByDefault(details::AnswerWithDefaultValue());
+        ON_CALL(*this, testContactResistance).WillByDefault(details::AnswerWithDefaultValue());
+        ON_CALL(*this, captouchCalibration).WillByDefault(details::AnswerWithDefaultValue());
+        ON_CALL(*this, testTft).WillByDefault(details::AnswerWithDefaultValue());
+        ON_CALL(*this, testRx).WillByDefault(details::AnswerWithDefaultValue());
+        ON_CALL(*this, testTx).WillByDefault(details::AnswerWithDefaultValue());
+        ON_CALL(*this, dbiasCalibration).WillByDefault(details::AnswerWithDefaultValue());
+        ON_CALL(*this, testNoise).WillByDefault(details::AnswerWithDefaultValue());
+        ON_CALL(*this, readInfo).WillByDefault(details::AnswerWithDefaultValue());
+        ON_CALL(*this, calibrationGet).WillByDefault(details::AnswerWithDefaultValue());
+        ON_CALL(*this, getOtpValue).WillByDefault(details::AnswerWithDefaultValue());
+        ON_CALL(*this, retrieveUser).WillByDefault(details::AnswerWithDefaultValue());
+        ON_CALL(*this, getFrameworkInfo).WillByDefault(details::AnswerWithDefaultValue());
+        ON_CALL(*this, enumEnrollments).WillByDefault(details::AnswerWithDefaultValue());
+        ON_CALL(*this, getEnrollRecord).WillByDefault(details::AnswerWithDefaultValue());
+        ON_CALL(*this, getDebugData).WillByDefault(details::AnswerWithDefaultValue());
+        ON_CALL(*this, processRequest).WillByDefault(details::AnswerWithDefaultValue());
+        ON_CALL(*this, getMfgValue).WillByDefault(details::AnswerWithDefaultValue());
+        ON_CALL(*this, getConfigValue).WillByDefault(details::AnswerWithDefaultValue());
+    }
 
     MOCK_METHOD(::android::hardware::Return<int32_t>, testInit, (), (override));
     MOCK_METHOD(::android::hardware::Return<int32_t>, testDeinit, (), (override));

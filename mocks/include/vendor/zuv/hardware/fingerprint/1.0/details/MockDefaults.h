@@ -1,4 +1,4 @@
-// What a mocked operation returns when no expectation or ON_CALL says
+// What a mocked operation answers when no expectation or ON_CALL says
 // otherwise.
 #pragma once
 
@@ -6,6 +6,9 @@
 #include <hidl/Status.h>
 
 #include <cstdint>
+#include <functional>
+#include <tuple>
+#include <type_traits>
 
 namespace vendor {
 namespace zuv {
@@ -28,6 +31,23 @@ inline void useZeroForUnsetResults() {
     }();
     (void)once;
 }
+
+template <typename Callback>
+struct ResultOf;
+template <typename T>
+struct ResultOf<std::function<void(const T&)>> {
+    using type = T;
+};
+
+// Calls the result callback (the last argument) once with a default value.
+struct AnswerWithDefaultValue {
+    template <typename... Args>
+    ::android::hardware::Return<void> operator()(Args&&... args) const {
+        auto&& callback = std::get<sizeof...(Args) - 1>(std::forward_as_tuple(args...));
+        callback(typename ResultOf<std::decay_t<decltype(callback)>>::type{});
+        return ::android::hardware::Return<void>();
+    }
+};
 
 }  // namespace details
 }  // namespace V1_0
