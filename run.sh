@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Entry point for everything: ./run.sh demo | test | build | bench | fuzz
+# Entry point for everything: ./run.sh demo | test | build | bench | fuzz | package
 set -euo pipefail
 cd "$(dirname "$0")"
 
@@ -32,12 +32,17 @@ case "${1:-}" in
     build
     ./scripts/demo.sh "build/$preset"
     ;;
+  package)
+    build
+    (cd "build/$preset" && cpack -G DEB)
+    ls "build/$preset"/packages/*.deb
+    ;;
   fuzz)
     setup
     ./scripts/fuzz.sh
     ;;
   *)
-    echo "usage: $0 demo|test|build|bench|fuzz" >&2
+    echo "usage: $0 demo|test|build|bench|fuzz|package" >&2
     exit 2
     ;;
 esac

@@ -2,7 +2,9 @@
 // own runtime directory.
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <sstream>
@@ -102,6 +104,36 @@ TEST_F(LshalTest, ListsTheExampleServiceWithItsProcessPingAndInterfaceChain) {
     EXPECT_TRUE(std::any_of(full.lines.begin(), full.lines.end(),
                             [&](const std::string& l) { return l.rfind(debugPrefix, 0) == 0; }));
 }
+
+#ifdef ZUV_SOCKET_ACTIVATE_PATH
+// As systemd starts it from the installed units: the socket exists before the
+// daemon, which serves it and, stopping, leaves it to systemd for the next.
+TEST_F(LshalTest, DaemonServesTheSocketSystemdHandsOver) {
+    const std::string run = mDir.path() + "/run";
+    const std::string socketPath = run + "/hwservicemanager.sock";
+    ASSERT_EQ(0, mkdir(run.c_str(), 0700));
+    // The daemon starts on the first connection: the service's registration.
+    auto sm = Process::start({ZUV_SOCKET_ACTIVATE_PATH, "-l", socketPath, ZUV_SERVICEMANAGER_PATH,
+                              "--runtime-dir", run},
+                             env());
+    ASSERT_TRUE(sm);
+    auto service = started({ZUV_FINGERPRINT_SERVICE_PATH});
+    ASSERT_TRUE(service && sm->line("ready"));
+
+    Listing listing = lshal({});
+    EXPECT_EQ(0, listing.exitCode);
+    EXPECT_EQ((std::vector<std::string>{kFingerprint, "default", std::to_string(service->pid()),
+                                        "hwbinder"}),
+              listing.row(kFingerprint, "default"));
+
+    sm->signal(SIGTERM);
+    auto status = sm->waitExit(kStopTimeout);
+    ASSERT_TRUE(status && WIFEXITED(*status));
+    EXPECT_EQ(0, WEXITSTATUS(*status));
+    EXPECT_EQ(0, access(socketPath.c_str(), F_OK)) << "the handed-over socket was removed";
+    EXPECT_NE(0, access((run + "/hwservicemanager.lock").c_str(), F_OK));
+}
+#endif
 
 }  // namespace
 }  // namespace zuv_mp

@@ -23,7 +23,7 @@
 
 #include "FakeDaxAndroidServices.h"
 #include "FakeExtendedFingerprint.h"
-#include "MiniJson.h"
+#include "TraceEvents.h"
 
 namespace zuv_trace_test {
 namespace {
@@ -81,18 +81,19 @@ TEST_F(TraceExportTest, LoopbackCallNestsClientAroundServerOnTheCallingThread) {
     double lastTs = 0;
     bool processNamed = false, threadNamed = false;
     for (const Json& e : events) {
-        EXPECT_EQ(getpid(), static_cast<pid_t>(e.num("pid")));
-        if (e.str("ph") == "M") {
-            processNamed |= e.str("name") == "process_name";
-            threadNamed |= e.str("name") == "thread_name" && e.num("tid") == currentTid();
+        EXPECT_EQ(getpid(), static_cast<pid_t>(e.value("pid", -1.0)));
+        if (e.value("ph", "") == "M") {
+            processNamed |= e.value("name", "") == "process_name";
+            threadNamed |=
+                    e.value("name", "") == "thread_name" && e.value("tid", -1.0) == currentTid();
             continue;
         }
-        EXPECT_EQ(currentTid(), static_cast<long>(e.num("tid")));
-        EXPECT_GE(e.num("ts"), lastTs);
-        lastTs = e.num("ts");
-        if (e.str("ph") == "B") {
-            ASSERT_NE(nullptr, e.get("args"));
-            EXPECT_EQ("vendor.zuv.hardware.fingerprint@1.0", e.get("args")->str("package"));
+        EXPECT_EQ(currentTid(), static_cast<long>(e.value("tid", -1.0)));
+        EXPECT_GE(e.value("ts", -1.0), lastTs);
+        lastTs = e.value("ts", -1.0);
+        if (e.value("ph", "") == "B") {
+            ASSERT_TRUE(e.contains("args"));
+            EXPECT_EQ("vendor.zuv.hardware.fingerprint@1.0", e.at("args").value("package", ""));
         }
     }
     EXPECT_TRUE(processNamed);
@@ -140,8 +141,9 @@ TEST_F(TraceExportTest, ConcurrentCallsStayWholeAndNestedPerThread) {
 
     std::map<long, std::vector<std::string>> perThread;
     for (const Json& e : traceEvents(host::traceJson())) {
-        if (e.str("cat") == "hidl") {
-            perThread[static_cast<long>(e.num("tid"))].push_back(e.str("ph") + " " + e.str("name"));
+        if (e.value("cat", "") == "hidl") {
+            perThread[static_cast<long>(e.value("tid", -1.0))].push_back(e.value("ph", "") + " " +
+                                                                         e.value("name", ""));
         }
     }
     ASSERT_EQ(static_cast<size_t>(kThreads), perThread.size());
@@ -183,14 +185,14 @@ TEST_F(TraceExportTest, OnewayPassthroughCallEndingOnAnotherThreadIsOneAsyncSlic
     const std::string name = "IDaxAndroidServices::setTimer (passthrough)";
     std::vector<const Json*> found;
     for (const Json& e : events) {
-        if (e.str("name") == name) found.push_back(&e);
+        if (e.value("name", "") == name) found.push_back(&e);
     }
     ASSERT_EQ(2u, found.size());
-    EXPECT_EQ("b", found[0]->str("ph"));
-    EXPECT_EQ("e", found[1]->str("ph"));
-    EXPECT_EQ(found[0]->str("id"), found[1]->str("id"));
-    EXPECT_EQ(currentTid(), static_cast<long>(found[0]->num("tid")));
-    EXPECT_NE(currentTid(), static_cast<long>(found[1]->num("tid")));
+    EXPECT_EQ("b", found[0]->value("ph", ""));
+    EXPECT_EQ("e", found[1]->value("ph", ""));
+    EXPECT_EQ(found[0]->value("id", ""), found[1]->value("id", ""));
+    EXPECT_EQ(currentTid(), static_cast<long>(found[0]->value("tid", -1.0)));
+    EXPECT_NE(currentTid(), static_cast<long>(found[1]->value("tid", -1.0)));
     EXPECT_EQ("0", otherData(host::traceJson(), "unmatchedEnds"));
 }
 

@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "MiniJson.h"
 #include "ProcessHarness.h"
+#include "TraceEvents.h"
 
 namespace zuv_trace_test {
 namespace {
@@ -68,7 +68,7 @@ TEST_F(TraceProcessTest, EnvironmentVariableWritesTheTraceAtExitCappedAsConfigur
     EXPECT_EQ((std::vector<std::string>{"B " + kClient, "B " + kServer, "E " + kServer,
                                         "E " + kClient}),
               slices(events, "hidl"));
-    for (const Json& e : events) EXPECT_EQ(pid, static_cast<pid_t>(e.num("pid")));
+    for (const Json& e : events) EXPECT_EQ(pid, static_cast<pid_t>(e.value("pid", -1.0)));
     // libcutils discards the sections unless the shim is preloaded.
     EXPECT_TRUE(slices(events, "atrace").empty());
 

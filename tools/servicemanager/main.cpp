@@ -8,6 +8,7 @@
 #include <hidl_host/SocketTransport.h>
 #include <hwbinder/ProcessState.h>
 #include <signal.h>
+#include <systemd/sd-daemon.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -17,6 +18,7 @@
 #include <cstring>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "Policy.h"
 
@@ -49,7 +51,9 @@ void usage(FILE* out) {
                  "                        notification (default %ld; 0 waits for ever)\n"
                  "  --verbose             report registrations, deaths and lookups on stderr\n"
                  "A name belongs to the process that registered it until that process dies.\n"
-                 "Prints \"ready\" on stdout once it serves; SIGTERM or SIGINT stops it.\n",
+                 "Prints \"ready\" on stdout once it serves; SIGTERM or SIGINT stops it.\n"
+                 "Started by systemd socket activation, it serves the one listening socket\n"
+                 "handed over instead of making its own.\n",
                  host::kRuntimeDirEnvVar, kDefaultThreads, kDefaultCallTimeoutMs);
 }
 
@@ -62,15 +66,32 @@ bool parseNumber(const char* text, long min, long max, long* out) {
     return true;
 }
 
+// The listening socket systemd handed over, or -1 when started without one.
+// Only a Unix stream socket is of use; anything else is a unit written wrong.
+int activationSocket() {
+    const int n = sd_listen_fds(1 /* unset the variables: children must not see them */);
+    if (n <= 0) return n < 0 ? -2 : -1;
+    if (n != 1 || sd_is_socket_unix(SD_LISTEN_FDS_START, SOCK_STREAM, 1, nullptr, 0) <= 0) {
+        std::fprintf(stderr,
+                     "zuv_hwservicemanager: socket activation must hand over exactly one "
+                     "listening Unix stream socket (got %d descriptors)\n",
+                     n);
+        return -2;
+    }
+    return SD_LISTEN_FDS_START;
+}
+
 // Stops serving and removes what this daemon left in the runtime directory.
 // The files are removed here as well: the next daemon must not find them,
-// whatever the transport managed.
-void stop(int signal) {
+// whatever the transport managed. A socket handed over belongs to whoever
+// made it (systemd keeps listening on it to start the next daemon).
+void stop(int signal, bool ownsContextSocket) {
     host::shutdownTransport();
     const std::string dir = host::runtimeDirectory();
-    for (const std::string& name :
-         {std::string(host::kContextObjectSocketName), std::string("hwservicemanager.lock"),
-          "p" + std::to_string(getpid()) + ".sock"}) {
+    std::vector<std::string> names = {"hwservicemanager.lock",
+                                      "p" + std::to_string(getpid()) + ".sock"};
+    if (ownsContextSocket) names.emplace_back(host::kContextObjectSocketName);
+    for (const std::string& name : names) {
         const std::string path = dir + "/" + name;
         if (unlink(path.c_str()) != 0 && errno != ENOENT) {
             std::fprintf(stderr, "zuv_hwservicemanager: removing %s: %s\n", path.c_str(),
@@ -121,6 +142,9 @@ int main(int argc, char** argv) {
         }
     }
 
+    const int handedOver = activationSocket();
+    if (handedOver == -2) return 2;
+
     // Blocked before any thread starts, so that only main's wait below sees them.
     sigset_t stopSignals;
     sigemptyset(&stopSignals);
@@ -149,7 +173,7 @@ int main(int argc, char** argv) {
     (void)registry->add("default", registry).isOk();
 
     sp<BnHwServiceManager> stub = new BnHwServiceManager(registry);
-    status_t err = host::serveContextObject(stub);
+    status_t err = host::serveContextObject(stub, handedOver);
     if (err != OK) {
         std::fprintf(stderr, "zuv_hwservicemanager: cannot serve %s/%s: %s\n",
                      host::runtimeDirectory().c_str(), host::kContextObjectSocketName,
@@ -159,11 +183,12 @@ int main(int argc, char** argv) {
     }
     std::printf("ready\n");
     std::fflush(stdout);
+    sd_notify(0, "READY=1");
 
     int signal = 0;
     while (sigwait(&stopSignals, &signal) != 0) {
     }
-    stop(signal);
+    stop(signal, handedOver < 0);
     // A normal exit: the trace recorder writes at exit.
     return 0;
 }
