@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "ProcessHarness.h"
@@ -117,6 +118,12 @@ TEST_F(LshalTest, DaemonServesTheSocketSystemdHandsOver) {
                               "--runtime-dir", run},
                              env());
     ASSERT_TRUE(sm);
+    // The socket appears once systemd-socket-activate listens, a moment later.
+    for (auto end = Clock::now() + kLineTimeout;
+         access(socketPath.c_str(), F_OK) != 0 && Clock::now() < end;) {
+        std::this_thread::sleep_for(10ms);
+    }
+    ASSERT_EQ(0, access(socketPath.c_str(), F_OK)) << "systemd-socket-activate did not listen";
     auto service = started({ZUV_FINGERPRINT_SERVICE_PATH});
     ASSERT_TRUE(service && sm->line("ready"));
 
