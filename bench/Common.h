@@ -7,6 +7,7 @@
 #include <sys/types.h>
 #include <utils/StrongPointer.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -37,6 +38,18 @@ bool rawRoundTrip(int fd);
 bool readFull(int fd, void* data, size_t size);
 bool writeFull(int fd, const void* data, size_t size);
 
+// A futex ping-pong in memory shared by two processes: word is 1 while a
+// ping waits for its answer and 2 once answered. With spin, each side spins a
+// little before it sleeps and a wake is made only for a side that sleeps.
+struct alignas(64) FutexPair {
+    std::atomic<uint32_t> word{0};
+    std::atomic<uint32_t> serverAsleep{0};
+    std::atomic<uint32_t> clientAsleep{0};
+};
+// One round trip; false when no answer came within a second.
+bool futexPing(FutexPair* pair, bool spin);
+[[noreturn]] void futexServe(FutexPair* pair, bool spin);
+
 // A peer is this program started again with "--role NAME ARGS...". It talks
 // to its parent on descriptor 3 (the control socket) and finds the one
 // descriptor it is handed, if any, at 4.
@@ -50,6 +63,9 @@ struct Child {
 
 Child spawn(const std::string& role, const std::vector<std::string>& args,
             const std::vector<std::string>& env = {}, int passFd = -1);
+// Another program, found next to this one, started the same way.
+Child spawnProgram(const std::string& name, const std::vector<std::string>& args,
+                   const std::vector<std::string>& env = {}, int passFd = -1);
 // Waits for the byte a peer sends once it serves; false on timeout or death.
 bool awaitReady(const Child& child, int timeoutMs = 10000);
 // Kills and reaps; every child still running is stopped at exit, on SIGINT

@@ -11,6 +11,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <mutex>
 #include <set>
@@ -92,12 +93,11 @@ void installCleanup() {
     signal(SIGPIPE, SIG_IGN);
 }
 
-Child spawn(const std::string& role, const std::vector<std::string>& args,
-            const std::vector<std::string>& env, int passFd) {
+namespace {
+
+Child start(std::vector<std::string> argStrings, const std::vector<std::string>& env, int passFd) {
     // Everything the child needs is prepared here: between fork and exec a
     // threaded parent's child may only make async-signal-safe calls.
-    std::vector<std::string> argStrings{"/proc/self/exe", "--role", role};
-    argStrings.insert(argStrings.end(), args.begin(), args.end());
     std::vector<char*> argv;
     for (auto& a : argStrings) argv.push_back(a.data());
     argv.push_back(nullptr);
@@ -140,6 +140,24 @@ Child spawn(const std::string& role, const std::vector<std::string>& args,
     child.pid = pid;
     child.control = control[0];
     return child;
+}
+
+}  // namespace
+
+Child spawn(const std::string& role, const std::vector<std::string>& args,
+            const std::vector<std::string>& env, int passFd) {
+    std::vector<std::string> argv{"/proc/self/exe", "--role", role};
+    argv.insert(argv.end(), args.begin(), args.end());
+    return start(std::move(argv), env, passFd);
+}
+
+Child spawnProgram(const std::string& name, const std::vector<std::string>& args,
+                   const std::vector<std::string>& env, int passFd) {
+    std::error_code ignored;
+    auto path = std::filesystem::read_symlink("/proc/self/exe", ignored).parent_path() / name;
+    std::vector<std::string> argv{path.string()};
+    argv.insert(argv.end(), args.begin(), args.end());
+    return start(std::move(argv), env, passFd);
 }
 
 bool awaitReady(const Child& child, int timeoutMs) {

@@ -3,14 +3,11 @@
 #include <hidl/HidlTransportSupport.h>
 #include <hidl_host/SocketTransport.h>
 #include <hwbinder/Binder.h>
-#include <linux/futex.h>
 #include <sys/epoll.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
-#include <sys/syscall.h>
 #include <sys/un.h>
 #include <unistd.h>
-#include <vendor/zuv/hardware/fingerprint/1.0/BnHwZuvExtendedFingerprint.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/BpHwZuvExtendedFingerprint.h>
 
 #include <algorithm>
@@ -20,7 +17,6 @@
 #include <thread>
 
 #include "Common.h"
-#include "FakeExtendedFingerprint.h"
 #ifdef ZUV_BENCH_HAVE_GRPC
 #include "GrpcEcho.h"
 #endif
@@ -132,24 +128,12 @@ int serveEpoll(const std::string& path) {
     }
 }
 
-long futex(std::atomic<uint32_t>* word, int op, uint32_t value) {
-    return syscall(SYS_futex, reinterpret_cast<uint32_t*>(word), op, value, nullptr, nullptr, 0);
-}
-
-// The other half of the futex ping-pong (the word is 1 while a ping waits
-// for its answer, 2 once answered).
-[[noreturn]] void serveFutex(int memfd) {
-    void* map = mmap(nullptr, sizeof(std::atomic<uint32_t>), PROT_READ | PROT_WRITE, MAP_SHARED,
-                     memfd, 0);
+// Answers the futex ping-pong of pair `index` of the shared memory at fd 4.
+[[noreturn]] void serveFutex(int memfd, int index, bool spin) {
+    void* map = mmap(nullptr, 2 * sizeof(FutexPair), PROT_READ | PROT_WRITE, MAP_SHARED, memfd, 0);
     if (map == MAP_FAILED) _exit(1);
-    auto* word = static_cast<std::atomic<uint32_t>*>(map);
     signalReady();
-    for (;;) {
-        uint32_t v;
-        while ((v = word->load(std::memory_order_acquire)) != 1) futex(word, FUTEX_WAIT, v);
-        word->store(2, std::memory_order_release);
-        futex(word, FUTEX_WAKE, 1);
-    }
+    futexServe(static_cast<FutexPair*>(map) + index, spin);
 }
 
 // Runs blocks of echo calls on request: the parent writes a block size and
@@ -172,15 +156,17 @@ int callOnRequest() {
     return 0;
 }
 
-// One of the scaling row's clients: in phase k (from start, each phaseNs
-// long) it calls the transport's echo object when k is even and the epoll
-// server when k is odd, and reports both counts at the end.
-int callInPhases(const std::string& epollPath, int64_t startNs, int64_t phaseNs, int phases) {
+// One of the scaling row's clients: in phase k (from the start time its
+// parent sends once every client is ready, each phaseNs long) it calls the transport's echo object
+// when k is even and the epoll server when k is odd, and reports both counts at the end.
+int callInPhases(const std::string& epollPath, int64_t phaseNs, int phases) {
     sp<IBinder> remote = host::getContextObject();
     int raw = connectTo(epollPath);
     if (remote == nullptr || raw < 0 || !echoCall(remote, 0) || !rawRoundTrip(raw)) return 1;
     signalReady();
     auto now = [] { return std::chrono::nanoseconds(Clock::now().time_since_epoch()).count(); };
+    int64_t startNs = 0;
+    if (!readFull(kControlFd, &startNs, sizeof(startNs))) return 1;
     int64_t counts[2] = {0, 0};
     if (now() > startNs) counts[0] = counts[1] = -1;  // late: the phases are not comparable
     while (now() < startNs) std::this_thread::sleep_for(std::chrono::microseconds(200));
@@ -218,15 +204,15 @@ int holdConnection() {
 
 int runRole(const std::string& role, const std::vector<std::string>& args) {
     if (role == "echo-server") return serve(new EchoObject);
-    if (role == "fingerprint-server") {
-        return serve(new fp::BnHwZuvExtendedFingerprint(new zuv_test::FakeExtendedFingerprint));
-    }
     if (role == "raw-server") serveRaw(kPassedFd);
-    if (role == "futex-server") serveFutex(kPassedFd);
+    if (role == "futex-server" && args.size() == 1) {
+        const bool spin = args[0] == "spin";
+        serveFutex(kPassedFd, spin ? 1 : 0, spin);
+    }
     if (role == "epoll-server" && args.size() == 1) return serveEpoll(args[0]);
     if (role == "call-client") return callOnRequest();
-    if (role == "phase-client" && args.size() == 4) {
-        return callInPhases(args[0], std::stoll(args[1]), std::stoll(args[2]), std::stoi(args[3]));
+    if (role == "phase-client" && args.size() == 3) {
+        return callInPhases(args[0], std::stoll(args[1]), std::stoi(args[2]));
     }
     if (role == "idle-client") return holdConnection();
 #ifdef ZUV_BENCH_HAVE_GRPC

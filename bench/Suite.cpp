@@ -14,12 +14,10 @@
 #include <hidl_host/Instrumentation.h>
 #include <hidl_host/Loopback.h>
 #include <hidl_host/SocketTransport.h>
-#include <linux/futex.h>
 #include <poll.h>
 #include <stdlib.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/BnHwZuvExtendedFingerprint.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/BpHwZuvExtendedFingerprint.h>
@@ -52,10 +50,10 @@ constexpr const char* kFastPathEnvVar = "ZUV_HIDL_FAST_PATH";
 // The processes the rows talk to, started once before the first row.
 struct Peers {
     std::string dir;
-    Child echo, raw, futex, epoll, grpc, fastEcho, fastClient;
+    Child echo, raw, futex, spin, epoll, grpc, fastEcho, fastClient;
     sp<IBinder> remote;
     int rawFd = -1;
-    std::atomic<uint32_t>* word = nullptr;
+    FutexPair* futexPairs = nullptr;  // [0] plain, [1] with spin
     std::string fastProblem = "not started";
 #ifdef ZUV_BENCH_HAVE_GRPC
     std::unique_ptr<GrpcEchoClient> grpcClient;
@@ -68,20 +66,6 @@ void place(Placement p, std::initializer_list<const Child*> servers) {
     const Cpus cpus = cpusFor(p);
     placeProcess(getpid(), cpus.client);
     for (const Child* c : servers) placeProcess(c->pid, cpus.server);
-}
-
-long futex(std::atomic<uint32_t>* word, int op, uint32_t value, const timespec* timeout) {
-    return syscall(SYS_futex, reinterpret_cast<uint32_t*>(word), op, value, timeout, nullptr, 0);
-}
-
-bool futexRoundTrip(std::atomic<uint32_t>* word) {
-    word->store(1, std::memory_order_release);
-    futex(word, FUTEX_WAKE, 1, nullptr);
-    const timespec second{1, 0};
-    while (word->load(std::memory_order_acquire) == 1) {
-        if (futex(word, FUTEX_WAIT, 1, &second) != 0 && errno == ETIMEDOUT) return false;
-    }
-    return true;
 }
 
 template <typename Call>
@@ -162,11 +146,12 @@ void BM_FastPath(benchmark::State& state, Placement p) {
         for (auto _ : state) state.SkipWithError(gPeers.fastProblem.c_str());
         return;
     }
-    place(p, {&gPeers.fastEcho, &gPeers.futex, &gPeers.raw});
+    place(p, {&gPeers.fastEcho, &gPeers.futex, &gPeers.spin, &gPeers.raw});
     placeProcess(gPeers.fastClient.pid, cpusFor(p).client);
-    sideBySide(state, {"fast", "futex", "raw"}, 200, [](size_t s, int n) {
+    sideBySide(state, {"fast", "futex", "spin", "raw"}, 200, [](size_t s, int n) {
         if (s == 0) return remoteBlock(gPeers.fastClient, n);
-        if (s == 1) return timed(n, [] { return futexRoundTrip(gPeers.word); });
+        if (s == 1) return timed(n, [] { return futexPing(&gPeers.futexPairs[0], false); });
+        if (s == 2) return timed(n, [] { return futexPing(&gPeers.futexPairs[1], true); });
         return timed(n, raw);
     });
 }
@@ -234,29 +219,37 @@ void BM_Oneway(benchmark::State& state) {
 }
 
 // `clients` processes call the echo object and the epoll echo server in
-// alternating 100 ms phases; the totals per second of each side.
+// alternating 50 ms phases; the totals per second of each side.
 void BM_Scaling(benchmark::State& state) {
     const int clients = static_cast<int>(state.range(0));
-    constexpr int kPhases = 10;
-    constexpr int64_t kPhaseNs = 100'000'000;
+    constexpr int kPhases = 20;
+    constexpr int64_t kPhaseNs = 50'000'000;
     place(Placement::None, {&gPeers.echo, &gPeers.epoll});
     for (auto _ : state) {
-        const int64_t start = std::chrono::nanoseconds(Clock::now().time_since_epoch()).count() +
-                              500'000'000 + clients * 100'000'000LL;
         std::vector<Child> children;
         for (int i = 0; i < clients; ++i) {
             children.push_back(
-                    spawn("phase-client", {gPeers.dir + "/epoll.sock", std::to_string(start),
-                                           std::to_string(kPhaseNs), std::to_string(kPhases)}));
+                    spawn("phase-client", {gPeers.dir + "/epoll.sock", std::to_string(kPhaseNs),
+                                           std::to_string(kPhases)}));
+        }
+        std::string failed;
+        for (Child& c : children) {
+            if (!awaitReady(c)) failed = "a client could not call both servers";
+        }
+        const int64_t start =
+                std::chrono::nanoseconds(Clock::now().time_since_epoch()).count() + 20'000'000;
+        for (Child& c : children) {
+            if (failed.empty() && !writeFull(c.control, &start, sizeof(start))) {
+                failed = "a client died";
+            }
         }
         int64_t ours = 0, raw = 0;
-        std::string failed;
         for (Child& c : children) {
             int64_t counts[2] = {-1, -1};
             pollfd pfd{c.control, POLLIN, 0};
-            if (!awaitReady(c) || poll(&pfd, 1, 10000) != 1 ||
+            if (!failed.empty() || poll(&pfd, 1, 10000) != 1 ||
                 !readFull(c.control, counts, sizeof(counts))) {
-                failed = "a client failed";
+                if (failed.empty()) failed = "a client did not report";
             } else if (counts[0] < 0) {
                 failed = "a client started late or failed a call";
             }
@@ -282,7 +275,7 @@ void BM_Footprint(benchmark::State& state) {
     constexpr int kMore = 16;
     const std::string env = std::string(host::kRuntimeDirEnvVar) + "=" + gPeers.dir + "/fp";
     for (auto _ : state) {
-        Child service = spawn("fingerprint-server", {}, {env});
+        Child service = spawnProgram("zuv_bench_service", {}, {env});
         std::vector<Child> clients;
         std::string failed;
         long idle = 0, one = 0, more = 0;
@@ -320,10 +313,13 @@ class Collector : public benchmark::ConsoleReporter {
     std::map<std::string, std::map<std::string, double>> rows;
     std::map<std::string, std::string> errors;
 
+    explicit Collector(bool color) : ConsoleReporter(color ? OO_ColorTabular : OO_Tabular) {}
+
     void ReportRuns(const std::vector<Run>& runs) override {
         for (const Run& run : runs) {
             if (run.run_type != Run::RT_Iteration) continue;
-            const std::string name = run.run_name.function_name;
+            std::string name = run.run_name.function_name;
+            if (!run.run_name.args.empty()) name += "/" + run.run_name.args;
             if (run.error_occurred) {
                 errors[name] = run.error_message;
                 continue;
@@ -486,7 +482,8 @@ class Goals {
         const double vsRaw = r->at("raw_ns") / r->at("fast_ns");
         line("fast-path", vsFutex <= 3 && vsRaw >= 10,
              std::string(where(p)) + ": " + us(r->at("fast_ns")) + " vs futex " +
-                     us(r->at("futex_ns")) + " = " + times(vsFutex) + " (limit 3x), raw socket " +
+                     us(r->at("futex_ns")) + " = " + times(vsFutex) +
+                     " (limit 3x; futex after a spin " + us(r->at("spin_ns")) + "), raw socket " +
                      us(r->at("raw_ns")) + " = " + times(vsRaw) + " faster (need 10x)");
     }
 
@@ -534,17 +531,18 @@ bool startPeers() {
     close(pair[1]);
     gPeers.rawFd = pair[0];
     int memfd = memfd_create("zuv-bench-futex", MFD_CLOEXEC);
-    if (memfd < 0 || ftruncate(memfd, sizeof(uint32_t)) != 0) return false;
-    void* map = mmap(nullptr, sizeof(uint32_t), PROT_READ | PROT_WRITE, MAP_SHARED, memfd, 0);
+    if (memfd < 0 || ftruncate(memfd, 2 * sizeof(FutexPair)) != 0) return false;
+    void* map = mmap(nullptr, 2 * sizeof(FutexPair), PROT_READ | PROT_WRITE, MAP_SHARED, memfd, 0);
     if (map == MAP_FAILED) return false;
-    gPeers.word = new (map) std::atomic<uint32_t>(0);
-    gPeers.futex = spawn("futex-server", {}, {}, memfd);
+    gPeers.futexPairs = new (map) FutexPair[2];
+    gPeers.futex = spawn("futex-server", {"plain"}, {}, memfd);
+    gPeers.spin = spawn("futex-server", {"spin"}, {}, memfd);
     close(memfd);
     gPeers.epoll = spawn("epoll-server", {gPeers.dir + "/epoll.sock"});
     gPeers.fastEcho = spawn("echo-server", {}, {fastEnvDir, fastOn});
 
     if (!awaitReady(gPeers.echo) || !awaitReady(gPeers.raw) || !awaitReady(gPeers.futex) ||
-        !awaitReady(gPeers.epoll)) {
+        !awaitReady(gPeers.spin) || !awaitReady(gPeers.epoll)) {
         fprintf(stderr, "zuv_bench: a peer process did not start\n");
         return false;
     }
@@ -586,12 +584,13 @@ void registerRows(const std::vector<Placement>& placements) {
     benchmark::RegisterBenchmark("Loopback", BM_Loopback)->UseRealTime();
     benchmark::RegisterBenchmark("PassthroughVsVirtual", BM_PassthroughVsVirtual)->UseRealTime();
     benchmark::RegisterBenchmark("Oneway", BM_Oneway)->UseRealTime();
-    for (int clients : {1, 2, 4, 8}) {
-        benchmark::RegisterBenchmark(("Scaling/" + std::to_string(clients)).c_str(), BM_Scaling)
-                ->Arg(clients)
-                ->Iterations(1)
-                ->UseRealTime();
-    }
+    benchmark::RegisterBenchmark("Scaling", BM_Scaling)
+            ->Arg(1)
+            ->Arg(2)
+            ->Arg(4)
+            ->Arg(8)
+            ->Iterations(1)
+            ->UseRealTime();
     benchmark::RegisterBenchmark("Footprint", BM_Footprint)->Iterations(1)->UseRealTime();
 }
 
@@ -625,7 +624,7 @@ int main(int argc, char** argv) {
         benchmark::AddCustomContext("placements", getenv("ZUV_BENCH_CPUS") != nullptr
                                                           ? getenv("ZUV_BENCH_CPUS")
                                                           : "same,split");
-        Collector collector;
+        Collector collector(isatty(STDOUT_FILENO) != 0);
         benchmark::RunSpecifiedBenchmarks(&collector);
         fflush(stdout);
         Goals(collector, placements).print();
@@ -634,7 +633,7 @@ int main(int argc, char** argv) {
     benchmark::Shutdown();
     gPeers.remote.clear();
     for (Child* c : {&gPeers.fastClient, &gPeers.fastEcho, &gPeers.grpc, &gPeers.epoll,
-                     &gPeers.futex, &gPeers.raw, &gPeers.echo}) {
+                     &gPeers.futex, &gPeers.spin, &gPeers.raw, &gPeers.echo}) {
         stop(*c);
     }
     std::error_code ignored;

@@ -10,6 +10,11 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
 )
 
+# ./run.sh bench also builds the benchmarks' gRPC peer.
+if [ "${1:-}" = bench ]; then
+  packages+=(libgrpc++-dev protobuf-compiler-grpc libprotobuf-dev protobuf-compiler)
+fi
+
 missing=()
 for p in "${packages[@]}"; do
   if ! dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed"; then
