@@ -68,10 +68,10 @@ Child spawnProgram(const std::string& name, const std::vector<std::string>& args
                    const std::vector<std::string>& env = {}, int passFd = -1);
 // Waits for the byte a peer sends once it serves; false on timeout or death.
 bool awaitReady(const Child& child, int timeoutMs = 10000);
-// Kills and reaps; every child still running is stopped at exit, on SIGINT
-// and SIGTERM too.
+// Kills and reaps; every child still running is stopped at exit, and on
+// SIGINT and SIGTERM too, which also remove the scratch directory.
 void stop(Child& child);
-void installCleanup();
+void installCleanup(const std::string& scratchDir);
 
 // Where the client side and the server side of a comparison run.
 enum class Placement { Same, Split, None };

@@ -77,16 +77,31 @@ void killChildren() {
     gChildren.clear();
 }
 
+std::string gScratch;
+std::vector<char*> gRemoveScratch;  // rm's argv, made before any signal can come
+
 void onSignal(int sig) {
-    // Only the kill is safe here; the children reap themselves through init.
+    // Only async-signal-safe calls here: kill, fork, execve, waitpid.
     for (pid_t pid : gChildren) kill(pid, SIGKILL);
+    if (!gRemoveScratch.empty()) {
+        pid_t rm = fork();
+        if (rm == 0) {
+            char* noEnv[] = {nullptr};
+            execve(gRemoveScratch[0], gRemoveScratch.data(), noEnv);
+            _exit(127);
+        }
+        if (rm > 0) waitpid(rm, nullptr, 0);
+    }
     signal(sig, SIG_DFL);
     raise(sig);
 }
 
 }  // namespace
 
-void installCleanup() {
+void installCleanup(const std::string& scratchDir) {
+    gScratch = scratchDir;
+    static char rm[] = "/bin/rm", flags[] = "-rf";
+    gRemoveScratch = {rm, flags, gScratch.data(), nullptr};
     atexit(killChildren);
     signal(SIGINT, onSignal);
     signal(SIGTERM, onSignal);

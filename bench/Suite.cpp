@@ -610,12 +610,12 @@ int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
     recordAllowedCpus();
-    installCleanup();
     host::setInstrumentationEnabled(false);
 
     char dir[] = "/tmp/zuv-bench-XXXXXX";
     if (mkdtemp(dir) == nullptr) return 1;
     gPeers.dir = dir;
+    installCleanup(gPeers.dir);
     setenv(host::kRuntimeDirEnvVar, (gPeers.dir + "/run").c_str(), 1);
 
     int status = 1;
