@@ -157,8 +157,10 @@ int callOnRequest() {
 }
 
 // One of the scaling row's clients: in phase k (from the start time its
-// parent sends once every client is ready, each phaseNs long) it calls the transport's echo object
-// when k is even and the epoll server when k is odd, and reports both counts at the end.
+// parent sends once every client is ready, each phaseNs long) it calls the
+// transport's echo object when k is even and the epoll server when k is odd,
+// and reports both counts at the end (-1 when a call failed). A client woken
+// late joins at the next even phase, so it still splits its time evenly.
 int callInPhases(const std::string& epollPath, int64_t phaseNs, int phases) {
     sp<IBinder> remote = host::getContextObject();
     int raw = connectTo(epollPath);
@@ -167,23 +169,21 @@ int callInPhases(const std::string& epollPath, int64_t phaseNs, int phases) {
     auto now = [] { return std::chrono::nanoseconds(Clock::now().time_since_epoch()).count(); };
     int64_t startNs = 0;
     if (!readFull(kControlFd, &startNs, sizeof(startNs))) return 1;
+    int k = 0;
+    while (now() > startNs + k * phaseNs) k += 2;
+    while (now() < startNs + k * phaseNs)
+        std::this_thread::sleep_for(std::chrono::microseconds(100));
     int64_t counts[2] = {0, 0};
-    if (now() > startNs) counts[0] = counts[1] = -1;  // late: the phases are not comparable
-    while (now() < startNs) std::this_thread::sleep_for(std::chrono::microseconds(200));
     int32_t value = 0;
-    for (int k = 0; k < phases && counts[0] >= 0; ++k) {
+    bool ok = true;
+    for (; k < phases && ok; ++k) {
         const int64_t end = startNs + (k + 1) * phaseNs;
-        int64_t n = 0;
-        bool ok = true;
         while (ok && now() < end) {
             ok = k % 2 == 0 ? echoCall(remote, value++) : rawRoundTrip(raw);
-            ++n;
+            ++counts[k % 2];
         }
-        if (!ok)
-            counts[0] = counts[1] = -1;
-        else
-            counts[k % 2] += n;
     }
+    if (!ok) counts[0] = counts[1] = -1;
     return writeFull(kControlFd, counts, sizeof(counts)) ? 0 : 1;
 }
 

@@ -101,6 +101,12 @@ void sideBySide(benchmark::State& state, const std::vector<std::string>& names, 
     if (names.size() > 1 && total[1] > 0) state.counters["ratio"] = total[0] / total[1];
 }
 
+void skip(benchmark::State& state, const std::string& why) {
+    state.SkipWithError(why.c_str());
+    for (auto _ : state) {  // not entered after SkipWithError
+    }
+}
+
 int32_t gValue = 0;
 bool ours() {
     return echoCall(gPeers.remote, gValue++);
@@ -126,7 +132,7 @@ void BM_VsGrpc(benchmark::State& state, Placement p) {
         return;
     }
 #endif
-    for (auto _ : state) state.SkipWithError(gPeers.grpcProblem.c_str());
+    skip(state, gPeers.grpcProblem);
 }
 
 double remoteBlock(const Child& client, int calls) {
@@ -143,8 +149,7 @@ double remoteBlock(const Child& client, int calls) {
 // peers with the same placement.
 void BM_FastPath(benchmark::State& state, Placement p) {
     if (gPeers.fastClient.pid < 0) {
-        for (auto _ : state) state.SkipWithError(gPeers.fastProblem.c_str());
-        return;
+        return skip(state, gPeers.fastProblem);
     }
     place(p, {&gPeers.fastEcho, &gPeers.futex, &gPeers.spin, &gPeers.raw});
     placeProcess(gPeers.fastClient.pid, cpusFor(p).client);
@@ -219,11 +224,11 @@ void BM_Oneway(benchmark::State& state) {
 }
 
 // `clients` processes call the echo object and the epoll echo server in
-// alternating 50 ms phases; the totals per second of each side.
+// alternating 25 ms phases; the totals per second of each side.
 void BM_Scaling(benchmark::State& state) {
     const int clients = static_cast<int>(state.range(0));
-    constexpr int kPhases = 20;
-    constexpr int64_t kPhaseNs = 50'000'000;
+    constexpr int kPhases = 40;
+    constexpr int64_t kPhaseNs = 25'000'000;
     place(Placement::None, {&gPeers.echo, &gPeers.epoll});
     for (auto _ : state) {
         std::vector<Child> children;
@@ -251,7 +256,7 @@ void BM_Scaling(benchmark::State& state) {
                 !readFull(c.control, counts, sizeof(counts))) {
                 if (failed.empty()) failed = "a client did not report";
             } else if (counts[0] < 0) {
-                failed = "a client started late or failed a call";
+                failed = "a client's call failed";
             }
             ours += counts[0];
             raw += counts[1];
