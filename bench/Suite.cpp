@@ -337,7 +337,9 @@ class Collector : public benchmark::ConsoleReporter {
 
 std::string us(double ns) {
     char buf[32];
-    if (ns < 1000)
+    if (ns < 100)
+        snprintf(buf, sizeof(buf), "%.1f ns", ns);
+    else if (ns < 1000)
         snprintf(buf, sizeof(buf), "%.0f ns", ns);
     else
         snprintf(buf, sizeof(buf), "%.2f us", ns / 1000);
