@@ -25,8 +25,9 @@ case "${1:-}" in
     ctest --preset "$preset" -j "$jobs"
     ;;
   bench)
+    ./scripts/install-deps.sh bench
     build
-    "build/$preset/bench/transport_bench"
+    "build/$preset/bench/zuv_bench" "${@:2}"
     ;;
   demo)
     build

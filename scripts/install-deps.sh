@@ -11,6 +11,11 @@ packages=(
   libsystemd-dev nlohmann-json3-dev systemd
 )
 
+# ./run.sh bench also builds the benchmarks' gRPC peer.
+if [ "${1:-}" = bench ]; then
+  packages+=(libgrpc++-dev protobuf-compiler-grpc libprotobuf-dev protobuf-compiler)
+fi
+
 missing=()
 for p in "${packages[@]}"; do
   if ! dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed"; then

@@ -1,0 +1,649 @@
+// The benchmark suite. Every comparison runs its sides in alternating blocks
+// inside one benchmark, so load on the machine hits them alike and each
+// ratio comes from exactly the samples of the row it is printed with. After
+// the table, one line per goal says whether it holds on this machine.
+//
+// Placement decides most of a round trip's cost on small or virtual machines
+// (waking an idle CPU dwarfs the work), so the rows that compare latencies
+// run once per placement in ZUV_BENCH_CPUS (a comma list; default
+// "same,split"): same runs client and server on one CPU, split puts the
+// client on one CPU and the servers on another, none leaves it to the
+// scheduler. Throughput, scaling and footprint rows are never pinned.
+#include <benchmark/benchmark.h>
+#include <hidl/HidlTransportSupport.h>
+#include <hidl_host/Instrumentation.h>
+#include <hidl_host/Loopback.h>
+#include <hidl_host/SocketTransport.h>
+#include <poll.h>
+#include <stdlib.h>
+#include <sys/mman.h>
+#include <sys/socket.h>
+#include <unistd.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/BnHwZuvExtendedFingerprint.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/BpHwZuvExtendedFingerprint.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/BsZuvExtendedFingerprint.h>
+
+#include <atomic>
+#include <cstdio>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <memory>
+#include <sstream>
+#include <thread>
+
+#include "Common.h"
+#include "FakeExtendedFingerprint.h"
+#ifdef ZUV_BENCH_HAVE_GRPC
+#include "GrpcEcho.h"
+#endif
+
+using namespace android;
+using namespace android::hardware;
+namespace fp = ::vendor::zuv::hardware::fingerprint::V1_0;
+
+namespace zuv_bench {
+namespace {
+
+constexpr const char* kFastPathEnvVar = "ZUV_HIDL_FAST_PATH";
+
+// The processes the rows talk to, started once before the first row.
+struct Peers {
+    std::string dir;
+    Child echo, raw, futex, spin, epoll, grpc, fastEcho, fastClient;
+    sp<IBinder> remote;
+    int rawFd = -1;
+    FutexPair* futexPairs = nullptr;  // [0] plain, [1] with spin
+    std::string fastProblem = "not started";
+#ifdef ZUV_BENCH_HAVE_GRPC
+    std::unique_ptr<GrpcEchoClient> grpcClient;
+#endif
+    std::string grpcProblem = "built without gRPC (scripts/install-deps.sh bench installs it)";
+};
+Peers gPeers;
+
+void place(Placement p, std::initializer_list<const Child*> servers) {
+    const Cpus cpus = cpusFor(p);
+    placeProcess(getpid(), cpus.client);
+    for (const Child* c : servers) placeProcess(c->pid, cpus.server);
+}
+
+template <typename Call>
+double timed(int calls, Call call) {
+    const auto start = Clock::now();
+    for (int i = 0; i < calls; ++i) {
+        if (!call()) return -1;
+    }
+    return nanosSince(start);
+}
+
+// One iteration runs a block of `block` calls of each side in turn;
+// side(s, block) returns the block's nanoseconds, negative on failure.
+// Counters: <name>_ns per call for each side, and ratio = first / second.
+void sideBySide(benchmark::State& state, const std::vector<std::string>& names, int block,
+                const std::function<double(size_t, int)>& side) {
+    std::vector<double> total(names.size(), 0);
+    std::string failed;
+    for (auto _ : state) {
+        for (size_t s = 0; s < names.size() && failed.empty(); ++s) {
+            const double ns = side(s, block);
+            if (ns < 0) failed = names[s] + " call failed";
+            total[s] += ns;
+        }
+        if (!failed.empty()) {
+            state.SkipWithError(failed.c_str());
+            break;
+        }
+    }
+    if (!failed.empty()) return;
+    const double calls = static_cast<double>(state.iterations()) * block;
+    for (size_t s = 0; s < names.size(); ++s) state.counters[names[s] + "_ns"] = total[s] / calls;
+    if (names.size() > 1 && total[1] > 0) state.counters["ratio"] = total[0] / total[1];
+}
+
+void skip(benchmark::State& state, const std::string& why) {
+    state.SkipWithError(why.c_str());
+    for (auto _ : state) {  // not entered after SkipWithError
+    }
+}
+
+int32_t gValue = 0;
+bool ours() {
+    return echoCall(gPeers.remote, gValue++);
+}
+bool raw() {
+    return rawRoundTrip(gPeers.rawFd);
+}
+
+void BM_RoundTrip(benchmark::State& state, Placement p) {
+    place(p, {&gPeers.echo, &gPeers.raw});
+    sideBySide(state, {"ours", "raw"}, 200,
+               [](size_t s, int n) { return s == 0 ? timed(n, ours) : timed(n, raw); });
+}
+
+void BM_VsGrpc(benchmark::State& state, Placement p) {
+#ifdef ZUV_BENCH_HAVE_GRPC
+    if (gPeers.grpcClient != nullptr) {
+        place(p, {&gPeers.echo, &gPeers.grpc});
+        sideBySide(state, {"ours", "grpc"}, 100, [](size_t s, int n) {
+            return s == 0 ? timed(n, ours)
+                          : timed(n, [] { return gPeers.grpcClient->call(gValue++); });
+        });
+        return;
+    }
+#endif
+    skip(state, gPeers.grpcProblem);
+}
+
+double remoteBlock(const Child& client, int calls) {
+    const int32_t n = calls;
+    double ns = -1;
+    if (!writeFull(client.control, &n, sizeof(n)) || !readFull(client.control, &ns, sizeof(ns))) {
+        return -1;
+    }
+    return ns;
+}
+
+// The small call from a client process with the fast path switched on, next
+// to the futex ping-pong and the raw socket between this process and its
+// peers with the same placement.
+void BM_FastPath(benchmark::State& state, Placement p) {
+    if (gPeers.fastClient.pid < 0) {
+        return skip(state, gPeers.fastProblem);
+    }
+    place(p, {&gPeers.fastEcho, &gPeers.futex, &gPeers.spin, &gPeers.raw});
+    placeProcess(gPeers.fastClient.pid, cpusFor(p).client);
+    sideBySide(state, {"fast", "futex", "spin", "raw"}, 200, [](size_t s, int n) {
+        if (s == 0) return remoteBlock(gPeers.fastClient, n);
+        if (s == 1) return timed(n, [] { return futexPing(&gPeers.futexPairs[0], false); });
+        if (s == 2) return timed(n, [] { return futexPing(&gPeers.futexPairs[1], true); });
+        return timed(n, raw);
+    });
+}
+
+void BM_Loopback(benchmark::State& state) {
+    sp<fp::IZuvExtendedFingerprint> proxy =
+            new fp::BpHwZuvExtendedFingerprint(host::loopbackProxyFor(
+                    new fp::BnHwZuvExtendedFingerprint(new zuv_test::FakeExtendedFingerprint)));
+    sideBySide(state, {"loopback"}, 1000, [&](size_t, int n) {
+        return timed(n, [&] { return proxy->notifyPowerState(gValue++).isOk(); });
+    });
+}
+
+// Made out of the compiler's sight, so the direct call stays virtual.
+__attribute__((noinline)) sp<fp::IZuvExtendedFingerprint> makeImplementation() {
+    return new zuv_test::FakeExtendedFingerprint;
+}
+
+void BM_PassthroughVsVirtual(benchmark::State& state) {
+    sp<fp::IZuvExtendedFingerprint> impl = makeImplementation();
+    sp<fp::IZuvExtendedFingerprint> wrapped = new fp::BsZuvExtendedFingerprint(impl);
+    sideBySide(state, {"passthrough", "virtual"}, 1000, [&](size_t s, int n) {
+        const auto& target = s == 0 ? wrapped : impl;
+        return timed(n, [&] {
+            Return<int32_t> r = target->notifyPowerState(gValue++);
+            benchmark::DoNotOptimize(r);
+            return r.isOk();
+        });
+    });
+}
+
+// Oneway calls are counted by the service as they run; the batch ends when
+// it has run all of them (or nothing more arrives for a second).
+void BM_Oneway(benchmark::State& state) {
+    place(Placement::None, {&gPeers.echo});
+    constexpr int kBatch = 20000;
+    double sent = 0, received = 0;
+    for (auto _ : state) {
+        int64_t arrived = 0;
+        bool ok = true;
+        for (int i = 0; i < kBatch && ok; ++i) {
+            Parcel data, reply;
+            data.writeInt32(i);
+            ok = gPeers.remote->transact(kCount, data, &reply, IBinder::FLAG_ONEWAY) == OK;
+        }
+        auto lastProgress = Clock::now();
+        while (ok && arrived < kBatch && nanosSince(lastProgress) < 1e9) {
+            Parcel data, reply;
+            int32_t n = 0;
+            ok = gPeers.remote->transact(kTakeCount, data, &reply) == OK &&
+                 reply.readInt32(&n) == OK;
+            if (n > 0) lastProgress = Clock::now();
+            arrived += n;
+        }
+        if (!ok) {
+            state.SkipWithError("call failed");
+            break;
+        }
+        sent += kBatch;
+        received += static_cast<double>(arrived);
+    }
+    state.counters["calls_per_s"] = benchmark::Counter(sent, benchmark::Counter::kIsRate);
+    state.counters["lost"] = sent - received;
+    state.counters["sent"] = sent;
+}
+
+// `clients` processes call the echo object and the epoll echo server in
+// alternating 25 ms phases; the totals per second of each side.
+void BM_Scaling(benchmark::State& state) {
+    const int clients = static_cast<int>(state.range(0));
+    constexpr int kPhases = 40;
+    constexpr int64_t kPhaseNs = 25'000'000;
+    place(Placement::None, {&gPeers.echo, &gPeers.epoll});
+    for (auto _ : state) {
+        std::vector<Child> children;
+        for (int i = 0; i < clients; ++i) {
+            children.push_back(
+                    spawn("phase-client", {gPeers.dir + "/epoll.sock", std::to_string(kPhaseNs),
+                                           std::to_string(kPhases)}));
+        }
+        std::string failed;
+        for (Child& c : children) {
+            if (!awaitReady(c)) failed = "a client could not call both servers";
+        }
+        const int64_t start =
+                std::chrono::nanoseconds(Clock::now().time_since_epoch()).count() + 20'000'000;
+        for (Child& c : children) {
+            if (failed.empty() && !writeFull(c.control, &start, sizeof(start))) {
+                failed = "a client died";
+            }
+        }
+        int64_t ours = 0, raw = 0;
+        for (Child& c : children) {
+            int64_t counts[2] = {-1, -1};
+            pollfd pfd{c.control, POLLIN, 0};
+            if (!failed.empty() || poll(&pfd, 1, 10000) != 1 ||
+                !readFull(c.control, counts, sizeof(counts))) {
+                if (failed.empty()) failed = "a client did not report";
+            } else if (counts[0] < 0) {
+                failed = "a client's call failed";
+            }
+            ours += counts[0];
+            raw += counts[1];
+        }
+        for (Child& c : children) stop(c);
+        if (!failed.empty()) {
+            state.SkipWithError(failed.c_str());
+            break;
+        }
+        const double seconds = kPhases / 2 * kPhaseNs / 1e9;
+        state.counters["ours_per_s"] = static_cast<double>(ours) / seconds;
+        state.counters["raw_per_s"] = static_cast<double>(raw) / seconds;
+        state.counters["ratio"] =
+                raw > 0 ? static_cast<double>(ours) / static_cast<double>(raw) : 0;
+    }
+}
+
+// Resident memory of a fingerprint service idle, then with one client, then
+// with kMore more (each its own process holding one connection).
+void BM_Footprint(benchmark::State& state) {
+    constexpr int kMore = 16;
+    const std::string env = std::string(host::kRuntimeDirEnvVar) + "=" + gPeers.dir + "/fp";
+    for (auto _ : state) {
+        Child service = spawnProgram("zuv_bench_service", {}, {env});
+        std::vector<Child> clients;
+        std::string failed;
+        long idle = 0, one = 0, more = 0;
+        auto settle = [] { std::this_thread::sleep_for(std::chrono::milliseconds(200)); };
+        if (awaitReady(service)) {
+            settle();
+            idle = residentKb(service.pid);
+            for (int i = 0; i <= kMore && failed.empty(); ++i) {
+                clients.push_back(spawn("idle-client", {}, {env}));
+                if (!awaitReady(clients.back())) failed = "a client could not call the service";
+                if (i == 0) {
+                    settle();
+                    one = residentKb(service.pid);
+                }
+            }
+            settle();
+            more = residentKb(service.pid);
+        } else {
+            failed = "the fingerprint service did not start";
+        }
+        for (Child& c : clients) stop(c);
+        stop(service);
+        if (!failed.empty()) {
+            state.SkipWithError(failed.c_str());
+            break;
+        }
+        state.counters["idle_kb"] = static_cast<double>(idle);
+        state.counters["per_client_kb"] = static_cast<double>(more - one) / kMore;
+    }
+}
+
+// Keeps what every row reported, for the goal lines.
+class Collector : public benchmark::ConsoleReporter {
+  public:
+    std::map<std::string, std::map<std::string, double>> rows;
+    std::map<std::string, std::string> errors;
+
+    explicit Collector(bool color) : ConsoleReporter(color ? OO_ColorTabular : OO_Tabular) {}
+
+    void ReportRuns(const std::vector<Run>& runs) override {
+        for (const Run& run : runs) {
+            if (run.run_type != Run::RT_Iteration) continue;
+            std::string name = run.run_name.function_name;
+            if (!run.run_name.args.empty()) name += "/" + run.run_name.args;
+            if (run.error_occurred) {
+                errors[name] = run.error_message;
+                continue;
+            }
+            for (const auto& [key, counter] : run.counters) rows[name][key] = counter.value;
+        }
+        ConsoleReporter::ReportRuns(runs);
+    }
+};
+
+std::string us(double ns) {
+    char buf[32];
+    if (ns < 100)
+        snprintf(buf, sizeof(buf), "%.1f ns", ns);
+    else if (ns < 1000)
+        snprintf(buf, sizeof(buf), "%.0f ns", ns);
+    else
+        snprintf(buf, sizeof(buf), "%.2f us", ns / 1000);
+    return buf;
+}
+
+std::string times(double x) {
+    char buf[32];
+    snprintf(buf, sizeof(buf), "%.2fx", x);
+    return buf;
+}
+
+std::string perSecond(double x) {
+    char buf[32];
+    snprintf(buf, sizeof(buf), "%.0f/s", x);
+    return buf;
+}
+
+const char* where(Placement p) {
+    switch (p) {
+        case Placement::Same:
+            return "one CPU";
+        case Placement::Split:
+            return "split CPUs";
+        case Placement::None:
+            return "unpinned";
+    }
+    return "";
+}
+
+class Goals {
+  public:
+    Goals(const Collector& c, std::vector<Placement> placements)
+        : mRows(c.rows), mErrors(c.errors), mPlacements(std::move(placements)) {}
+
+    void print() {
+        roundTrip();
+        vsGrpc();
+        loopback();
+        passthrough();
+        oneway();
+        scaling();
+        fastPath();
+        footprint();
+    }
+
+  private:
+    const std::map<std::string, double>* row(const std::string& name, std::string* why) {
+        auto it = mRows.find(name);
+        if (it != mRows.end()) return &it->second;
+        auto err = mErrors.find(name);
+        *why = err != mErrors.end() ? err->second : "row " + name + " was not run";
+        return nullptr;
+    }
+
+    static void line(const char* goal, bool holds, const std::string& figure) {
+        printf("goal %s: %s (%s)\n", goal, holds ? "holds" : "misses", figure.c_str());
+    }
+
+    // The row of the preferred placement when it was run, else the first run.
+    std::string pick(const std::string& stem, Placement preferred, Placement* chosen) {
+        *chosen = mPlacements.front();
+        for (Placement p : mPlacements) {
+            if (p == preferred) *chosen = p;
+        }
+        return stem + "/" + placementName(*chosen);
+    }
+
+    void roundTrip() {
+        bool holds = true;
+        std::string figure, why;
+        for (Placement p : mPlacements) {
+            const auto* r = row(std::string("RoundTrip/") + placementName(p), &why);
+            if (!figure.empty()) figure += "; ";
+            if (r == nullptr) {
+                holds = false;
+                figure += std::string(where(p)) + ": not measured, " + why;
+                continue;
+            }
+            holds = holds && r->at("ratio") <= 1.2;
+            figure += std::string(where(p)) + ": " + us(r->at("ours_ns")) + " vs raw socket " +
+                      us(r->at("raw_ns")) + " = " + times(r->at("ratio")) + " (limit 1.2x)";
+        }
+        line("round-trip-vs-socket", holds, figure);
+    }
+
+    void vsGrpc() {
+        Placement p;
+        std::string why;
+        const auto* r = row(pick("VsGrpc", Placement::Same, &p), &why);
+        if (r == nullptr) return line("vs-grpc", false, "not measured: " + why);
+        const double faster = r->at("grpc_ns") / r->at("ours_ns");
+        line("vs-grpc", faster >= 5,
+             std::string(where(p)) + ": " + us(r->at("ours_ns")) + " vs gRPC " +
+                     us(r->at("grpc_ns")) + " = " + times(faster) + " faster (need 5x)");
+    }
+
+    void loopback() {
+        std::string why;
+        const auto* r = row("Loopback", &why);
+        if (r == nullptr) return line("loopback-call", false, "not measured: " + why);
+        line("loopback-call", r->at("loopback_ns") < 2000,
+             us(r->at("loopback_ns")) + " per call (limit 2 us)");
+    }
+
+    void passthrough() {
+        std::string why;
+        const auto* r = row("PassthroughVsVirtual", &why);
+        if (r == nullptr) return line("passthrough-vs-virtual", false, "not measured: " + why);
+        line("passthrough-vs-virtual", r->at("ratio") <= 3,
+             us(r->at("passthrough_ns")) + " vs virtual " + us(r->at("virtual_ns")) + " = " +
+                     times(r->at("ratio")) + " (limit 3x)");
+    }
+
+    void oneway() {
+        std::string why;
+        const auto* r = row("Oneway", &why);
+        if (r == nullptr) return line("oneway-throughput", false, "not measured: " + why);
+        char lost[64];
+        snprintf(lost, sizeof(lost), "%.0f of %.0f lost", r->at("lost"), r->at("sent"));
+        line("oneway-throughput", r->at("calls_per_s") >= 200000 && r->at("lost") == 0,
+             perSecond(r->at("calls_per_s")) + ", " + lost + " (need 200000/s, none lost)");
+    }
+
+    void scaling() {
+        std::string why, others;
+        for (int n : {1, 2, 4}) {
+            const auto* r = row("Scaling/" + std::to_string(n), &why);
+            if (r == nullptr) continue;
+            others += "; " + std::to_string(n) + ": " + perSecond(r->at("ours_per_s")) + " vs " +
+                      perSecond(r->at("raw_per_s"));
+        }
+        const auto* r = row("Scaling/8", &why);
+        if (r == nullptr) return line("scaling", false, "not measured: " + why);
+        line("scaling", r->at("ratio") >= 0.8,
+             "8 clients: " + perSecond(r->at("ours_per_s")) + " vs epoll server " +
+                     perSecond(r->at("raw_per_s")) + " = " + times(r->at("ratio")) +
+                     " (need 0.8x)" + others);
+    }
+
+    void fastPath() {
+        Placement p;
+        std::string why;
+        const auto* r = row(pick("FastPath", Placement::Split, &p), &why);
+        if (r == nullptr) return line("fast-path", false, "not measured: " + why);
+        const double vsFutex = r->at("fast_ns") / r->at("futex_ns");
+        const double vsRaw = r->at("raw_ns") / r->at("fast_ns");
+        line("fast-path", vsFutex <= 3 && vsRaw >= 10,
+             std::string(where(p)) + ": " + us(r->at("fast_ns")) + " vs futex " +
+                     us(r->at("futex_ns")) + " = " + times(vsFutex) +
+                     " (limit 3x; futex after a spin " + us(r->at("spin_ns")) + "), raw socket " +
+                     us(r->at("raw_ns")) + " = " + times(vsRaw) + " faster (need 10x)");
+    }
+
+    void footprint() {
+        std::string why;
+        const auto* r = row("Footprint", &why);
+        if (r == nullptr) return line("footprint", false, "not measured: " + why);
+        char figure[128];
+        snprintf(figure, sizeof(figure),
+                 "idle %.1f MB (limit 8 MB), %.1f KB per additional client (limit 64 KB)",
+                 r->at("idle_kb") / 1024, r->at("per_client_kb"));
+        line("footprint", r->at("idle_kb") <= 8 * 1024 && r->at("per_client_kb") <= 64, figure);
+    }
+
+    const std::map<std::string, std::map<std::string, double>>& mRows;
+    const std::map<std::string, std::string>& mErrors;
+    std::vector<Placement> mPlacements;
+};
+
+bool parsePlacements(const char* text, std::vector<Placement>* out) {
+    std::stringstream list(text != nullptr ? text : "same,split");
+    std::string item;
+    while (std::getline(list, item, ',')) {
+        if (item == "same")
+            out->push_back(Placement::Same);
+        else if (item == "split")
+            out->push_back(Placement::Split);
+        else if (item == "none")
+            out->push_back(Placement::None);
+        else
+            return false;
+    }
+    return !out->empty();
+}
+
+bool startPeers() {
+    const std::string fastEnvDir =
+            std::string(host::kRuntimeDirEnvVar) + "=" + gPeers.dir + "/fast";
+    const std::string fastOn = std::string(kFastPathEnvVar) + "=1";
+
+    gPeers.echo = spawn("echo-server", {});
+    int pair[2];
+    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair) != 0) return false;
+    gPeers.raw = spawn("raw-server", {}, {}, pair[1]);
+    close(pair[1]);
+    gPeers.rawFd = pair[0];
+    int memfd = memfd_create("zuv-bench-futex", MFD_CLOEXEC);
+    if (memfd < 0 || ftruncate(memfd, 2 * sizeof(FutexPair)) != 0) return false;
+    void* map = mmap(nullptr, 2 * sizeof(FutexPair), PROT_READ | PROT_WRITE, MAP_SHARED, memfd, 0);
+    if (map == MAP_FAILED) return false;
+    gPeers.futexPairs = new (map) FutexPair[2];
+    gPeers.futex = spawn("futex-server", {"plain"}, {}, memfd);
+    gPeers.spin = spawn("futex-server", {"spin"}, {}, memfd);
+    close(memfd);
+    gPeers.epoll = spawn("epoll-server", {gPeers.dir + "/epoll.sock"});
+    gPeers.fastEcho = spawn("echo-server", {}, {fastEnvDir, fastOn});
+
+    if (!awaitReady(gPeers.echo) || !awaitReady(gPeers.raw) || !awaitReady(gPeers.futex) ||
+        !awaitReady(gPeers.spin) || !awaitReady(gPeers.epoll)) {
+        fprintf(stderr, "zuv_bench: a peer process did not start\n");
+        return false;
+    }
+    gPeers.remote = host::getContextObject();
+    if (gPeers.remote == nullptr) {
+        fprintf(stderr, "zuv_bench: no proxy to the echo service\n");
+        return false;
+    }
+    if (awaitReady(gPeers.fastEcho)) {
+        gPeers.fastClient = spawn("call-client", {}, {fastEnvDir, fastOn});
+        if (!awaitReady(gPeers.fastClient)) {
+            stop(gPeers.fastClient);
+            gPeers.fastProblem = "the fast-path client did not start";
+        }
+    } else {
+        gPeers.fastProblem = "the fast-path service did not start";
+    }
+#ifdef ZUV_BENCH_HAVE_GRPC
+    gPeers.grpc = spawn("grpc-server", {gPeers.dir + "/grpc.sock"});
+    if (awaitReady(gPeers.grpc)) {
+        gPeers.grpcClient = std::make_unique<GrpcEchoClient>(gPeers.dir + "/grpc.sock");
+        if (!gPeers.grpcClient->call(1)) gPeers.grpcClient.reset();
+    }
+    if (gPeers.grpcClient == nullptr) gPeers.grpcProblem = "the gRPC peer did not start";
+#else
+    fprintf(stderr, "zuv_bench: built without gRPC, the vs-grpc row is skipped\n");
+#endif
+    return true;
+}
+
+void registerRows(const std::vector<Placement>& placements) {
+    for (Placement p : placements) {
+        const std::string suffix = std::string("/") + placementName(p);
+        benchmark::RegisterBenchmark(("RoundTrip" + suffix).c_str(), BM_RoundTrip, p)
+                ->UseRealTime();
+        benchmark::RegisterBenchmark(("VsGrpc" + suffix).c_str(), BM_VsGrpc, p)->UseRealTime();
+        benchmark::RegisterBenchmark(("FastPath" + suffix).c_str(), BM_FastPath, p)->UseRealTime();
+    }
+    benchmark::RegisterBenchmark("Loopback", BM_Loopback)->UseRealTime();
+    benchmark::RegisterBenchmark("PassthroughVsVirtual", BM_PassthroughVsVirtual)->UseRealTime();
+    benchmark::RegisterBenchmark("Oneway", BM_Oneway)->UseRealTime();
+    benchmark::RegisterBenchmark("Scaling", BM_Scaling)
+            ->Arg(1)
+            ->Arg(2)
+            ->Arg(4)
+            ->Arg(8)
+            ->Iterations(1)
+            ->UseRealTime();
+    benchmark::RegisterBenchmark("Footprint", BM_Footprint)->Iterations(1)->UseRealTime();
+}
+
+}  // namespace
+}  // namespace zuv_bench
+
+int main(int argc, char** argv) {
+    using namespace zuv_bench;
+    if (argc >= 3 && std::string(argv[1]) == "--role") {
+        return runRole(argv[2], std::vector<std::string>(argv + 3, argv + argc));
+    }
+    std::vector<Placement> placements;
+    if (!parsePlacements(getenv("ZUV_BENCH_CPUS"), &placements)) {
+        fprintf(stderr, "zuv_bench: ZUV_BENCH_CPUS is a comma list of same, split, none\n");
+        return 2;
+    }
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
+    recordAllowedCpus();
+    host::setInstrumentationEnabled(false);
+
+    char dir[] = "/tmp/zuv-bench-XXXXXX";
+    if (mkdtemp(dir) == nullptr) return 1;
+    gPeers.dir = dir;
+    installCleanup(gPeers.dir);
+    setenv(host::kRuntimeDirEnvVar, (gPeers.dir + "/run").c_str(), 1);
+
+    int status = 1;
+    if (startPeers()) {
+        registerRows(placements);
+        benchmark::AddCustomContext("placements", getenv("ZUV_BENCH_CPUS") != nullptr
+                                                          ? getenv("ZUV_BENCH_CPUS")
+                                                          : "same,split");
+        Collector collector(isatty(STDOUT_FILENO) != 0);
+        benchmark::RunSpecifiedBenchmarks(&collector);
+        fflush(stdout);
+        Goals(collector, placements).print();
+        status = 0;
+    }
+    benchmark::Shutdown();
+    gPeers.remote.clear();
+    for (Child* c : {&gPeers.fastClient, &gPeers.fastEcho, &gPeers.grpc, &gPeers.epoll,
+                     &gPeers.futex, &gPeers.spin, &gPeers.raw, &gPeers.echo}) {
+        stop(*c);
+    }
+    std::error_code ignored;
+    std::filesystem::remove_all(gPeers.dir, ignored);
+    return status;
+}
