@@ -21,6 +21,33 @@
 
 #include "SimulatedSensor.h"
 
+namespace {
+
+// The framework's side of the device, published too so that a person can
+// poke it (zuv_hidl call --interface IDaxAndroidServices setTimer 5000): it
+// only says what it was asked.
+class LoggingAndroidServices : public zuv_demo::fp::IDaxAndroidServices {
+  public:
+    using Return = ::android::hardware::Return<void>;
+    Return setTimer(uint32_t ms) override { return say("setTimer %u", ms); }
+    Return setWakelock(int8_t a, int8_t b) override { return say("setWakelock %d %d", a, b); }
+    ::android::hardware::Return<int32_t> checkRequestingAppType() override { return 0; }
+    Return showLivenessAlert() override { return say("showLivenessAlert"); }
+    Return resetLivenessAlert() override { return say("resetLivenessAlert"); }
+
+  private:
+    template <typename... Args>
+    ::android::hardware::Return<void> say(const char* format, Args... args) {
+        std::printf("services: ");
+        std::printf(format, args...);
+        std::printf("\n");
+        std::fflush(stdout);
+        return ::android::hardware::Void();
+    }
+};
+
+}  // namespace
+
 int main(int argc, char** argv) {
     std::string instance = "default";
     for (int i = 1; i < argc; ++i) {
@@ -70,8 +97,15 @@ int main(int argc, char** argv) {
                      instance.c_str(), std::strerror(-err));
         return 1;
     }
-    std::printf("service: registered %s/%s\nready\n",
-                zuv_demo::fp::IZuvExtendedFingerprint::descriptor, instance.c_str());
+    ::android::sp<LoggingAndroidServices> services = new LoggingAndroidServices();
+    if (services->registerAsService(instance) != ::android::OK) {
+        std::fprintf(stderr, "service: cannot register IDaxAndroidServices as \"%s\"\n",
+                     instance.c_str());
+        return 1;
+    }
+    std::printf("service: registered %s/%s and %s/%s\nready\n",
+                zuv_demo::fp::IZuvExtendedFingerprint::descriptor, instance.c_str(),
+                zuv_demo::fp::IDaxAndroidServices::descriptor, instance.c_str());
     std::fflush(stdout);
 
     ::android::hardware::joinRpcThreadpool();

@@ -318,6 +318,11 @@ int main(int argc, char** argv) {
     if (!runtimeDir.empty()) setenv(host::kRuntimeDirEnvVar, runtimeDir.c_str(), 1);
 
     try {
+        for (const std::string& w : words) {
+            if (w.size() > 2 && w.compare(0, 2, "--") == 0)
+                throw UsageError("unknown option " + w + " (`zuv_hidl " +
+                                 (callCmd->parsed() ? "call" : "watch") + " --help` lists them)");
+        }
         if (list->parsed()) return runList("zuv_hidl", ping, debug, listJson);
         if (desc->parsed()) return describe(descIface, descJson);
         if (callCmd->parsed()) leave(call(ifaceName, instance, opName, words));
