@@ -8,6 +8,7 @@ packages=(
   android-libutils-dev android-libcutils-dev android-liblog-dev
   linux-libc-dev python3 ccache
   libgtest-dev libgmock-dev libbenchmark-dev
+  libcli11-dev nlohmann-json3-dev chromium
 )
 
 missing=()
