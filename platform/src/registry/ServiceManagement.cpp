@@ -2,6 +2,7 @@
 #include <android/hidl/manager/1.0/IServiceManager.h>
 #include <hidl/ServiceManagement.h>
 #include <hidl_host/ServiceRegistry.h>
+#include <hidl_host/Settings.h>
 #include <hidl_host/SocketTransport.h>
 #include <hwbinder/BpHwBinder.h>
 #include <unistd.h>
@@ -32,15 +33,7 @@ using ::android::hidl::manager::V1_0::IServiceNotification;
 namespace details {
 
 bool envFlag(const char* name, bool def) {
-    const char* value = getenv(name);
-    if (value == nullptr) return def;
-    for (const char* yes : {"1", "true", "on", "yes"}) {
-        if (strcasecmp(value, yes) == 0) return true;
-    }
-    for (const char* no : {"0", "false", "off", "no"}) {
-        if (strcasecmp(value, no) == 0) return false;
-    }
-    return def;
+    return host::settingFlag(name, def);
 }
 
 bool registryDebugEnabled() {
@@ -281,10 +274,10 @@ void requestRecovery() {
 enum class ServiceManagerMode { kAuto, kInProcess, kDaemon };
 
 ServiceManagerMode serviceManagerMode() {
-    const char* value = getenv(host::kServiceManagerEnvVar);
-    if (value == nullptr || *value == '\0') return ServiceManagerMode::kAuto;
-    if (strcasecmp(value, "inprocess") == 0) return ServiceManagerMode::kInProcess;
-    if (strcasecmp(value, "daemon") == 0) return ServiceManagerMode::kDaemon;
+    const std::string mode = host::settingChoice(host::kServiceManagerEnvVar,
+                                                 {"auto", "inprocess", "daemon"}, "auto");
+    if (mode == "inprocess") return ServiceManagerMode::kInProcess;
+    if (mode == "daemon") return ServiceManagerMode::kDaemon;
     return ServiceManagerMode::kAuto;
 }
 
@@ -338,13 +331,8 @@ std::chrono::milliseconds getGetServiceTimeout() {
         std::lock_guard<std::mutex> lock(gConfigMutex);
         if (gTimeoutOverride) return *gTimeoutOverride;
     }
-    const char* env = getenv(kGetServiceTimeoutEnvVar);
-    if (env == nullptr || *env == '\0') return kDefaultGetServiceTimeout;
-    char* end = nullptr;
-    errno = 0;
-    long long ms = strtoll(env, &end, 10);
-    if (errno != 0 || *end != '\0' || ms < 0) return kDefaultGetServiceTimeout;
-    return std::chrono::milliseconds(ms);
+    return std::chrono::milliseconds(settingInteger(
+            kGetServiceTimeoutEnvVar, kDefaultGetServiceTimeout.count(), 0, INT64_C(1) << 40));
 }
 
 sp<IServiceManager> makeInProcessServiceManager(AddPolicy policy) {
