@@ -92,9 +92,12 @@ int main(int argc, char** argv) {
     ::android::sp<zuv_demo::SimulatedSensor> sensor = new zuv_demo::SimulatedSensor();
     const ::android::status_t err = sensor->registerAsService(instance);
     if (err != ::android::OK) {
-        std::fprintf(stderr,
-                     "service: cannot register as \"%s\": %s (is zuv_hwservicemanager running?)\n",
-                     instance.c_str(), std::strerror(-err));
+        // The runtime has already said why when no service manager answered.
+        if (err != ::android::INVALID_OPERATION) {
+            std::fprintf(stderr, "service: cannot register as \"%s\": %s\n", instance.c_str(),
+                         err == ::android::PERMISSION_DENIED ? "refused by the service manager"
+                                                             : std::strerror(-err));
+        }
         return 1;
     }
     ::android::sp<LoggingAndroidServices> services = new LoggingAndroidServices();

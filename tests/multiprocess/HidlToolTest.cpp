@@ -2,6 +2,7 @@
 // shape, a watched match, and the messages a mistaken user reads.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 
 #include <fstream>
@@ -134,6 +135,39 @@ TEST_F(HidlToolTest, DescribesOperationsWithDeclaredNamesAndTypes) {
     EXPECT_EQ((json{{"name", "data"}, {"type", "vec<uint8_t>"}}), match["params"][3]);
     EXPECT_EQ("IZuvExtendedFingerprintCallback", match["params"][0]["type"]);
     EXPECT_EQ((json{{"name", "value"}, {"type", "string"}}), ops[55]["result"]);  // getConfigValue
+}
+
+// What a person meets when the runtime directory or an environment value is
+// wrong: one line naming the cause, in the process where it happens.
+TEST_F(HidlToolTest, MisconfigurationsSayWhatIsWrong) {
+    auto stderrOf = [&](const std::vector<std::string>& argv, Process::Env env) {
+        const std::string path = mDir.path() + "/stderr" + std::to_string(++mRuns);
+        auto p = Process::start(argv, env, path);
+        EXPECT_TRUE(p != nullptr && p->waitExit(kLineTimeout));
+        std::ifstream in(path);
+        return std::string(std::istreambuf_iterator<char>(in), {});
+    };
+    const std::string missing = mDir.path() + "/absent/run";
+    EXPECT_THAT(stderrOf({ZUV_FINGERPRINT_SERVICE_PATH}, {{"ZUV_HIDL_RUNTIME_DIR", missing}}),
+                HasSubstr("its parent directory " + mDir.path() + "/absent does not exist"));
+    const std::string daemon =
+            stderrOf({ZUV_SERVICEMANAGER_PATH, "--verbose"}, {{"ZUV_HIDL_RUNTIME_DIR", missing}});
+    EXPECT_THAT(daemon, HasSubstr("cannot create the runtime directory " + missing));
+    EXPECT_THAT(daemon, ::testing::Not(HasSubstr("registered")));
+    EXPECT_THAT(daemon, ::testing::Not(HasSubstr("not permitted")));
+
+    const std::string unsafe = mDir.path() + "/open";
+    ASSERT_EQ(0, mkdir(unsafe.c_str(), 0755));
+    EXPECT_THAT(stderrOf({ZUV_FINGERPRINT_SERVICE_PATH}, {{"ZUV_HIDL_RUNTIME_DIR", unsafe}}),
+                HasSubstr("it is unsafe"));
+
+    const std::string waiting =
+            stderrOf({ZUV_HIDL_PATH, "list"}, {{"ZUV_HIDL_RUNTIME_DIR", mDir.path() + "/run"},
+                                               {"ZUV_HIDL_GET_SERVICE_TIMEOUT_MS", "2s"},
+                                               {"ZUV_HIDL_CALL_TIMEOUT_MS", "-5"}});
+    EXPECT_THAT(waiting, HasSubstr("ignoring ZUV_HIDL_CALL_TIMEOUT_MS=-5 (accepted: a whole "
+                                   "number from 0 to 86400000); using 0"));
+    EXPECT_THAT(waiting, HasSubstr("start one with: zuv_hwservicemanager --runtime-dir"));
 }
 
 }  // namespace

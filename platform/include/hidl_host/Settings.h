@@ -11,6 +11,9 @@ namespace android {
 namespace hardware {
 namespace host {
 
+// The longest time a *_MS setting accepts: a day.
+constexpr int64_t kMaxTimeoutMs = 24 * 60 * 60 * 1000;
+
 // A whole number in min..max; unset or empty gives def.
 int64_t settingInteger(const char* name, int64_t def, int64_t min, int64_t max);
 

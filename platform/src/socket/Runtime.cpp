@@ -411,7 +411,7 @@ void setCallTimeout(std::chrono::milliseconds timeout) {
 std::chrono::milliseconds callTimeout() {
     int64_t ms = gCallTimeoutMs.load();
     if (ms < 0) {
-        ms = settingInteger(kCallTimeoutEnvVar, 0, 0, INT64_C(1) << 40);
+        ms = settingInteger(kCallTimeoutEnvVar, 0, 0, kMaxTimeoutMs);
         gCallTimeoutMs.store(ms);
     }
     return std::chrono::milliseconds(ms);
