@@ -29,18 +29,17 @@ namespace {
 class LoggingAndroidServices : public zuv_demo::fp::IDaxAndroidServices {
   public:
     using Return = ::android::hardware::Return<void>;
-    Return setTimer(uint32_t ms) override { return say("setTimer %u", ms); }
-    Return setWakelock(int8_t a, int8_t b) override { return say("setWakelock %d %d", a, b); }
+    Return setTimer(uint32_t ms) override { return say("setTimer " + std::to_string(ms)); }
+    Return setWakelock(int8_t a, int8_t b) override {
+        return say("setWakelock " + std::to_string(a) + " " + std::to_string(b));
+    }
     ::android::hardware::Return<int32_t> checkRequestingAppType() override { return 0; }
     Return showLivenessAlert() override { return say("showLivenessAlert"); }
     Return resetLivenessAlert() override { return say("resetLivenessAlert"); }
 
   private:
-    template <typename... Args>
-    ::android::hardware::Return<void> say(const char* format, Args... args) {
-        std::printf("services: ");
-        std::printf(format, args...);
-        std::printf("\n");
+    static Return say(const std::string& what) {
+        std::printf("services: %s\n", what.c_str());
         std::fflush(stdout);
         return ::android::hardware::Void();
     }
