@@ -2,6 +2,8 @@
 // service-manager daemon of one runtime directory: interface, instance,
 // serving process, transport; optionally pings each one and shows what it
 // says about itself.
+#include "List.h"
+
 #include <android/hidl/base/1.0/IBase.h>
 #include <android/hidl/manager/1.0/IServiceManager.h>
 #include <hidl/ServiceManagement.h>
@@ -10,8 +12,6 @@
 #include <hidl_host/SocketTransport.h>
 #include <hidl_host/TraceExport.h>
 #include <unistd.h>
-
-#include "List.h"
 
 #include <algorithm>
 #include <cinttypes>
