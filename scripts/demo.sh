@@ -7,7 +7,8 @@
 #
 #   scripts/demo.sh [BUILD_DIR]      (default build/default)
 #
-# ZUV_DEMO_TIMEOUT (seconds, default 30) bounds each wait.
+# ZUV_DEMO_TIMEOUT (seconds, default 30) bounds each wait. ZUV_DEMO_OUT names
+# the directory the traces and their timeline go to (default BUILD_DIR/demo-trace).
 set -euo pipefail
 
 build_dir=$(cd "${1:-build/default}" && pwd)
@@ -16,7 +17,8 @@ manager=$build_dir/tools/servicemanager/zuv_hwservicemanager
 service=$build_dir/examples/fingerprint_service/fingerprint_service
 client=$build_dir/examples/fingerprint_client/fingerprint_client
 lshal=$build_dir/tools/lshal/zuv_lshal
-for exe in "$manager" "$service" "$client" "$lshal"; do
+hidl=$build_dir/tools/hidl/zuv_hidl
+for exe in "$manager" "$service" "$client" "$lshal" "$hidl"; do
   [[ -x $exe ]] || { echo "demo: $exe is missing; build first" >&2; exit 2; }
 done
 
@@ -43,7 +45,9 @@ cleanup() {
   exit "$rc"
 }
 trap cleanup EXIT
-trap 'exit 130' INT TERM
+# An interrupted demo fails, whatever the step it interrupted returned.
+interrupted=0
+trap 'interrupted=1; exit 130' INT TERM
 
 section() { printf '\n== %s ==\n' "$*"; }
 
@@ -82,6 +86,9 @@ section "zuv_lshal --ping: what the service manager lists"
 status=0
 "$lshal" --ping || status=$?
 
+section "zuv_hidl call getConfigValue sensor.model: one call by hand"
+"$hidl" call getConfigValue sensor.model || status=$?
+
 section "running fingerprint_client"
 ZUV_HIDL_TRACE_FILE=$trace_dir/fingerprint_client-%p.json \
   ZUV_HIDL_GET_SERVICE_TIMEOUT_MS=$((timeout_s * 1000)) "$client" || status=$?
@@ -112,7 +119,7 @@ if (( ${#traces[@]} != 2 )); then
   echo "demo: expected a trace from the service and the client, found ${#traces[@]}" >&2
   status=1
 fi
-out_dir=$build_dir/demo-trace
+out_dir=${ZUV_DEMO_OUT:-$build_dir/demo-trace}
 rm -rf "$out_dir"
 mkdir -p "$out_dir"
 if command -v python3 >/dev/null; then
@@ -143,7 +150,14 @@ echo "trace files in $out_dir:"
 ls -1 "$out_dir" | sed 's/^/  /'
 echo "open one (demo-trace.json holds both processes) at https://ui.perfetto.dev"
 echo "(Open trace file) or in Chrome at chrome://tracing (Load)."
+if (( ${#traces[@]} > 0 )) && "$hidl" timeline "${traces[@]}" -o "$out_dir/timeline.html" >/dev/null; then
+  echo "the timeline of both processes: $out_dir/timeline.html (open it in a browser)"
+else
+  echo "demo: cannot draw the timeline" >&2
+  status=1
+fi
 
+if (( interrupted )); then exit 130; fi
 if (( status != 0 )); then
   section "the demo FAILED (exit $status)"
   exit "$status"

@@ -8,7 +8,7 @@ packages=(
   android-libutils-dev android-libcutils-dev android-liblog-dev
   linux-libc-dev python3 ccache
   libgtest-dev libgmock-dev libbenchmark-dev
-  libsystemd-dev nlohmann-json3-dev systemd
+  libsystemd-dev nlohmann-json3-dev systemd libcli11-dev chromium
 )
 
 # ./run.sh bench also builds the benchmarks' gRPC peer.

@@ -21,6 +21,32 @@
 
 #include "SimulatedSensor.h"
 
+namespace {
+
+// The framework's side of the device, published too so that a person can
+// poke it (zuv_hidl call --interface IDaxAndroidServices setTimer 5000): it
+// only says what it was asked.
+class LoggingAndroidServices : public zuv_demo::fp::IDaxAndroidServices {
+  public:
+    using Return = ::android::hardware::Return<void>;
+    Return setTimer(uint32_t ms) override { return say("setTimer " + std::to_string(ms)); }
+    Return setWakelock(int8_t a, int8_t b) override {
+        return say("setWakelock " + std::to_string(a) + " " + std::to_string(b));
+    }
+    ::android::hardware::Return<int32_t> checkRequestingAppType() override { return 0; }
+    Return showLivenessAlert() override { return say("showLivenessAlert"); }
+    Return resetLivenessAlert() override { return say("resetLivenessAlert"); }
+
+  private:
+    static Return say(const std::string& what) {
+        std::printf("services: %s\n", what.c_str());
+        std::fflush(stdout);
+        return ::android::hardware::Void();
+    }
+};
+
+}  // namespace
+
 int main(int argc, char** argv) {
     std::string instance = "default";
     for (int i = 1; i < argc; ++i) {
@@ -65,13 +91,23 @@ int main(int argc, char** argv) {
     ::android::sp<zuv_demo::SimulatedSensor> sensor = new zuv_demo::SimulatedSensor();
     const ::android::status_t err = sensor->registerAsService(instance);
     if (err != ::android::OK) {
-        std::fprintf(stderr,
-                     "service: cannot register as \"%s\": %s (is zuv_hwservicemanager running?)\n",
-                     instance.c_str(), std::strerror(-err));
+        // The runtime has already said why when no service manager answered.
+        if (err != ::android::INVALID_OPERATION) {
+            std::fprintf(stderr, "service: cannot register as \"%s\": %s\n", instance.c_str(),
+                         err == ::android::PERMISSION_DENIED ? "refused by the service manager"
+                                                             : std::strerror(-err));
+        }
         return 1;
     }
-    std::printf("service: registered %s/%s\nready\n",
-                zuv_demo::fp::IZuvExtendedFingerprint::descriptor, instance.c_str());
+    ::android::sp<LoggingAndroidServices> services = new LoggingAndroidServices();
+    if (services->registerAsService(instance) != ::android::OK) {
+        std::fprintf(stderr, "service: cannot register IDaxAndroidServices as \"%s\"\n",
+                     instance.c_str());
+        return 1;
+    }
+    std::printf("service: registered %s/%s and %s/%s\nready\n",
+                zuv_demo::fp::IZuvExtendedFingerprint::descriptor, instance.c_str(),
+                zuv_demo::fp::IDaxAndroidServices::descriptor, instance.c_str());
     std::fflush(stdout);
 
     ::android::hardware::joinRpcThreadpool();

@@ -1,4 +1,4 @@
-// The operations of IDaxAndroidServices: code, name and member of each. The frame
+// The operations of IDaxAndroidServices: code, name, member and parameter names of each. The frame
 // reads arguments, result and delivery off the member's type.
 #pragma once
 
@@ -7,12 +7,12 @@
 #include "frame/Interfaces.h"
 #include "frame/Method.h"
 
-#define ZUV_ANDROID_SERVICES_METHODS(X)    \
-    X(ONEWAY_METHOD, 1, setTimer)          \
-    X(ONEWAY_METHOD, 2, setWakelock)       \
-    X(METHOD, 3, checkRequestingAppType)   \
-    X(ONEWAY_METHOD, 4, showLivenessAlert) \
-    X(ONEWAY_METHOD, 5, resetLivenessAlert)
+#define ZUV_ANDROID_SERVICES_METHODS(X)                        \
+    X(ONEWAY_METHOD, 1, setTimer, ("value"))                   \
+    X(ONEWAY_METHOD, 2, setWakelock, ("byteArg1", "byteArg2")) \
+    X(METHOD, 3, checkRequestingAppType, ())                   \
+    X(ONEWAY_METHOD, 4, showLivenessAlert, ())                 \
+    X(ONEWAY_METHOD, 5, resetLivenessAlert, ())
 
 namespace vendor {
 namespace zuv {
@@ -22,12 +22,12 @@ namespace V1_0 {
 namespace android_services_methods {
 
 #define ZUV_INTERFACE IDaxAndroidServices
-#define ZUV_DECLARE(kind, code, name) ZUV_##kind(code, name)
+#define ZUV_DECLARE(kind, code, name, names) ZUV_##kind(code, name, names)
 ZUV_ANDROID_SERVICES_METHODS(ZUV_DECLARE)
 #undef ZUV_DECLARE
 #undef ZUV_INTERFACE
 
-#define ZUV_CODE(kind, code, name) code,
+#define ZUV_CODE(kind, code, name, names) code,
 static_assert(frame::codesAreSequential({ZUV_ANDROID_SERVICES_METHODS(ZUV_CODE)}),
               "operations are listed in code order");
 #undef ZUV_CODE

@@ -14,7 +14,7 @@ namespace V1_0 {
 
 namespace {
 
-#define ZUV_HANDLER_ENTRY(kind, code, name) &BnHwDaxAndroidServices::_hidl_##name,
+#define ZUV_HANDLER_ENTRY(kind, code, name, names) &BnHwDaxAndroidServices::_hidl_##name,
 constexpr details::StubHandler kHandlers[] = {ZUV_ANDROID_SERVICES_METHODS(ZUV_HANDLER_ENTRY)};
 #undef ZUV_HANDLER_ENTRY
 static_assert(sizeof(kHandlers) / sizeof(kHandlers[0]) ==
@@ -31,7 +31,7 @@ BnHwDaxAndroidServices::BnHwDaxAndroidServices(const ::android::sp<IDaxAndroidSe
 
 BnHwDaxAndroidServices::~BnHwDaxAndroidServices() = default;
 
-#define ZUV_DEFINE_HANDLER(kind, code, name)                                                     \
+#define ZUV_DEFINE_HANDLER(kind, code, name, names)                                              \
     ::android::status_t BnHwDaxAndroidServices::_hidl_##name(                                    \
             BnHwBase* _hidl_this, const Parcel& _hidl_data, Parcel* _hidl_reply,                 \
             TransactCallback _hidl_cb) {                                                         \

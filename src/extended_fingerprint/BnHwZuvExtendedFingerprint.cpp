@@ -14,7 +14,7 @@ namespace V1_0 {
 
 namespace {
 
-#define ZUV_HANDLER_ENTRY(kind, code, name) &BnHwZuvExtendedFingerprint::_hidl_##name,
+#define ZUV_HANDLER_ENTRY(kind, code, name, names) &BnHwZuvExtendedFingerprint::_hidl_##name,
 constexpr details::StubHandler kHandlers[] = {ZUV_EXTENDED_FINGERPRINT_METHODS(ZUV_HANDLER_ENTRY)};
 #undef ZUV_HANDLER_ENTRY
 static_assert(sizeof(kHandlers) / sizeof(kHandlers[0]) ==
@@ -32,7 +32,7 @@ BnHwZuvExtendedFingerprint::BnHwZuvExtendedFingerprint(
 
 BnHwZuvExtendedFingerprint::~BnHwZuvExtendedFingerprint() = default;
 
-#define ZUV_DEFINE_HANDLER(kind, code, name)                                                       \
+#define ZUV_DEFINE_HANDLER(kind, code, name, names)                                                \
     ::android::status_t BnHwZuvExtendedFingerprint::_hidl_##name(                                  \
             BnHwBase* _hidl_this, const Parcel& _hidl_data, Parcel* _hidl_reply,                   \
             TransactCallback _hidl_cb) {                                                           \

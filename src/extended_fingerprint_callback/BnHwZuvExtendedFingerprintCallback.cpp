@@ -14,7 +14,8 @@ namespace V1_0 {
 
 namespace {
 
-#define ZUV_HANDLER_ENTRY(kind, code, name) &BnHwZuvExtendedFingerprintCallback::_hidl_##name,
+#define ZUV_HANDLER_ENTRY(kind, code, name, names) \
+    &BnHwZuvExtendedFingerprintCallback::_hidl_##name,
 constexpr details::StubHandler kHandlers[] = {
         ZUV_EXTENDED_FINGERPRINT_CALLBACK_METHODS(ZUV_HANDLER_ENTRY)};
 #undef ZUV_HANDLER_ENTRY
@@ -33,7 +34,7 @@ BnHwZuvExtendedFingerprintCallback::BnHwZuvExtendedFingerprintCallback(
 
 BnHwZuvExtendedFingerprintCallback::~BnHwZuvExtendedFingerprintCallback() = default;
 
-#define ZUV_DEFINE_HANDLER(kind, code, name)                                     \
+#define ZUV_DEFINE_HANDLER(kind, code, name, names)                              \
     ::android::status_t BnHwZuvExtendedFingerprintCallback::_hidl_##name(        \
             BnHwBase* _hidl_this, const Parcel& _hidl_data, Parcel* _hidl_reply, \
             TransactCallback _hidl_cb) {                                         \

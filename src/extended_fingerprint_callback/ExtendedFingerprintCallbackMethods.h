@@ -1,5 +1,5 @@
-// The operations of IZuvExtendedFingerprintCallback: code, name and member of each. The frame
-// reads arguments, result and delivery off the member's type.
+// The operations of IZuvExtendedFingerprintCallback: code, name, member and parameter names of
+// each. The frame reads arguments, result and delivery off the member's type.
 #pragma once
 
 #include <vendor/zuv/hardware/fingerprint/1.0/IZuvExtendedFingerprintCallback.h>
@@ -7,16 +7,16 @@
 #include "frame/Interfaces.h"
 #include "frame/Method.h"
 
-#define ZUV_EXTENDED_FINGERPRINT_CALLBACK_METHODS(X) \
-    X(METHOD, 1, onMatch)                            \
-    X(METHOD, 2, onError)                            \
-    X(METHOD, 3, onStatus)                           \
-    X(METHOD, 4, onEnroll)                           \
-    X(METHOD, 5, onRemove)                           \
-    X(METHOD, 6, onEnumerate)                        \
-    X(METHOD, 7, onRemoveUser)                       \
-    X(METHOD, 8, onCaptureDebugData)                 \
-    X(METHOD, 9, onCapture)
+#define ZUV_EXTENDED_FINGERPRINT_CALLBACK_METHODS(X)                        \
+    X(METHOD, 1, onMatch, ("intArg1", "strArg1", "value", "data", "data2")) \
+    X(METHOD, 2, onError, ("value"))                                        \
+    X(METHOD, 3, onStatus, ("value", "data"))                               \
+    X(METHOD, 4, onEnroll, ("strArg1", "intArg1", "intArg2"))               \
+    X(METHOD, 5, onRemove, ("strArg1", "intArg1"))                          \
+    X(METHOD, 6, onEnumerate, ("strArg1", "intArg1", "intArg2"))            \
+    X(METHOD, 7, onRemoveUser, ("strArg1"))                                 \
+    X(METHOD, 8, onCaptureDebugData, ("debugData"))                         \
+    X(METHOD, 9, onCapture, ("uintArg1", "uintArg2", "data"))
 
 namespace vendor {
 namespace zuv {
@@ -26,12 +26,12 @@ namespace V1_0 {
 namespace extended_fingerprint_callback_methods {
 
 #define ZUV_INTERFACE IZuvExtendedFingerprintCallback
-#define ZUV_DECLARE(kind, code, name) ZUV_##kind(code, name)
+#define ZUV_DECLARE(kind, code, name, names) ZUV_##kind(code, name, names)
 ZUV_EXTENDED_FINGERPRINT_CALLBACK_METHODS(ZUV_DECLARE)
 #undef ZUV_DECLARE
 #undef ZUV_INTERFACE
 
-#define ZUV_CODE(kind, code, name) code,
+#define ZUV_CODE(kind, code, name, names) code,
 static_assert(frame::codesAreSequential({ZUV_EXTENDED_FINGERPRINT_CALLBACK_METHODS(ZUV_CODE)}),
               "operations are listed in code order");
 #undef ZUV_CODE

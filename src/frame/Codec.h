@@ -17,12 +17,15 @@
 #include <utils/Errors.h>
 #include <utils/StrongPointer.h>
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <type_traits>
 #include <utility>
 
 #include "types/EmbeddedVector.h"
+#include "types/RecordFields.h"
 
 namespace vendor {
 namespace zuv {
@@ -92,6 +95,44 @@ struct Embedded<hidl_vec<U>> {
 };
 
 // ---------------------------------------------------------------------------
+// The name of each wire type as the interfaces declare it, for people.
+
+template <typename T, typename = void>
+struct WireName {
+    static std::string get() { return V1_0::RecordFields<T>::kName; }
+};
+template <>
+struct WireName<hidl_string> {
+    static std::string get() { return "string"; }
+};
+template <typename U>
+struct WireName<hidl_vec<U>> {
+    static std::string get() { return "vec<" + WireName<U>::get() + ">"; }
+};
+template <typename U, size_t N>
+struct WireName<std::array<U, N>> {
+    static std::string get() { return WireName<U>::get() + "[" + std::to_string(N) + "]"; }
+};
+template <typename IType>
+struct WireName<sp<IType>> {
+    static std::string get() { return InterfaceInfo<IType>::kShortName; }
+};
+#define ZUV_SCALAR_NAME(T)                      \
+    template <>                                 \
+    struct WireName<T> {                        \
+        static std::string get() { return #T; } \
+    };
+ZUV_SCALAR_NAME(int8_t)
+ZUV_SCALAR_NAME(uint8_t)
+ZUV_SCALAR_NAME(int16_t)
+ZUV_SCALAR_NAME(uint16_t)
+ZUV_SCALAR_NAME(int32_t)
+ZUV_SCALAR_NAME(uint32_t)
+ZUV_SCALAR_NAME(int64_t)
+ZUV_SCALAR_NAME(uint64_t)
+#undef ZUV_SCALAR_NAME
+
+// ---------------------------------------------------------------------------
 // Top-level codecs.
 
 // Strings, vectors and records: one buffer of the value's size, then its
@@ -99,6 +140,7 @@ struct Embedded<hidl_vec<U>> {
 template <typename T>
 struct BufferCodec {
     using Held = const T*;
+    static std::string typeName() { return WireName<T>::get(); }
 
     static status_t write(Parcel* parcel, const T& value) {
         size_t handle = 0;
@@ -125,6 +167,7 @@ struct BufferCodec {
 template <typename T, status_t (Parcel::*Write)(T), status_t (Parcel::*Read)(T*) const>
 struct ScalarCodec {
     using Held = T;
+    static std::string typeName() { return WireName<T>::get(); }
     static status_t write(Parcel* parcel, const T& value) { return (parcel->*Write)(value); }
     static status_t read(const Parcel& parcel, Held* out) { return (parcel.*Read)(out); }
     static const T& get(const Held& held) { return held; }
@@ -158,6 +201,7 @@ struct Codec<uint64_t> : ScalarCodec<uint64_t, &Parcel::writeUint64, &Parcel::re
 template <typename IType>
 struct Codec<sp<IType>> {
     using Held = sp<IType>;
+    static std::string typeName() { return WireName<sp<IType>>::get(); }
 
     static status_t write(Parcel* parcel, const sp<IType>& value) {
         if (value == nullptr) return parcel->writeStrongBinder(nullptr);

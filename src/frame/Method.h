@@ -1,5 +1,5 @@
-// What the frame knows of one operation: its code, name and flags, and the
-// member function it calls. Everything else (arguments, result, and how the
+// What the frame knows of one operation: its code, name, flags and parameter
+// names, and the member function it calls. Everything else (arguments, result, and how the
 // result comes back) is read off the member function's type:
 //   Return<T> f(args...)                          direct result
 //   Return<void> f(args..., std::function<...>)   result through a callback
@@ -8,6 +8,7 @@
 
 #include <hidl/Status.h>
 
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <initializer_list>
@@ -68,6 +69,13 @@ struct MethodDecl {
                   "a oneway operation has no result");
 };
 
+// The parameter names of an operation as the interface declares them; for a
+// result delivered through a callback, the last one names the result.
+template <typename... Names>
+constexpr std::array<const char*, sizeof...(Names)> paramNames(Names... names) {
+    return {{names...}};
+}
+
 // Stubs dispatch by position, so an operation list must run 1, 2, 3, ...
 constexpr bool codesAreSequential(std::initializer_list<uint32_t> codes) {
     uint32_t expected = 1;
@@ -84,13 +92,16 @@ constexpr bool codesAreSequential(std::initializer_list<uint32_t> codes) {
 }  // namespace vendor
 
 // Declare operation `name` of the interface named by ZUV_INTERFACE in the
-// including file: its code, name and member; arguments and result follow
-// from the member's type.
-#define ZUV_METHOD_WITH_FLAGS(code, name, flags)                                                 \
+// including file: its code, name, member and the parenthesised list of its
+// parameter names; arguments and result follow from the member's type.
+#define ZUV_METHOD_WITH_FLAGS(code, name, names, flags)                                          \
     struct name                                                                                  \
         : ::vendor::zuv::hardware::fingerprint::frame::MethodDecl<ZUV_INTERFACE, code,           \
                                                                   &ZUV_INTERFACE::name, flags> { \
         static constexpr const char* kName = #name;                                              \
+        static constexpr auto kParamNames =                                                      \
+                ::vendor::zuv::hardware::fingerprint::frame::paramNames names;                   \
+        static_assert(kParamNames.size() == Traits::kParamCount, "one name per parameter");      \
     };
-#define ZUV_METHOD(code, name) ZUV_METHOD_WITH_FLAGS(code, name, 0)
-#define ZUV_ONEWAY_METHOD(code, name) ZUV_METHOD_WITH_FLAGS(code, name, 1)
+#define ZUV_METHOD(code, name, names) ZUV_METHOD_WITH_FLAGS(code, name, names, 0)
+#define ZUV_ONEWAY_METHOD(code, name, names) ZUV_METHOD_WITH_FLAGS(code, name, names, 1)

@@ -38,15 +38,15 @@ using ::android::hidl::base::V1_0::IBase;
 // never travel and have no code.
 namespace base_methods {
 #define ZUV_INTERFACE ::android::hidl::base::V1_0::IBase
-ZUV_METHOD(0x0f43484e, interfaceChain)
-ZUV_METHOD(0x0f444247, debug)
-ZUV_METHOD(0x0f445343, interfaceDescriptor)
-ZUV_METHOD(0x0f485348, getHashChain)
-ZUV_METHOD(0, linkToDeath)
-ZUV_METHOD(0x0f504e47, ping)
-ZUV_METHOD(0x0f524546, getDebugInfo)
-ZUV_ONEWAY_METHOD(0x0f535953, notifySyspropsChanged)
-ZUV_METHOD(0, unlinkToDeath)
+ZUV_METHOD(0x0f43484e, interfaceChain, ("descriptors"))
+ZUV_METHOD(0x0f444247, debug, ("fd", "options"))
+ZUV_METHOD(0x0f445343, interfaceDescriptor, ("descriptor"))
+ZUV_METHOD(0x0f485348, getHashChain, ("hashchain"))
+ZUV_METHOD(0, linkToDeath, ("recipient", "cookie"))
+ZUV_METHOD(0x0f504e47, ping, ())
+ZUV_METHOD(0x0f524546, getDebugInfo, ("info"))
+ZUV_ONEWAY_METHOD(0x0f535953, notifySyspropsChanged, ())
+ZUV_METHOD(0, unlinkToDeath, ("recipient"))
 #undef ZUV_INTERFACE
 }  // namespace base_methods
 

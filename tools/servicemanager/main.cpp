@@ -49,7 +49,7 @@ void usage(FILE* out) {
                  "                        Without it every process of the user may add.\n"
                  "  --call-timeout-ms N   deadline of each call to another process, such as a\n"
                  "                        notification (default %ld; 0 waits for ever)\n"
-                 "  --verbose             report registrations, deaths and lookups on stderr\n"
+                 "  --verbose             report registrations and deaths on stderr\n"
                  "A name belongs to the process that registered it until that process dies.\n"
                  "Prints \"ready\" on stdout once it serves; SIGTERM or SIGINT stops it.\n"
                  "Started by systemd socket activation, it serves the one listening socket\n"
@@ -169,18 +169,21 @@ int main(int argc, char** argv) {
     // Lookups made inside the daemon go straight to its own registry, never
     // through the socket back to itself.
     host::setDefaultServiceManager(registry);
-    // The manager is listed like any service, as on the platform.
-    (void)registry->add("default", registry).isOk();
-
     sp<BnHwServiceManager> stub = new BnHwServiceManager(registry);
     status_t err = host::serveContextObject(stub, handedOver);
     if (err != OK) {
-        std::fprintf(stderr, "zuv_hwservicemanager: cannot serve %s/%s: %s\n",
-                     host::runtimeDirectory().c_str(), host::kContextObjectSocketName,
-                     err == ::android::ALREADY_EXISTS ? "another service manager serves it"
-                                                      : std::strerror(-err));
+        // An unusable runtime directory has been named by the transport.
+        if (err != ::android::PERMISSION_DENIED) {
+            std::fprintf(stderr, "zuv_hwservicemanager: cannot serve %s/%s: %s\n",
+                         host::runtimeDirectory().c_str(), host::kContextObjectSocketName,
+                         err == ::android::ALREADY_EXISTS ? "another service manager serves it"
+                                                          : std::strerror(-err));
+        }
         return 1;
     }
+    // The manager is listed like any service, as on the platform; only once
+    // it serves, so that a daemon that cannot start logs no registration.
+    (void)registry->add("default", registry).isOk();
     std::printf("ready\n");
     std::fflush(stdout);
     sd_notify(0, "READY=1");

@@ -1,5 +1,6 @@
 #include <hidl/HidlInstrumentor.h>
 #include <hidl_host/Instrumentation.h>
+#include <hidl_host/Settings.h>
 #include <strings.h>
 
 #include <cstdio>
@@ -16,12 +17,7 @@ namespace hardware {
 namespace {
 
 bool envSaysEnabled() {
-    const char* value = std::getenv(host::kInstrumentationEnvVar);
-    if (value == nullptr) {
-        return false;
-    }
-    return std::strcmp(value, "1") == 0 || strcasecmp(value, "true") == 0 ||
-           strcasecmp(value, "on") == 0;
+    return host::settingFlag(host::kInstrumentationEnvVar, false);
 }
 
 struct Registry {

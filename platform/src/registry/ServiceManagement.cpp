@@ -2,8 +2,10 @@
 #include <android/hidl/manager/1.0/IServiceManager.h>
 #include <hidl/ServiceManagement.h>
 #include <hidl_host/ServiceRegistry.h>
+#include <hidl_host/Settings.h>
 #include <hidl_host/SocketTransport.h>
 #include <hwbinder/BpHwBinder.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -32,15 +34,7 @@ using ::android::hidl::manager::V1_0::IServiceNotification;
 namespace details {
 
 bool envFlag(const char* name, bool def) {
-    const char* value = getenv(name);
-    if (value == nullptr) return def;
-    for (const char* yes : {"1", "true", "on", "yes"}) {
-        if (strcasecmp(value, yes) == 0) return true;
-    }
-    for (const char* no : {"0", "false", "off", "no"}) {
-        if (strcasecmp(value, no) == 0) return false;
-    }
-    return def;
+    return host::settingFlag(name, def);
 }
 
 bool registryDebugEnabled() {
@@ -281,10 +275,10 @@ void requestRecovery() {
 enum class ServiceManagerMode { kAuto, kInProcess, kDaemon };
 
 ServiceManagerMode serviceManagerMode() {
-    const char* value = getenv(host::kServiceManagerEnvVar);
-    if (value == nullptr || *value == '\0') return ServiceManagerMode::kAuto;
-    if (strcasecmp(value, "inprocess") == 0) return ServiceManagerMode::kInProcess;
-    if (strcasecmp(value, "daemon") == 0) return ServiceManagerMode::kDaemon;
+    const std::string mode = host::settingChoice(host::kServiceManagerEnvVar,
+                                                 {"auto", "inprocess", "daemon"}, "auto");
+    if (mode == "inprocess") return ServiceManagerMode::kInProcess;
+    if (mode == "daemon") return ServiceManagerMode::kDaemon;
     return ServiceManagerMode::kAuto;
 }
 
@@ -319,6 +313,35 @@ class PassthroughServiceManager : public IServiceManager {
     }
 };
 
+// Why no service manager answers for the runtime directory, and what to do,
+// for the one line a person reads.
+std::string noDaemonCause(const std::string& dir) {
+    std::string cause;
+    struct stat st;
+    const std::string parent = dir.substr(0, dir.find_last_of('/'));
+    if (stat(dir.c_str(), &st) != 0) {
+        if (!parent.empty() && stat(parent.c_str(), &st) != 0) {
+            return "its parent directory " + parent + " does not exist; create it or set " +
+                   host::kRuntimeDirEnvVar + " to a directory of your own";
+        }
+        cause = "the directory does not exist yet";
+    } else if (!S_ISDIR(st.st_mode)) {
+        return dir + " is not a directory; set " + std::string(host::kRuntimeDirEnvVar) +
+               " to a directory of your own";
+    } else if (st.st_uid != getuid() || (st.st_mode & 077) != 0) {
+        char what[160];
+        snprintf(what, sizeof(what),
+                 "it is unsafe (owner uid %u, mode %03o; it must belong to uid %u with mode "
+                 "0700); run chmod 700 %s or use a directory of your own",
+                 static_cast<unsigned>(st.st_uid), static_cast<unsigned>(st.st_mode & 0777),
+                 static_cast<unsigned>(getuid()), dir.c_str());
+        return what;
+    } else {
+        cause = "no zuv_hwservicemanager serves it";
+    }
+    return cause + "; start one with: zuv_hwservicemanager --runtime-dir " + dir + " &";
+}
+
 }  // namespace
 
 namespace host {
@@ -338,13 +361,8 @@ std::chrono::milliseconds getGetServiceTimeout() {
         std::lock_guard<std::mutex> lock(gConfigMutex);
         if (gTimeoutOverride) return *gTimeoutOverride;
     }
-    const char* env = getenv(kGetServiceTimeoutEnvVar);
-    if (env == nullptr || *env == '\0') return kDefaultGetServiceTimeout;
-    char* end = nullptr;
-    errno = 0;
-    long long ms = strtoll(env, &end, 10);
-    if (errno != 0 || *end != '\0' || ms < 0) return kDefaultGetServiceTimeout;
-    return std::chrono::milliseconds(ms);
+    return std::chrono::milliseconds(settingInteger(
+            kGetServiceTimeoutEnvVar, kDefaultGetServiceTimeout.count(), 0, kMaxTimeoutMs));
 }
 
 sp<IServiceManager> makeInProcessServiceManager(AddPolicy policy) {
@@ -413,6 +431,17 @@ sp<IBase> getRawServiceInternal(const std::string& descriptor, const std::string
     if (base != nullptr || !retry) return base;
 
     const auto timeout = host::getGetServiceTimeout();
+    if (sm == nullptr) {
+        // Said at once and once per process, not after the wait.
+        static std::once_flag told;
+        std::call_once(told, [&] {
+            const std::string dir = host::runtimeDirectory();
+            fprintf(stderr,
+                    "hidl: waiting up to %lld ms for a service manager at %s to find %s/%s: %s\n",
+                    static_cast<long long>(timeout.count()), dir.c_str(), descriptor.c_str(),
+                    instance.c_str(), noDaemonCause(dir).c_str());
+        });
+    }
     const auto deadline = std::chrono::steady_clock::now() + timeout;
     ZUV_REGISTRY_DEBUG("waiting up to %lld ms for %s/%s", static_cast<long long>(timeout.count()),
                        descriptor.c_str(), instance.c_str());
@@ -442,7 +471,12 @@ sp<IBase> getRawServiceInternal(const std::string& descriptor, const std::string
 status_t registerAsServiceInternal(const sp<IBase>& service, const std::string& name) {
     if (service == nullptr) return UNEXPECTED_NULL;
     sp<IServiceManager> sm = defaultServiceManager();
-    if (sm == nullptr) return INVALID_OPERATION;
+    if (sm == nullptr) {
+        const std::string dir = host::runtimeDirectory();
+        fprintf(stderr, "hidl: cannot register \"%s\": no service manager at %s: %s\n",
+                name.c_str(), dir.c_str(), noDaemonCause(dir).c_str());
+        return INVALID_OPERATION;
+    }
     Return<bool> ret = sm->add(name, service);
     if (!ret.isOk()) {
         if (ret.getStatus().exceptionCode() == Status::EX_SECURITY) return PERMISSION_DENIED;

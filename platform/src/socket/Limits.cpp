@@ -1,5 +1,6 @@
 #include "socket/Limits.h"
 
+#include <hidl_host/Settings.h>
 #include <sys/resource.h>
 
 #include <algorithm>
@@ -17,17 +18,9 @@ namespace socket {
 namespace {
 
 size_t fromEnv(const char* name, size_t def, size_t min, size_t max) {
-    const char* value = getenv(name);
-    if (value == nullptr || *value == '\0') return def;
-    char* end = nullptr;
-    errno = 0;
-    unsigned long long n = strtoull(value, &end, 10);
-    if (errno != 0 || *end != '\0' || n < min || n > max) {
-        fprintf(stderr, "hidl socket transport: ignoring %s=%s (wants %zu..%zu); using %zu\n", name,
-                value, min, max, def);
-        return def;
-    }
-    return static_cast<size_t>(n);
+    return static_cast<size_t>(
+            settingInteger(name, static_cast<int64_t>(def), static_cast<int64_t>(min),
+                           static_cast<int64_t>(std::min<size_t>(max, INT64_MAX))));
 }
 
 // Three quarters of the descriptor limit: the rest is left for the

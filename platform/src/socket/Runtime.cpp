@@ -2,6 +2,7 @@
 
 #include <errno.h>
 #include <fcntl.h>
+#include <hidl_host/Settings.h>
 #include <signal.h>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
@@ -413,8 +414,7 @@ void setCallTimeout(std::chrono::milliseconds timeout) {
 std::chrono::milliseconds callTimeout() {
     int64_t ms = gCallTimeoutMs.load();
     if (ms < 0) {
-        const char* env = getenv(kCallTimeoutEnvVar);
-        ms = env != nullptr ? std::max(0LL, atoll(env)) : 0;
+        ms = settingInteger(kCallTimeoutEnvVar, 0, 0, kMaxTimeoutMs);
         gCallTimeoutMs.store(ms);
     }
     return std::chrono::milliseconds(ms);

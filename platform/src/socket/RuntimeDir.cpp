@@ -31,8 +31,10 @@ namespace socket {
 
 status_t ensureRuntimeDirectory(const std::string& dir) {
     if (mkdir(dir.c_str(), 0700) != 0 && errno != EEXIST) {
-        fprintf(stderr, "hidl socket transport: cannot create %s: %s\n", dir.c_str(),
-                strerror(errno));
+        fprintf(stderr,
+                "hidl socket transport: cannot create the runtime directory %s: %s (its parent "
+                "must exist; or set %s to a directory of your own)\n",
+                dir.c_str(), strerror(errno), kRuntimeDirEnvVar);
         return PERMISSION_DENIED;
     }
     struct stat st;

@@ -1,6 +1,7 @@
 #include "trace/TraceRecorder.h"
 
 #include <hidl_host/Instrumentation.h>
+#include <hidl_host/Settings.h>
 #include <hidl_host/TraceExport.h>
 #include <pthread.h>
 #include <sys/syscall.h>
@@ -56,17 +57,9 @@ uint64_t nowNs() {
 }
 
 size_t capacityFromEnvironment() {
-    const char* value = std::getenv(host::kTraceMaxEventsEnvVar);
-    if (value == nullptr || *value == '\0') return host::kDefaultTraceMaxEvents;
-    char* end = nullptr;
-    errno = 0;
-    unsigned long long n = std::strtoull(value, &end, 10);
-    if (errno != 0 || *end != '\0' || n == 0) {
-        std::fprintf(stderr, "%s=%s ignored: wants a positive count\n", host::kTraceMaxEventsEnvVar,
-                     value);
-        return host::kDefaultTraceMaxEvents;
-    }
-    return static_cast<size_t>(n);
+    return static_cast<size_t>(host::settingInteger(
+            host::kTraceMaxEventsEnvVar, static_cast<int64_t>(host::kDefaultTraceMaxEvents), 1,
+            INT64_C(1) << 32));
 }
 
 std::string readComm(const std::string& path) {

@@ -1,0 +1,174 @@
+// zuv_hidl against a real daemon and the example service: one call of each
+// shape, a watched match, and the messages a mistaken user reads.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "ProcessHarness.h"
+
+namespace zuv_mp {
+namespace {
+
+using nlohmann::json;
+using ::testing::HasSubstr;
+
+struct ToolRun {
+    int exitCode = -1;
+    std::vector<std::string> lines;  // stdout
+    std::string err;
+    json only() const { return lines.size() == 1 ? json::parse(lines[0], nullptr, false) : json(); }
+};
+
+class HidlToolTest : public ::testing::Test {
+  protected:
+    Process::Env env() const { return {{"ZUV_HIDL_RUNTIME_DIR", mDir.path() + "/run"}}; }
+
+    void startService() {
+        for (const char* exe : {ZUV_SERVICEMANAGER_PATH, ZUV_FINGERPRINT_SERVICE_PATH}) {
+            auto p = Process::start({exe}, env());
+            ASSERT_TRUE(p != nullptr && p->line("ready")) << exe << " did not get ready";
+            mProcs.push_back(std::move(p));
+        }
+    }
+
+    ToolRun hidl(std::vector<std::string> args) {
+        args.insert(args.begin(), ZUV_HIDL_PATH);
+        const std::string errPath = mDir.path() + "/stderr" + std::to_string(++mRuns);
+        ToolRun out;
+        auto p = Process::start(args, env(), errPath);
+        if (p == nullptr) {
+            ADD_FAILURE() << "cannot start zuv_hidl";
+            return out;
+        }
+        while (auto l = p->line("")) out.lines.push_back(*l);
+        auto status = p->waitExit(kLineTimeout);
+        if (status && WIFEXITED(*status)) out.exitCode = WEXITSTATUS(*status);
+        std::ifstream in(errPath);
+        out.err.assign(std::istreambuf_iterator<char>(in), {});
+        return out;
+    }
+
+    TempDir mDir;
+    int mRuns = 0;
+    std::vector<std::unique_ptr<Process>> mProcs;
+};
+
+TEST_F(HidlToolTest, CallsOneOperationOfEachShapeAndWatchesMatch) {
+    startService();
+
+    ToolRun callback = hidl({"call", "getConfigValue", "sensor.model"});
+    ASSERT_EQ(0, callback.exitCode) << callback.err;
+    EXPECT_EQ("zuv-sim-1", callback.only()["result"]);
+    EXPECT_EQ("value", callback.only()["name"]);
+
+    EXPECT_EQ(0, hidl({"call", "setConfigValue", "\"led.color\"", "red"}).exitCode);  // none
+    EXPECT_EQ("red", hidl({"call", "getConfigValue", "led.color"}).only()["result"]);
+
+    ToolRun direct = hidl({"call", "getLivenessEnabled", "[1,2]"});
+    ASSERT_EQ(0, direct.exitCode) << direct.err;
+    EXPECT_TRUE(direct.only()["result"].is_number_unsigned());
+
+    ToolRun record = hidl({"call", "readInfo"});
+    ASSERT_EQ(0, record.exitCode) << record.err;
+    const json info = record.only()["result"];
+    EXPECT_TRUE(info["bytes1"].is_array());
+    EXPECT_EQ(32u, info["head"].get<std::string>().size());  // 16 bytes as hex
+
+    ToolRun oneway = hidl({"call", "--interface", "IDaxAndroidServices", "setTimer", "5000"});
+    EXPECT_EQ(0, oneway.exitCode) << oneway.err;
+    EXPECT_EQ(json(nullptr), oneway.only()["result"]);
+
+    ToolRun watched = hidl(
+            {"watch", "--count", "2", "--timeout", "20", "match", "7", "index", "[9,8]", "", "0"});
+    ASSERT_EQ(0, watched.exitCode) << watched.err;
+    ASSERT_EQ(2u, watched.lines.size());
+    const json status = json::parse(watched.lines[0]), match = json::parse(watched.lines[1]);
+    EXPECT_EQ("onStatus", status["call"]);
+    EXPECT_EQ("onMatch", match["call"]);
+    EXPECT_EQ("index", match["args"][1]);
+    EXPECT_EQ(json::array({9, 8}), match["args"][3]);
+    EXPECT_LE(status["t_us"].get<int64_t>(), match["t_us"].get<int64_t>());
+}
+
+TEST_F(HidlToolTest, MistakesNameTheirCause) {
+    ToolRun noDaemon = hidl({"call", "readInfo"});
+    EXPECT_EQ(1, noDaemon.exitCode);
+    EXPECT_THAT(noDaemon.err, HasSubstr("no service manager serves " + mDir.path() + "/run"));
+    EXPECT_THAT(noDaemon.err, HasSubstr("zuv_hwservicemanager --runtime-dir"));
+
+    ToolRun count = hidl({"call", "setConfigValue", "key"});
+    EXPECT_EQ(2, count.exitCode);
+    EXPECT_THAT(count.err, HasSubstr("takes 2 arguments (string key, string value), got 1"));
+
+    ToolRun type = hidl({"call", "getEnrollRecord", "[1]"});
+    EXPECT_EQ(2, type.exitCode);
+    EXPECT_THAT(type.err, HasSubstr("argument 1 (key): expected string, got [1]"));
+
+    ToolRun range = hidl({"call", "setLivenessEnabled", "[1, 300]", "1"});
+    EXPECT_THAT(range.err, HasSubstr("argument 1 (data)[1]: expected uint8_t (0..255), got 300"));
+
+    EXPECT_THAT(hidl({"call", "nosuch"}).err,
+                HasSubstr("IZuvExtendedFingerprint has no operation 'nosuch'"));
+    ToolRun option = hidl({"call", "--bogus", "readInfo"});
+    EXPECT_EQ(2, option.exitCode);
+    EXPECT_THAT(option.err, HasSubstr("--bogus"));
+}
+
+TEST_F(HidlToolTest, DescribesOperationsWithDeclaredNamesAndTypes) {
+    ToolRun d = hidl({"describe", "--json", "IZuvExtendedFingerprint"});
+    ASSERT_EQ(0, d.exitCode);
+    std::string text;
+    for (const auto& l : d.lines) text += l;
+    const json ops = json::parse(text)[0]["operations"];
+    ASSERT_EQ(59u, ops.size());
+    const json match = ops[34];
+    EXPECT_EQ("match", match["name"]);
+    EXPECT_EQ(35, match["code"]);
+    EXPECT_EQ("direct", match["shape"]);
+    EXPECT_EQ((json{{"name", "data"}, {"type", "vec<uint8_t>"}}), match["params"][3]);
+    EXPECT_EQ("IZuvExtendedFingerprintCallback", match["params"][0]["type"]);
+    EXPECT_EQ((json{{"name", "value"}, {"type", "string"}}), ops[55]["result"]);  // getConfigValue
+}
+
+// What a person meets when the runtime directory or an environment value is
+// wrong: one line naming the cause, in the process where it happens.
+TEST_F(HidlToolTest, MisconfigurationsSayWhatIsWrong) {
+    auto stderrOf = [&](const std::vector<std::string>& argv, Process::Env env) {
+        const std::string path = mDir.path() + "/stderr" + std::to_string(++mRuns);
+        auto p = Process::start(argv, env, path);
+        EXPECT_TRUE(p != nullptr && p->waitExit(kLineTimeout));
+        std::ifstream in(path);
+        return std::string(std::istreambuf_iterator<char>(in), {});
+    };
+    const std::string missing = mDir.path() + "/absent/run";
+    EXPECT_THAT(stderrOf({ZUV_FINGERPRINT_SERVICE_PATH}, {{"ZUV_HIDL_RUNTIME_DIR", missing}}),
+                HasSubstr("its parent directory " + mDir.path() + "/absent does not exist"));
+    const std::string daemon =
+            stderrOf({ZUV_SERVICEMANAGER_PATH, "--verbose"}, {{"ZUV_HIDL_RUNTIME_DIR", missing}});
+    EXPECT_THAT(daemon, HasSubstr("cannot create the runtime directory " + missing));
+    EXPECT_THAT(daemon, ::testing::Not(HasSubstr("registered")));
+    EXPECT_THAT(daemon, ::testing::Not(HasSubstr("not permitted")));
+
+    const std::string unsafe = mDir.path() + "/open";
+    ASSERT_EQ(0, mkdir(unsafe.c_str(), 0755));
+    EXPECT_THAT(stderrOf({ZUV_FINGERPRINT_SERVICE_PATH}, {{"ZUV_HIDL_RUNTIME_DIR", unsafe}}),
+                HasSubstr("it is unsafe"));
+
+    const std::string waiting =
+            stderrOf({ZUV_HIDL_PATH, "list"}, {{"ZUV_HIDL_RUNTIME_DIR", mDir.path() + "/run"},
+                                               {"ZUV_HIDL_GET_SERVICE_TIMEOUT_MS", "2s"},
+                                               {"ZUV_HIDL_CALL_TIMEOUT_MS", "-5"}});
+    EXPECT_THAT(waiting, HasSubstr("ignoring ZUV_HIDL_CALL_TIMEOUT_MS=-5 (accepted: a whole "
+                                   "number from 0 to 86400000); using 0"));
+    EXPECT_THAT(waiting, HasSubstr("start one with: zuv_hwservicemanager --runtime-dir"));
+}
+
+}  // namespace
+}  // namespace zuv_mp

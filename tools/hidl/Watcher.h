@@ -1,0 +1,90 @@
+// The callback object `watch` hands to the service: each call it receives
+// becomes one JSON line on stdout, and the main thread is told how many came.
+#pragma once
+
+#include <vendor/zuv/hardware/fingerprint/1.0/IZuvExtendedFingerprintCallback.h>
+
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <csignal>
+#include <cstdio>
+#include <mutex>
+
+#include "Json.h"
+
+namespace zuv_hidl {
+
+using ::android::hardware::Return;
+
+class Watcher : public V1_0::IZuvExtendedFingerprintCallback {
+  public:
+    using Clock = std::chrono::steady_clock;
+    explicit Watcher(Clock::time_point start) : mStart(start) {}
+
+    // True once `count` calls arrived, false when `until` passed first or
+    // `stop` became true.
+    bool waitFor(size_t count, Clock::time_point until, const volatile sig_atomic_t* stop) {
+        std::unique_lock<std::mutex> lock(mLock);
+        while (mCalls < count && !*stop) {
+            if (mArrived.wait_until(
+                        lock, std::min(until, Clock::now() + std::chrono::milliseconds(100))) ==
+                        std::cv_status::timeout &&
+                Clock::now() >= until)
+                break;
+        }
+        return mCalls >= count;
+    }
+
+    Return<void> onMatch(int32_t intArg1, const hidl_string& strArg1, uint64_t value,
+                         const hidl_vec<uint8_t>& data, const hidl_vec<uint8_t>& data2) override {
+        return emit("onMatch", intArg1, strArg1, value, data, data2);
+    }
+    Return<void> onError(int32_t value) override { return emit("onError", value); }
+    Return<void> onStatus(int32_t value, const hidl_vec<uint8_t>& data) override {
+        return emit("onStatus", value, data);
+    }
+    Return<void> onEnroll(const hidl_string& strArg1, int32_t intArg1, int32_t intArg2) override {
+        return emit("onEnroll", strArg1, intArg1, intArg2);
+    }
+    Return<void> onRemove(const hidl_string& strArg1, int32_t intArg1) override {
+        return emit("onRemove", strArg1, intArg1);
+    }
+    Return<void> onEnumerate(const hidl_string& strArg1, int32_t intArg1,
+                             int32_t intArg2) override {
+        return emit("onEnumerate", strArg1, intArg1, intArg2);
+    }
+    Return<void> onRemoveUser(const hidl_string& strArg1) override {
+        return emit("onRemoveUser", strArg1);
+    }
+    Return<void> onCaptureDebugData(const hidl_vec<V1_0::CaptureDebugData>& debugData) override {
+        return emit("onCaptureDebugData", debugData);
+    }
+    Return<void> onCapture(uint32_t uintArg1, uint32_t uintArg2,
+                           const hidl_vec<uint8_t>& data) override {
+        return emit("onCapture", uintArg1, uintArg2, data);
+    }
+
+  private:
+    template <typename... Args>
+    ::android::hardware::Return<void> emit(const char* call, const Args&... args) {
+        json line = {{"call", call},
+                     {"args", json::array({JsonCodec<Args>::to(args)...})},
+                     {"t_us",
+                      std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - mStart)
+                              .count()}};
+        std::lock_guard<std::mutex> lock(mLock);
+        std::printf("%s\n", line.dump().c_str());
+        std::fflush(stdout);
+        ++mCalls;
+        mArrived.notify_all();
+        return ::android::hardware::Void();
+    }
+
+    const Clock::time_point mStart;
+    std::mutex mLock;
+    std::condition_variable mArrived;
+    size_t mCalls = 0;
+};
+
+}  // namespace zuv_hidl

@@ -1,0 +1,336 @@
+// zuv_hidl: one command for the package's services: list what is
+// registered, describe the interfaces, call any operation with JSON
+// arguments, watch the callbacks a session produces, and draw traces as a
+// timeline.
+#include <android/hidl/manager/1.0/IServiceManager.h>
+#include <hidl/HidlTransportSupport.h>
+#include <hidl/ServiceManagement.h>
+#include <hidl_host/ServiceRegistry.h>
+#include <hidl_host/SocketTransport.h>
+#include <hidl_host/TraceExport.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "List.h"
+#include "Operations.h"
+#include "Timeline.h"
+#include "Watcher.h"
+
+using namespace zuv_hidl;
+namespace host = ::android::hardware::host;
+
+namespace {
+
+constexpr int kCallFailed = 1;
+constexpr int kUsage = 2;
+
+// Ends the process without stopping the transport's threads; a trace asked
+// for is written first.
+[[noreturn]] void leave(int status) {
+    std::fflush(nullptr);
+    if (!host::traceFilePath().empty()) (void)host::flushTrace();
+    _exit(status);
+}
+
+struct UsageError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+std::string signature(const Operation& op) {
+    std::string s = op.name + "(";
+    for (size_t i = 0; i < op.params.size(); ++i)
+        s += (i ? ", " : "") + op.params[i].type + " " + op.params[i].name;
+    s += ")";
+    if (!op.result.type.empty())
+        s += " -> " + op.result.type + (op.result.name.empty() ? "" : " " + op.result.name);
+    return s;
+}
+
+std::string argumentList(const Operation& op) {
+    std::string s;
+    for (const Param& p : op.params) {
+        if (p.isCallbackObject) continue;
+        s += (s.empty() ? "" : ", ") + p.type + " " + p.name;
+    }
+    return s;
+}
+
+const InterfaceOps& interfaceNamed(const std::string& name) {
+    if (const InterfaceOps* i = findInterface(name)) return *i;
+    std::string known;
+    for (const InterfaceOps& i : allInterfaces()) known += " " + i.name;
+    throw UsageError("unknown interface '" + name + "'; the interfaces are:" + known);
+}
+
+const Operation& operationNamed(const InterfaceOps& iface, const std::string& name) {
+    if (const Operation* op = iface.find(name)) return *op;
+    throw UsageError(iface.name + " has no operation '" + name + "' (`zuv_hidl describe " +
+                     iface.name + "` lists them)");
+}
+
+// Each argument is a JSON value; a word that is not JSON is taken as a string.
+json parseArguments(const Operation& op, const std::vector<std::string>& words) {
+    const size_t expected = op.argCount();
+    if (words.size() != expected) {
+        throw UsageError(op.name + " takes " + std::to_string(expected) + " argument" +
+                         (expected == 1 ? "" : "s") + " (" + argumentList(op) + "), got " +
+                         std::to_string(words.size()));
+    }
+    json args = json::array();
+    for (const std::string& w : words) {
+        json j = json::parse(w, nullptr, false);
+        args.push_back(j.is_discarded() ? json(w) : j);
+    }
+    try {
+        op.invoke(nullptr, args, nullptr);
+    } catch (const ArgumentError& e) {
+        throw UsageError(op.name + ": " + e.what());
+    }
+    return args;
+}
+
+::android::sp<IBase> findService(const InterfaceOps& iface, const std::string& instance) {
+    setenv(host::kServiceManagerEnvVar, "daemon", 1);
+    auto sm = ::android::hardware::defaultServiceManager();
+    const std::string dir = host::runtimeDirectory();
+    if (sm == nullptr) {
+        std::fprintf(stderr,
+                     "zuv_hidl: no service manager serves %s; start one with: "
+                     "zuv_hwservicemanager --runtime-dir %s &\n",
+                     dir.c_str(), dir.c_str());
+        leave(kCallFailed);
+    }
+    Return<::android::sp<IBase>> got = sm->get(iface.descriptor, instance);
+    ::android::sp<IBase> base = got.isOk() ? static_cast<::android::sp<IBase>>(got) : nullptr;
+    ::android::sp<IBase> service = base == nullptr ? nullptr : iface.cast(base);
+    if (service == nullptr) {
+        std::fprintf(stderr,
+                     "zuv_hidl: no %s/%s is registered in %s (`zuv_hidl list` shows what is)\n",
+                     iface.descriptor.c_str(), instance.c_str(), dir.c_str());
+        leave(kCallFailed);
+    }
+    return service;
+}
+
+int describe(const std::string& which, bool asJson) {
+    std::vector<const InterfaceOps*> chosen;
+    if (which.empty()) {
+        for (const InterfaceOps& i : allInterfaces()) chosen.push_back(&i);
+    } else {
+        chosen.push_back(&interfaceNamed(which));
+    }
+    json out = json::array();
+    for (const InterfaceOps* iface : chosen) {
+        if (!asJson) std::printf("%s\n", iface->descriptor.c_str());
+        json ops = json::array();
+        for (const Operation& op : iface->operations) {
+            if (!asJson) {
+                std::printf("  %3u  %-9s %s\n", op.code, op.shape.c_str(), signature(op).c_str());
+                continue;
+            }
+            json params = json::array();
+            for (const Param& p : op.params) params.push_back({{"name", p.name}, {"type", p.type}});
+            json j = {
+                    {"code", op.code}, {"name", op.name}, {"shape", op.shape}, {"params", params}};
+            j["result"] = op.result.type.empty()
+                                  ? json(nullptr)
+                                  : json{{"name", op.result.name}, {"type", op.result.type}};
+            ops.push_back(j);
+        }
+        out.push_back({{"interface", iface->name},
+                       {"descriptor", iface->descriptor},
+                       {"operations", ops}});
+    }
+    if (asJson) std::printf("%s\n", out.dump(2).c_str());
+    return 0;
+}
+
+int call(const std::string& ifaceName, const std::string& instance, const std::string& opName,
+         const std::vector<std::string>& words) {
+    const InterfaceOps& iface = interfaceNamed(ifaceName);
+    const Operation& op = operationNamed(iface, opName);
+    for (const Param& p : op.params) {
+        if (p.isCallbackObject)
+            throw UsageError(op.name + " takes a callback object; use `zuv_hidl watch " + op.name +
+                             "`");
+    }
+    const json args = parseArguments(op, words);
+    ::android::sp<IBase> service = findService(iface, instance);
+    const Outcome outcome = op.invoke(service, args, nullptr);
+    if (!outcome.ok) {
+        std::fprintf(stderr, "zuv_hidl: %s::%s failed: %s\n", iface.name.c_str(), op.name.c_str(),
+                     outcome.status.c_str());
+        return kCallFailed;
+    }
+    json out = {{"operation", op.name}, {"shape", op.shape}, {"result", outcome.result}};
+    if (!op.result.name.empty()) out["name"] = op.result.name;
+    std::printf("%s\n", out.dump().c_str());
+    return 0;
+}
+
+volatile sig_atomic_t gStop = 0;
+
+int watch(const std::string& instance, const std::string& opName,
+          const std::vector<std::string>& words, size_t count, double timeoutS) {
+    const InterfaceOps& iface = interfaceNamed(V1_0::IZuvExtendedFingerprint::descriptor);
+    const Operation& op = operationNamed(iface, opName);
+    bool takesCallback = false;
+    for (const Param& p : op.params) takesCallback = takesCallback || p.isCallbackObject;
+    if (!takesCallback) {
+        std::string those;
+        for (const Operation& o : iface.operations)
+            for (const Param& p : o.params)
+                if (p.isCallbackObject) those += " " + o.name;
+        throw UsageError(op.name +
+                         " takes no IZuvExtendedFingerprintCallback; watch works with:" + those);
+    }
+    const json args = parseArguments(op, words);
+    ::android::hardware::configureRpcThreadpool(2, false);
+    ::android::sp<IBase> service = findService(iface, instance);
+
+    signal(SIGINT, [](int) { gStop = 1; });
+    signal(SIGTERM, [](int) { gStop = 1; });
+    const auto start = Watcher::Clock::now();
+    ::android::sp<Watcher> watcher = new Watcher(start);
+    const Outcome outcome = op.invoke(service, args, watcher);
+    if (!outcome.ok) {
+        std::fprintf(stderr, "zuv_hidl: %s failed: %s\n", op.name.c_str(), outcome.status.c_str());
+        return kCallFailed;
+    }
+    std::fprintf(stderr, "zuv_hidl: %s returned %s; watching\n", op.name.c_str(),
+                 outcome.result.dump().c_str());
+    const auto until = start + std::chrono::duration_cast<Watcher::Clock::duration>(
+                                       std::chrono::duration<double>(timeoutS));
+    const bool done = watcher->waitFor(count == 0 ? SIZE_MAX : count, until, &gStop);
+    if (gStop) return 130;
+    if (count != 0 && !done) {
+        std::fprintf(stderr, "zuv_hidl: fewer than %zu callbacks within %g s\n", count, timeoutS);
+        return kCallFailed;
+    }
+    return 0;
+}
+
+int timeline(const std::vector<std::string>& traces, const std::string& output) {
+    json t;
+    try {
+        t = buildTimeline(traces);
+    } catch (const std::runtime_error& e) {
+        std::fprintf(stderr, "zuv_hidl: %s\n", e.what());
+        return kCallFailed;
+    }
+    std::ofstream out(output);
+    out << timelineHtml(t);
+    out.close();
+    if (!out) {
+        std::fprintf(stderr, "zuv_hidl: cannot write %s\n", output.c_str());
+        return kCallFailed;
+    }
+    std::printf("%s: %zu processes and threads, %zu sections, %zu links\n", output.c_str(),
+                t["processes"].size(), t["sections"].size(), t["links"].size());
+    return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    CLI::App app{
+            "zuv_hidl: list, describe, call and watch the services of "
+            "vendor.zuv.hardware.fingerprint@1.0; draw traces as a timeline.\n"
+            "Exit status: 0 done, 1 the call failed, 2 usage."};
+    app.require_subcommand(1);
+    std::string runtimeDir;
+    app.add_option("--runtime-dir", runtimeDir,
+                   std::string("the runtime directory (default: $") + host::kRuntimeDirEnvVar +
+                           ", else the transport's default)");
+
+    auto* list = app.add_subcommand("list", "the services the service manager knows");
+    bool ping = false, debug = false, listJson = false;
+    list->add_flag("--ping", ping, "ping each service; exit 1 when one does not answer");
+    list->add_flag("--debug", debug, "show each service's interface chain and debug info");
+    list->add_flag("--json", listJson, "one JSON array instead of the table");
+
+    auto* desc = app.add_subcommand("describe", "the operations of the package's interfaces");
+    std::string descIface;
+    bool descJson = false;
+    desc->add_option("INTERFACE", descIface,
+                     "IZuvExtendedFingerprint, IZuvExtendedFingerprintCallback or "
+                     "IDaxAndroidServices (default: all)");
+    desc->add_flag("--json", descJson, "as JSON");
+
+    auto* callCmd = app.add_subcommand(
+            "call", "call one operation with JSON arguments and print its result as JSON");
+    std::string instance = "default", ifaceName = "IZuvExtendedFingerprint", opName;
+    std::vector<std::string> words;
+    callCmd->add_option("--instance", instance, "the service's instance name")
+            ->capture_default_str();
+    callCmd->add_option("--interface", ifaceName, "IZuvExtendedFingerprint or IDaxAndroidServices")
+            ->capture_default_str();
+    callCmd->add_option("OPERATION", opName, "the operation's name")->required();
+    // Everything after OPERATION is an argument, taken as it is: "-5" and
+    // "[1,2]" are values, not options or lists.
+    callCmd->prefix_command();
+    callCmd->footer(
+            "ARG...: one JSON value per parameter, in order: numbers, strings (a word that is not "
+            "JSON is taken as a string), arrays for vectors, objects for records with their "
+            "member names, hex strings for byte blocks, null for interface objects.");
+
+    auto* watchCmd = app.add_subcommand(
+            "watch", "call an operation with a callback object and print each callback as JSON");
+    size_t count = 0;
+    double timeoutS = 10;
+    watchCmd->add_option("--instance", instance, "the service's instance name")
+            ->capture_default_str();
+    watchCmd->add_option("--count", count, "stop after N callbacks (default: only the timeout)")
+            ->check(CLI::PositiveNumber);
+    watchCmd->add_option("--timeout", timeoutS, "stop after S seconds")
+            ->capture_default_str()
+            ->check(CLI::PositiveNumber);
+    watchCmd->add_option("OPERATION", opName, "match, startCapture or retrieveDebugData")
+            ->required();
+    watchCmd->prefix_command();
+    watchCmd->footer("ARG...: the arguments but the callback object, as for call.");
+
+    auto* timelineCmd =
+            app.add_subcommand("timeline", "draw trace files as one self-contained HTML page");
+    std::vector<std::string> traces;
+    std::string output;
+    timelineCmd->add_option("TRACE", traces, "trace files (JSON)")
+            ->required()
+            ->check(CLI::ExistingFile);
+    timelineCmd->add_option("-o,--output", output, "the HTML file to write")->required();
+
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& e) {
+        const int rc = app.exit(e);
+        return rc == 0 ? 0 : kUsage;
+    }
+    if (callCmd->parsed()) words = callCmd->remaining();
+    if (watchCmd->parsed()) words = watchCmd->remaining();
+    if (!runtimeDir.empty()) setenv(host::kRuntimeDirEnvVar, runtimeDir.c_str(), 1);
+
+    try {
+        for (const std::string& w : words) {
+            if (w.size() > 2 && w.compare(0, 2, "--") == 0)
+                throw UsageError("unknown option " + w + " (`zuv_hidl " +
+                                 (callCmd->parsed() ? "call" : "watch") + " --help` lists them)");
+        }
+        if (list->parsed()) return runList("zuv_hidl", ping, debug, listJson);
+        if (desc->parsed()) return describe(descIface, descJson);
+        if (callCmd->parsed()) leave(call(ifaceName, instance, opName, words));
+        if (watchCmd->parsed()) leave(watch(instance, opName, words, count, timeoutS));
+        if (timelineCmd->parsed()) return timeline(traces, output);
+    } catch (const UsageError& e) {
+        std::fprintf(stderr, "zuv_hidl: %s\n", e.what());
+        return kUsage;
+    }
+    return kUsage;
+}
