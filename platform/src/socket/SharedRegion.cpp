@@ -2,9 +2,9 @@
 
 #include <errno.h>
 #include <fcntl.h>
+#include <hidl_host/Settings.h>
 #include <hidl_host/SocketTransport.h>
 #include <linux/futex.h>
-#include <strings.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -12,8 +12,6 @@
 
 #include <climits>
 #include <cstddef>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <new>
 
@@ -40,27 +38,14 @@ static_assert(offsetof(Mailbox, mseq) == 64, "the control words fill one cache l
 bool fastPathEnabled() {
     int on = gFastPath.load();
     if (on < 0) {
-        const char* env = getenv(kFastPathEnvVar);
-        on = env != nullptr && (strcmp(env, "1") == 0 || strcasecmp(env, "on") == 0 ||
-                                strcasecmp(env, "true") == 0 || strcasecmp(env, "yes") == 0);
+        on = settingFlag(kFastPathEnvVar, false) ? 1 : 0;
         gFastPath.store(on);
     }
     return on == 1;
 }
 
 int fastPathSpinMicros() {
-    static const int micros = [] {
-        const char* env = getenv(kFastPathSpinEnvVar);
-        if (env == nullptr || *env == '\0') return 50;
-        char* end = nullptr;
-        long v = strtol(env, &end, 10);
-        if (*end != '\0' || v < 0 || v > 10000) {
-            fprintf(stderr, "hidl socket transport: ignoring %s=%s (wants 0..10000); using 50\n",
-                    kFastPathSpinEnvVar, env);
-            return 50;
-        }
-        return static_cast<int>(v);
-    }();
+    static const int micros = static_cast<int>(settingInteger(kFastPathSpinEnvVar, 50, 0, 10000));
     return micros;
 }
 
