@@ -237,7 +237,8 @@ class Runtime {
 
     std::mutex mServerLock;
     std::condition_variable mServerGone;
-    size_t mServing = 0;  // threads in the serving loop
+    size_t mServing = 0;               // threads in the serving loop
+    std::atomic<int> mIdleServers{0};  // threads waiting for an event
 };
 
 }  // namespace socket

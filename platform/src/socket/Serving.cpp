@@ -39,6 +39,9 @@ constexpr auto kShutdownWait = std::chrono::seconds(2);
 // Frames served per turn of one connection, so that one busy peer does not
 // keep a thread from the others.
 constexpr int kFramesPerTurn = 16;
+// The longest a thread waits in a blocking receive for a caller it just
+// answered, should every other thread become busy meanwhile.
+constexpr long kStickyReceiveUs = 2000;
 
 thread_local bool tServingThread = false;
 
@@ -111,7 +114,9 @@ void Runtime::serveLoop() {
     tServingThread = true;
     for (;;) {
         epoll_event ev{};
+        mIdleServers.fetch_add(1, std::memory_order_relaxed);
         int n = epoll_wait(mEpoll, &ev, 1, -1);
+        mIdleServers.fetch_sub(1, std::memory_order_relaxed);
         if (n < 0 && errno != EINTR) break;
         if (n <= 0) continue;
         const auto tag = static_cast<Tag>(ev.data.u64 & 0xff);
@@ -219,7 +224,9 @@ void Runtime::acceptPending(int listenFd) {
     std::lock_guard<std::mutex> accepting(mAcceptLock);
     bool paused = false;
     for (int round = 0; round < 64; ++round) {
-        int fd = accept4(listenFd, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
+        // Blocking, for the sticky receive above, with a timeout that bounds
+        // it; every other operation on it passes MSG_DONTWAIT.
+        int fd = accept4(listenFd, nullptr, nullptr, SOCK_CLOEXEC);
         if (fd < 0) {
             if (errno == EINTR || errno == ECONNABORTED) continue;
             if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM) {
@@ -236,6 +243,8 @@ void Runtime::acceptPending(int listenFd) {
             }
             break;
         }
+        const timeval stickyWait{0, kStickyReceiveUs};
+        setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &stickyWait, sizeof(stickyWait));
         pid_t pid;
         uid_t uid;
         // Only this user's processes may call in.
@@ -425,8 +434,20 @@ void Runtime::serviceConnection(uint64_t id, uint32_t events) {
             continue;
         }
         // A caller that was just answered usually calls again soon, on the
-        // same connection: wait for that here, unless anything else needs
-        // serving, which saves re-arming the connection for each call.
+        // same connection: wait for that here, which saves re-arming the
+        // connection for each call. While another thread waits for the rest,
+        // in one blocking receive (bounded by the socket's receive timeout);
+        // otherwise watching the others too.
+        if (!conn.outPending() && mIdleServers.load(std::memory_order_relaxed) > 0) {
+            const status_t err = conn.receive(true);
+            if (err == WOULD_BLOCK) break;
+            if (err != OK && err != DEAD_OBJECT) {
+                closeIncoming(in);
+                return;
+            }
+            events = 0;
+            continue;
+        }
         pollfd p[2] = {
                 {conn.fd(),
                  static_cast<short>(POLLIN | POLLRDHUP | (conn.outPending() ? POLLOUT : 0)), 0},
