@@ -84,9 +84,12 @@ void futexWake(std::atomic<uint32_t>* word);
 bool fastPathEnabled();
 int fastPathSpinMicros();
 
+constexpr int kMinSpinMicros = 10;
+
 // How long a waiter spins, adapted to whether spinning pays off: halved
 // after a spin that found nothing, doubled after one that did, within the
-// configured bound. One per connection side.
+// configured bound and never below 10 us (or the bound, if lower). One per
+// connection side.
 class SpinBudget {
   public:
     // Spins until ready() or the budget runs out; true when ready.
@@ -121,7 +124,9 @@ bool SpinBudget::spin(Ready ready) {
             cpuRelax();
         }
     }
-    mMicros /= 2;
+    // Never below a floor: a budget that reached nothing could never learn
+    // that spinning pays again.
+    mMicros = std::max(std::min(bound, kMinSpinMicros), mMicros / 2);
     return false;
 }
 
