@@ -45,8 +45,6 @@ namespace fp = ::vendor::zuv::hardware::fingerprint::V1_0;
 namespace zuv_bench {
 namespace {
 
-constexpr const char* kFastPathEnvVar = "ZUV_HIDL_FAST_PATH";
-
 // The processes the rows talk to, started once before the first row.
 struct Peers {
     std::string dir;
@@ -529,7 +527,7 @@ bool parsePlacements(const char* text, std::vector<Placement>* out) {
 bool startPeers() {
     const std::string fastEnvDir =
             std::string(host::kRuntimeDirEnvVar) + "=" + gPeers.dir + "/fast";
-    const std::string fastOn = std::string(kFastPathEnvVar) + "=1";
+    const std::string fastOn = std::string(host::kFastPathEnvVar) + "=1";
 
     gPeers.echo = spawn("echo-server", {});
     int pair[2];
