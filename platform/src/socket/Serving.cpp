@@ -45,6 +45,11 @@ constexpr long kStickyReceiveUs = 2000;
 
 thread_local bool tServingThread = false;
 
+// Answered turns for which this thread does not wait on the caller's
+// connection, after such a wait was cut short by other work.
+constexpr int kStickyBackoffTurns = 16;
+thread_local int tStickyBackoff = 0;
+
 // Reports a condition once per process, not once per occurrence.
 void logOnce(std::atomic<bool>* said, const char* format, const char* detail) {
     if (said->exchange(true)) return;
@@ -448,12 +453,21 @@ void Runtime::serviceConnection(uint64_t id, uint32_t events) {
             events = 0;
             continue;
         }
+        // Under load other work nearly always comes first and the wait is a
+        // wasted call: after it was, the next turns re-arm at once.
+        if (tStickyBackoff > 0) {
+            --tStickyBackoff;
+            break;
+        }
         pollfd p[2] = {
                 {conn.fd(),
                  static_cast<short>(POLLIN | POLLRDHUP | (conn.outPending() ? POLLOUT : 0)), 0},
                 {mEpoll, POLLIN, 0},
         };
-        if (::poll(p, 2, -1) < 0 || p[1].revents != 0 || p[0].revents == 0) break;
+        if (::poll(p, 2, -1) < 0 || p[1].revents != 0 || p[0].revents == 0) {
+            tStickyBackoff = kStickyBackoffTurns;
+            break;
+        }
         events = 0;
         if ((p[0].revents & POLLOUT) != 0) events |= EPOLLOUT;
         if ((p[0].revents & (POLLIN | POLLRDHUP | POLLHUP | POLLERR)) != 0) events |= EPOLLIN;
