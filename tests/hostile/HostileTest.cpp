@@ -75,9 +75,12 @@ class Hostile : public ::testing::Test {
     // Started with its "ready" line (kept in *ready), or null and failed.
     std::unique_ptr<Process> started(const std::vector<std::string>& argv,
                                      std::string* ready = nullptr) {
+        // One malloc arena: a thread's own arena reserves 64 MiB of address
+        // space, which would make the address-space case below a lottery.
         auto p = Process::start(argv, {{"ZUV_HIDL_RUNTIME_DIR", dir()},
                                        {"ZUV_HIDL_SERVICE_MANAGER", "daemon"},
-                                       {"ZUV_HIDL_GET_SERVICE_TIMEOUT_MS", "10000"}});
+                                       {"ZUV_HIDL_GET_SERVICE_TIMEOUT_MS", "10000"},
+                                       {"MALLOC_ARENA_MAX", "1"}});
         auto line = p ? p->line("ready") : std::nullopt;
         if (!line) {
             ADD_FAILURE() << argv[0] << " " << (argv.size() > 1 ? argv[1] : "")
