@@ -21,19 +21,6 @@
 #include "frame/PackageIdentity.h"
 #include "types/RecordFields.h"
 
-namespace vendor {
-namespace zuv {
-namespace hardware {
-namespace fingerprint {
-namespace frame {
-// The package's code names the platform's frame as its own.
-using namespace ::android::hardware::frame;  // NOLINT(google-build-using-namespace)
-}  // namespace frame
-}  // namespace fingerprint
-}  // namespace hardware
-}  // namespace zuv
-}  // namespace vendor
-
 namespace android {
 namespace hardware {
 namespace frame {

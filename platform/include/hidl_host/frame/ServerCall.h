@@ -61,6 +61,13 @@ class Server {
   public:
     static status_t serve(BnHwBase* stub, const Parcel& data, Parcel* reply,
                           TransactCallback callback) {
+        const auto impl = static_cast<typename Info::Stub*>(stub)->getImplAs();
+        return serveOn(impl.get(), stub, data, reply, std::move(callback));
+    }
+
+    // The same with another object answering in place of the stub's.
+    static status_t serveOn(IType* target, BnHwBase* stub, const Parcel& data, Parcel* reply,
+                            TransactCallback callback) {
         const CallInstrumentation instrumentation(stub);
         if (!data.enforceInterface(IType::descriptor)) return ::android::BAD_TYPE;
 
@@ -69,8 +76,8 @@ class Server {
         if (err != OK) return err;
 
         traceBegin(Info::kShortName, Op::kName, "server");
-        return invoke(static_cast<typename Info::Stub*>(stub)->getImplAs(), held, reply,
-                      std::move(callback), instrumentation, std::make_index_sequence<kArgCount>{});
+        return invoke(target, held, reply, std::move(callback), instrumentation,
+                      std::make_index_sequence<kArgCount>{});
     }
 
   private:
@@ -90,12 +97,11 @@ class Server {
     }
 
     template <typename Held, size_t... I>
-    static status_t invoke(const sp<IType>& impl, const Held& held, Parcel* reply,
+    static status_t invoke(IType* target, const Held& held, Parcel* reply,
                            TransactCallback callback, const CallInstrumentation& instrumentation,
                            std::index_sequence<I...>) {
         instrumentation.report<Info>(InstrumentationEvent::SERVER_API_ENTRY, Op::kName,
                                      arg<I>(held)...);
-        IType* target = impl.get();
         if constexpr (Op::kShape == Shape::kDirect) {
             using T = typename Traits::DirectResult;
             Return<T> ret = (target->*Op::kMember)(arg<I>(held)...);
