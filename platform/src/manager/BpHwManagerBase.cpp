@@ -2,10 +2,10 @@
 #include <android/hidl/manager/1.0/BpHwManagerBase.h>
 #include <android/hidl/manager/1.0/IServiceManager.h>
 #include <android/hidl/manager/1.0/IServiceNotification.h>
+#include <hwbinder/ProcessState.h>
 
+#include <iterator>
 #include <utility>
-
-#include "manager/ManagerWire.h"
 
 namespace android {
 namespace hidl {
@@ -13,6 +13,7 @@ namespace manager {
 namespace V1_0 {
 namespace details {
 
+using ::android::hardware::hidl_binder_death_recipient;
 using ::android::hardware::hidl_death_recipient;
 using ::android::hardware::Return;
 using ::android::hidl::base::V1_0::BpHwBase;
@@ -52,18 +53,38 @@ Return<void> BpHwManagerBase<IType>::getDebugInfo(typename IType::getDebugInfo_c
 template <typename IType>
 Return<bool> BpHwManagerBase<IType>::linkToDeath(const sp<hidl_death_recipient>& recipient,
                                                  uint64_t cookie) {
-    return wire::linkToDeath(this, this->remote(), recipient, cookie, &_hidl_mMutex,
-                             &_hidl_mDeathRecipients);
+    // Death notices arrive on the pool's threads. The wrapper stays in the
+    // list even when the remote link fails.
+    ::android::hardware::ProcessState::self()->startThreadPool();
+    sp<hidl_binder_death_recipient> wrapper =
+            new hidl_binder_death_recipient(recipient, cookie, this);
+    std::lock_guard<std::mutex> guard(_hidl_mMutex);
+    _hidl_mDeathRecipients.push_back(wrapper);
+    return this->remote()->linkToDeath(wrapper, nullptr, 0) == OK;
 }
 
 template <typename IType>
 Return<bool> BpHwManagerBase<IType>::unlinkToDeath(const sp<hidl_death_recipient>& recipient) {
-    return wire::unlinkToDeath(this->remote(), recipient, &_hidl_mMutex, &_hidl_mDeathRecipients);
+    // The most recent registration of the recipient goes.
+    std::lock_guard<std::mutex> guard(_hidl_mMutex);
+    for (auto it = _hidl_mDeathRecipients.rbegin(); it != _hidl_mDeathRecipients.rend(); ++it) {
+        if ((*it)->getRecipient() == recipient) {
+            status_t status = this->remote()->unlinkToDeath(*it, nullptr, 0, nullptr);
+            _hidl_mDeathRecipients.erase(std::next(it).base());
+            return status == OK;
+        }
+    }
+    return false;
 }
 
 template <typename IType>
 void BpHwManagerBase<IType>::onLastStrongRef(const void* id) {
-    wire::dropDeathRecipients(&_hidl_mMutex, &_hidl_mDeathRecipients);
+    // Released outside the lock: a wrapper's destructor may call back in.
+    std::vector<sp<hidl_binder_death_recipient>> dropped;
+    {
+        std::lock_guard<std::mutex> guard(_hidl_mMutex);
+        dropped.swap(_hidl_mDeathRecipients);
+    }
     ::android::hardware::BpHwRefBase::onLastStrongRef(id);
 }
 
