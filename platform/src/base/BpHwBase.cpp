@@ -1,10 +1,8 @@
 #include <android/hidl/base/1.0/BpHwBase.h>
 #include <hidl/HidlBinderSupport.h>
 #include <hidl_host/frame/ClientCall.h>
-#include <hwbinder/Parcel.h>
-#include <hwbinder/ProcessState.h>
+#include <hidl_host/frame/ProxyDeaths.h>
 
-#include <string>
 #include <utility>
 
 #include "base/BaseMethods.h"
@@ -14,17 +12,16 @@ namespace hidl {
 namespace base {
 namespace V1_0 {
 
-using ::android::hardware::hidl_binder_death_recipient;
 using ::android::hardware::hidl_death_recipient;
 using ::android::hardware::hidl_handle;
 using ::android::hardware::hidl_string;
 using ::android::hardware::hidl_vec;
 using ::android::hardware::IBinder;
 using ::android::hardware::IInterface;
-using ::android::hardware::Parcel;
 using ::android::hardware::Return;
 using ::android::hardware::details::HidlInstrumentor;
 using ::android::hardware::frame::Client;
+namespace frame = ::android::hardware::frame;
 namespace m = base_methods;
 
 BpHwBase::BpHwBase(const sp<IBinder>& _hidl_impl)
@@ -108,34 +105,16 @@ Return<void> BpHwBase::notifySyspropsChanged() {
 }
 
 Return<bool> BpHwBase::linkToDeath(const sp<hidl_death_recipient>& recipient, uint64_t cookie) {
-    // Death notices arrive on the pool's threads.
-    ::android::hardware::ProcessState::self()->startThreadPool();
-    sp<hidl_binder_death_recipient> wrapper =
-            new hidl_binder_death_recipient(recipient, cookie, this);
-    std::lock_guard<std::mutex> lock(_hidl_mMutex);
-    _hidl_mDeathRecipients.push_back(wrapper);
-    return remote()->linkToDeath(wrapper, nullptr, 0) == OK;
+    return frame::linkProxyToDeath(this, remote(), recipient, cookie, &_hidl_mMutex,
+                                   &_hidl_mDeathRecipients);
 }
 
 Return<bool> BpHwBase::unlinkToDeath(const sp<hidl_death_recipient>& recipient) {
-    std::lock_guard<std::mutex> lock(_hidl_mMutex);
-    for (auto it = _hidl_mDeathRecipients.rbegin(); it != _hidl_mDeathRecipients.rend(); ++it) {
-        if ((*it)->getRecipient() == recipient) {
-            status_t status = remote()->unlinkToDeath(*it, nullptr, 0, nullptr);
-            _hidl_mDeathRecipients.erase(std::next(it).base());
-            return status == OK;
-        }
-    }
-    return false;
+    return frame::unlinkProxyFromDeath(remote(), recipient, &_hidl_mMutex, &_hidl_mDeathRecipients);
 }
 
 void BpHwBase::onLastStrongRef(const void* id) {
-    {
-        std::lock_guard<std::mutex> lock(_hidl_mMutex);
-        while (!_hidl_mDeathRecipients.empty()) {
-            _hidl_mDeathRecipients.pop_back();
-        }
-    }
+    frame::dropDeathRecipients(&_hidl_mMutex, &_hidl_mDeathRecipients);
     BpHwRefBase::onLastStrongRef(id);
 }
 

@@ -2,9 +2,8 @@
 #include <android/hidl/manager/1.0/BpHwManagerBase.h>
 #include <android/hidl/manager/1.0/IServiceManager.h>
 #include <android/hidl/manager/1.0/IServiceNotification.h>
-#include <hwbinder/ProcessState.h>
+#include <hidl_host/frame/ProxyDeaths.h>
 
-#include <iterator>
 #include <utility>
 
 namespace android {
@@ -13,10 +12,10 @@ namespace manager {
 namespace V1_0 {
 namespace details {
 
-using ::android::hardware::hidl_binder_death_recipient;
 using ::android::hardware::hidl_death_recipient;
 using ::android::hardware::Return;
 using ::android::hidl::base::V1_0::BpHwBase;
+namespace frame = ::android::hardware::frame;
 
 template <typename IType>
 BpHwManagerBase<IType>::BpHwManagerBase(const sp<::android::hardware::IBinder>& impl,
@@ -53,38 +52,19 @@ Return<void> BpHwManagerBase<IType>::getDebugInfo(typename IType::getDebugInfo_c
 template <typename IType>
 Return<bool> BpHwManagerBase<IType>::linkToDeath(const sp<hidl_death_recipient>& recipient,
                                                  uint64_t cookie) {
-    // Death notices arrive on the pool's threads. The wrapper stays in the
-    // list even when the remote link fails.
-    ::android::hardware::ProcessState::self()->startThreadPool();
-    sp<hidl_binder_death_recipient> wrapper =
-            new hidl_binder_death_recipient(recipient, cookie, this);
-    std::lock_guard<std::mutex> guard(_hidl_mMutex);
-    _hidl_mDeathRecipients.push_back(wrapper);
-    return this->remote()->linkToDeath(wrapper, nullptr, 0) == OK;
+    return frame::linkProxyToDeath(this, this->remote(), recipient, cookie, &_hidl_mMutex,
+                                   &_hidl_mDeathRecipients);
 }
 
 template <typename IType>
 Return<bool> BpHwManagerBase<IType>::unlinkToDeath(const sp<hidl_death_recipient>& recipient) {
-    // The most recent registration of the recipient goes.
-    std::lock_guard<std::mutex> guard(_hidl_mMutex);
-    for (auto it = _hidl_mDeathRecipients.rbegin(); it != _hidl_mDeathRecipients.rend(); ++it) {
-        if ((*it)->getRecipient() == recipient) {
-            status_t status = this->remote()->unlinkToDeath(*it, nullptr, 0, nullptr);
-            _hidl_mDeathRecipients.erase(std::next(it).base());
-            return status == OK;
-        }
-    }
-    return false;
+    return frame::unlinkProxyFromDeath(this->remote(), recipient, &_hidl_mMutex,
+                                       &_hidl_mDeathRecipients);
 }
 
 template <typename IType>
 void BpHwManagerBase<IType>::onLastStrongRef(const void* id) {
-    // Released outside the lock: a wrapper's destructor may call back in.
-    std::vector<sp<hidl_binder_death_recipient>> dropped;
-    {
-        std::lock_guard<std::mutex> guard(_hidl_mMutex);
-        dropped.swap(_hidl_mDeathRecipients);
-    }
+    frame::dropDeathRecipients(&_hidl_mMutex, &_hidl_mDeathRecipients);
     ::android::hardware::BpHwRefBase::onLastStrongRef(id);
 }
 

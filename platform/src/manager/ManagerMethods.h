@@ -10,8 +10,6 @@
 #include <hidl_host/frame/Codec.h>
 #include <hidl_host/frame/Method.h>
 
-#include <cstddef>
-
 #include "base/BaseMethods.h"
 
 namespace android {
@@ -20,38 +18,19 @@ namespace manager {
 namespace V1_0 {
 
 // The record's children: its two strings and its vector of client pids.
-inline status_t writeEmbeddedToParcel(const IServiceManager::InstanceDebugInfo& info,
-                                      ::android::hardware::Parcel* parcel, size_t parentHandle,
-                                      size_t parentOffset) {
-    using Info = IServiceManager::InstanceDebugInfo;
-    namespace frame = ::android::hardware::frame;
-    status_t err = frame::Embedded<::android::hardware::hidl_string>::write(
-            info.interfaceName, parcel, parentHandle, parentOffset + offsetof(Info, interfaceName));
-    if (err == OK) {
-        err = frame::Embedded<::android::hardware::hidl_string>::write(
-                info.instanceName, parcel, parentHandle,
-                parentOffset + offsetof(Info, instanceName));
-    }
-    if (err != OK) return err;
-    return frame::Embedded<::android::hardware::hidl_vec<int32_t>>::write(
-            info.clientPids, parcel, parentHandle, parentOffset + offsetof(Info, clientPids));
+using Instance = IServiceManager::InstanceDebugInfo;
+inline status_t writeEmbeddedToParcel(const Instance& info, ::android::hardware::Parcel* parcel,
+                                      size_t parentHandle, size_t parentOffset) {
+    return ::android::hardware::frame::writeMemberChildren(
+            info, parcel, parentHandle, parentOffset, &Instance::interfaceName,
+            &Instance::instanceName, &Instance::clientPids);
 }
-
-inline status_t readEmbeddedFromParcel(const IServiceManager::InstanceDebugInfo& info,
+inline status_t readEmbeddedFromParcel(const Instance& info,
                                        const ::android::hardware::Parcel& parcel,
                                        size_t parentHandle, size_t parentOffset) {
-    using Info = IServiceManager::InstanceDebugInfo;
-    namespace frame = ::android::hardware::frame;
-    status_t err = frame::Embedded<::android::hardware::hidl_string>::read(
-            info.interfaceName, parcel, parentHandle, parentOffset + offsetof(Info, interfaceName));
-    if (err == OK) {
-        err = frame::Embedded<::android::hardware::hidl_string>::read(
-                info.instanceName, parcel, parentHandle,
-                parentOffset + offsetof(Info, instanceName));
-    }
-    if (err != OK) return err;
-    return frame::Embedded<::android::hardware::hidl_vec<int32_t>>::read(
-            info.clientPids, parcel, parentHandle, parentOffset + offsetof(Info, clientPids));
+    return ::android::hardware::frame::readMemberChildren(
+            info, parcel, parentHandle, parentOffset, &Instance::interfaceName,
+            &Instance::instanceName, &Instance::clientPids);
 }
 
 }  // namespace V1_0

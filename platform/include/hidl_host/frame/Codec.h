@@ -141,6 +141,38 @@ struct Embedded<hidl_vec<U>> {
     }
 };
 
+// The children of a record's members, each attached at the member's place in
+// the record: enough for a record whose members need nothing else.
+template <typename R, typename M>
+size_t memberOffset(const R& record, M R::*member) {
+    return static_cast<size_t>(reinterpret_cast<const char*>(&(record.*member)) -
+                               reinterpret_cast<const char*>(&record));
+}
+
+template <typename R, typename... M>
+status_t writeMemberChildren(const R& record, Parcel* parcel, size_t parentHandle,
+                             size_t parentOffset, M R::*... members) {
+    status_t err = OK;
+    ((err = err != OK ? err
+                      : Embedded<M>::write(
+                                record.*members, parcel, parentHandle,
+                                embeddedOffset(parentOffset, memberOffset(record, members)))),
+     ...);
+    return err;
+}
+
+template <typename R, typename... M>
+status_t readMemberChildren(const R& record, const Parcel& parcel, size_t parentHandle,
+                            size_t parentOffset, M R::*... members) {
+    status_t err = OK;
+    ((err = err != OK ? err
+                      : Embedded<M>::read(
+                                record.*members, parcel, parentHandle,
+                                embeddedOffset(parentOffset, memberOffset(record, members)))),
+     ...);
+    return err;
+}
+
 // ---------------------------------------------------------------------------
 // The name of each wire type as the interfaces declare it, for people.
 
