@@ -2,10 +2,10 @@
 // reads arguments, result and delivery off the member's type.
 #pragma once
 
+#include <hidl_host/frame/Method.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/IDaxAndroidServices.h>
 
 #include "frame/Interfaces.h"
-#include "frame/Method.h"
 
 #define ZUV_ANDROID_SERVICES_METHODS(X)                        \
     X(ONEWAY_METHOD, 1, setTimer, ("value"))                   \

@@ -1,9 +1,9 @@
 // Client proxy of IDaxAndroidServices: every procedure is the frame's client call for its
 // operation.
+#include <hidl_host/frame/ClientCall.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/BpHwDaxAndroidServices.h>
 
 #include "android_services/AndroidServicesMethods.h"
-#include "frame/ClientCall.h"
 #include "frame/PackageIdentity.h"
 
 namespace vendor {

@@ -1,10 +1,10 @@
 // Server stub of IZuvExtendedFingerprint: every handler is the frame's server call for its
 // operation, dispatched by code.
+#include <hidl_host/frame/ServerCall.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/BnHwZuvExtendedFingerprint.h>
 
 #include "extended_fingerprint/ExtendedFingerprintMethods.h"
 #include "frame/PackageIdentity.h"
-#include "frame/ServerCall.h"
 
 namespace vendor {
 namespace zuv {

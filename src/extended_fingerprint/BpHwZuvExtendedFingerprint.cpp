@@ -1,9 +1,9 @@
 // Client proxy of IZuvExtendedFingerprint: every procedure is the frame's client call for its
 // operation.
+#include <hidl_host/frame/ClientCall.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/BpHwZuvExtendedFingerprint.h>
 
 #include "extended_fingerprint/ExtendedFingerprintMethods.h"
-#include "frame/ClientCall.h"
 #include "frame/PackageIdentity.h"
 
 namespace vendor {

@@ -2,10 +2,10 @@
 // frame reads arguments, result and delivery off the member's type.
 #pragma once
 
+#include <hidl_host/frame/Method.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/IZuvExtendedFingerprint.h>
 
 #include "frame/Interfaces.h"
-#include "frame/Method.h"
 
 #define ZUV_EXTENDED_FINGERPRINT_METHODS(X)                                                \
     X(METHOD, 1, testInit, ())                                                             \

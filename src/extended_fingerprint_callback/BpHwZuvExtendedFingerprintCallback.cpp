@@ -1,9 +1,9 @@
 // Client proxy of IZuvExtendedFingerprintCallback: every procedure is the frame's client call for
 // its operation.
+#include <hidl_host/frame/ClientCall.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/BpHwZuvExtendedFingerprintCallback.h>
 
 #include "extended_fingerprint_callback/ExtendedFingerprintCallbackMethods.h"
-#include "frame/ClientCall.h"
 #include "frame/PackageIdentity.h"
 
 namespace vendor {

@@ -2,10 +2,10 @@
 // each. The frame reads arguments, result and delivery off the member's type.
 #pragma once
 
+#include <hidl_host/frame/Method.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/IZuvExtendedFingerprintCallback.h>
 
 #include "frame/Interfaces.h"
-#include "frame/Method.h"
 
 #define ZUV_EXTENDED_FINGERPRINT_CALLBACK_METHODS(X)                        \
     X(METHOD, 1, onMatch, ("intArg1", "strArg1", "value", "data", "data2")) \

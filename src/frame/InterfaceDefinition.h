@@ -12,7 +12,6 @@
 #include <hidl/Status.h>
 #include <utils/StrongPointer.h>
 
-#include "frame/BaseOperations.h"
 #include "frame/PackageIdentity.h"
 #include "frame/ServiceRegistry.h"
 

@@ -11,6 +11,9 @@
 #include <android/hidl/base/1.0/IBase.h>
 #include <hidl/HidlPassthroughSupport.h>
 #include <hidl/Status.h>
+#include <hidl_host/frame/Instrumentation.h>
+#include <hidl_host/frame/Method.h>
+#include <hidl_host/frame/Trace.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/details/PassthroughFrame.h>
 
 #include <functional>
@@ -18,10 +21,7 @@
 #include <type_traits>
 #include <utility>
 
-#include "frame/Codec.h"
-#include "frame/Instrumentation.h"
-#include "frame/Method.h"
-#include "frame/Trace.h"
+#include "frame/Interfaces.h"
 
 namespace vendor {
 namespace zuv {

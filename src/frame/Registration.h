@@ -9,7 +9,7 @@
 
 #include <string>
 
-#include "frame/Codec.h"
+#include "frame/Interfaces.h"
 
 namespace vendor {
 namespace zuv {

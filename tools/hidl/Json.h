@@ -12,7 +12,7 @@
 #include <tuple>
 #include <type_traits>
 
-#include "frame/Codec.h"
+#include "frame/Interfaces.h"
 #include "types/RecordFields.h"
 
 namespace zuv_hidl {

@@ -1,12 +1,12 @@
 #include <android/hidl/base/1.0/IBase.h>
-#include <utils/misc.h>
+#include <hidl_host/frame/BaseAnswers.h>
 
 namespace android {
 namespace hidl {
 namespace base {
 namespace V1_0 {
 
-using ::android::hardware::hidl_array;
+namespace frame = ::android::hardware::frame;
 using ::android::hardware::hidl_death_recipient;
 using ::android::hardware::hidl_handle;
 using ::android::hardware::hidl_string;
@@ -16,19 +16,8 @@ using ::android::hardware::Void;
 
 const char* IBase::descriptor("android.hidl.base@1.0::IBase");
 
-namespace {
-// The interface hash of android.hidl.base@1.0::IBase.
-constexpr uint8_t kBaseHash[32] = {0xec, 0x7f, 0xd7, 0x9e, 0xd0, 0x2d, 0xfa, 0x85, 0xbc, 0x49, 0x94,
-                                   0x26, 0xad, 0xae, 0x3e, 0xbe, 0x23, 0xef, 0x05, 0x24, 0xf3, 0xcd,
-                                   0x69, 0x57, 0x13, 0x93, 0x24, 0xb8, 0x3b, 0x18, 0xca, 0x4c};
-}  // namespace
-
 Return<void> IBase::interfaceChain(interfaceChain_cb _hidl_cb) {
-    hidl_vec<hidl_string> chain;
-    chain.resize(1);
-    chain[0] = descriptor;
-    _hidl_cb(chain);
-    return Void();
+    return frame::reportInterfaceChain(descriptor, _hidl_cb);
 }
 
 Return<void> IBase::debug(const hidl_handle& /*fd*/, const hidl_vec<hidl_string>& /*options*/) {
@@ -36,16 +25,11 @@ Return<void> IBase::debug(const hidl_handle& /*fd*/, const hidl_vec<hidl_string>
 }
 
 Return<void> IBase::interfaceDescriptor(interfaceDescriptor_cb _hidl_cb) {
-    _hidl_cb(descriptor);
-    return Void();
+    return frame::reportInterfaceDescriptor(descriptor, _hidl_cb);
 }
 
 Return<void> IBase::getHashChain(getHashChain_cb _hidl_cb) {
-    hidl_vec<hidl_array<uint8_t, 32>> chain;
-    chain.resize(1);
-    chain[0] = hidl_array<uint8_t, 32>(kBaseHash);
-    _hidl_cb(chain);
-    return Void();
+    return frame::reportHashChain(frame::kBaseInterfaceHash, _hidl_cb);
 }
 
 Return<void> IBase::setHALInstrumentation() {
@@ -53,7 +37,7 @@ Return<void> IBase::setHALInstrumentation() {
 }
 
 Return<bool> IBase::linkToDeath(const sp<hidl_death_recipient>& recipient, uint64_t /*cookie*/) {
-    return recipient != nullptr;
+    return frame::acceptRecipient(recipient);
 }
 
 Return<void> IBase::ping() {
@@ -61,21 +45,15 @@ Return<void> IBase::ping() {
 }
 
 Return<void> IBase::getDebugInfo(getDebugInfo_cb _hidl_cb) {
-    DebugInfo info = {};
-    info.pid = -1;
-    info.ptr = 0;
-    info.arch = DebugInfo::Architecture::IS_64BIT;
-    _hidl_cb(info);
-    return Void();
+    return frame::reportLocalDebugInfo(_hidl_cb);
 }
 
 Return<void> IBase::notifySyspropsChanged() {
-    ::android::report_sysprop_change();
-    return Void();
+    return frame::reportSyspropsChanged();
 }
 
 Return<bool> IBase::unlinkToDeath(const sp<hidl_death_recipient>& recipient) {
-    return recipient != nullptr;
+    return frame::acceptRecipient(recipient);
 }
 
 Return<sp<IBase>> IBase::castFrom(const sp<IBase>& parent, bool /*emitError*/) {

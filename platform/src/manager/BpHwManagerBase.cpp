@@ -2,10 +2,9 @@
 #include <android/hidl/manager/1.0/BpHwManagerBase.h>
 #include <android/hidl/manager/1.0/IServiceManager.h>
 #include <android/hidl/manager/1.0/IServiceNotification.h>
+#include <hidl_host/frame/ProxyDeaths.h>
 
 #include <utility>
-
-#include "manager/ManagerWire.h"
 
 namespace android {
 namespace hidl {
@@ -16,6 +15,7 @@ namespace details {
 using ::android::hardware::hidl_death_recipient;
 using ::android::hardware::Return;
 using ::android::hidl::base::V1_0::BpHwBase;
+namespace frame = ::android::hardware::frame;
 
 template <typename IType>
 BpHwManagerBase<IType>::BpHwManagerBase(const sp<::android::hardware::IBinder>& impl,
@@ -52,18 +52,19 @@ Return<void> BpHwManagerBase<IType>::getDebugInfo(typename IType::getDebugInfo_c
 template <typename IType>
 Return<bool> BpHwManagerBase<IType>::linkToDeath(const sp<hidl_death_recipient>& recipient,
                                                  uint64_t cookie) {
-    return wire::linkToDeath(this, this->remote(), recipient, cookie, &_hidl_mMutex,
-                             &_hidl_mDeathRecipients);
+    return frame::linkProxyToDeath(this, this->remote(), recipient, cookie, &_hidl_mMutex,
+                                   &_hidl_mDeathRecipients);
 }
 
 template <typename IType>
 Return<bool> BpHwManagerBase<IType>::unlinkToDeath(const sp<hidl_death_recipient>& recipient) {
-    return wire::unlinkToDeath(this->remote(), recipient, &_hidl_mMutex, &_hidl_mDeathRecipients);
+    return frame::unlinkProxyFromDeath(this->remote(), recipient, &_hidl_mMutex,
+                                       &_hidl_mDeathRecipients);
 }
 
 template <typename IType>
 void BpHwManagerBase<IType>::onLastStrongRef(const void* id) {
-    wire::dropDeathRecipients(&_hidl_mMutex, &_hidl_mDeathRecipients);
+    frame::dropDeathRecipients(&_hidl_mMutex, &_hidl_mDeathRecipients);
     ::android::hardware::BpHwRefBase::onLastStrongRef(id);
 }
 

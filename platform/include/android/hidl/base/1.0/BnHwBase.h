@@ -38,6 +38,7 @@ struct BnHwBase : public ::android::hardware::BHwBinder,
     bool checkSubclass(const void* subclassID) const override;
 
     ::android::sp<IBase> getImpl() { return _hidl_mImpl; }
+    ::android::sp<IBase> getImplAs() const { return _hidl_mImpl; }
 
     // Answered by the stub itself for the ping and getDebugInfo codes;
     // derived stubs may override them.

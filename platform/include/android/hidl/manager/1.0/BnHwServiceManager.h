@@ -25,6 +25,7 @@ struct BnHwServiceManager : public ::android::hidl::base::V1_0::BnHwBase {
                                    TransactCallback _hidl_cb = nullptr) override;
 
     ::android::sp<IServiceManager> getImpl() { return _hidl_mImpl; }
+    ::android::sp<IServiceManager> getImplAs() const { return _hidl_mImpl; }
 
   private:
     ::android::sp<IServiceManager> _hidl_mImpl;

@@ -23,6 +23,7 @@ struct BnHwServiceNotification : public ::android::hidl::base::V1_0::BnHwBase {
                                    TransactCallback _hidl_cb = nullptr) override;
 
     ::android::sp<IServiceNotification> getImpl() { return _hidl_mImpl; }
+    ::android::sp<IServiceNotification> getImplAs() const { return _hidl_mImpl; }
 
   private:
     ::android::sp<IServiceNotification> _hidl_mImpl;

@@ -20,17 +20,13 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <string>
 #include <type_traits>
 #include <utility>
 
-#include "types/EmbeddedVector.h"
-#include "types/RecordFields.h"
-
-namespace vendor {
-namespace zuv {
+namespace android {
 namespace hardware {
-namespace fingerprint {
 namespace frame {
 
 using ::android::OK;
@@ -42,17 +38,68 @@ using ::android::hardware::IBinder;
 using ::android::hardware::Parcel;
 
 // Per-interface facts the frame needs: the proxy and stub classes
-// (Proxy, Stub), the short name (kShortName), the number of operations
-// (kMethodCount) and the log tag of fatal messages (kLogTag). Each interface
+// (Proxy, Stub), the identity (kPackage, kVersion, kShortName), the number of
+// operations (kMethodCount), the log tag of fatal messages (kLogTag) and
+// whether a failed implementation call is answered with its status
+// (kRepliesFailures) rather than ending the process. Each interface
 // specialises this.
 template <typename IType>
 struct InterfaceInfo;
+
+template <typename T, typename = void>
+struct Embedded;
+
+// parentOffset + memberOffset; a wrap means the caller's offsets are corrupt,
+// and no status can describe where the child would go, so the process ends.
+inline size_t embeddedOffset(size_t parentOffset, size_t memberOffset) {
+    size_t offset = 0;
+    if (__builtin_add_overflow(parentOffset, memberOffset, &offset)) std::abort();
+    return offset;
+}
+
+// A vector lying at parentOffset inside buffer parentHandle sends its element
+// array as one embedded buffer there; elements with children of their own
+// attach them to that array at i x sizeof(T).
+template <typename T>
+status_t writeEmbeddedVector(const hidl_vec<T>& vec, Parcel* parcel, size_t parentHandle,
+                             size_t parentOffset) {
+    size_t childHandle = 0;
+    status_t err = parcel->writeEmbeddedBuffer(vec.data(), vec.size() * sizeof(T), &childHandle,
+                                               parentHandle, parentOffset);
+    if (err != OK) return err;
+    if constexpr (Embedded<T>::kHasChildren) {
+        for (size_t i = 0; i < vec.size(); ++i) {
+            err = Embedded<T>::write(vec[i], parcel, childHandle, i * sizeof(T));
+            if (err != OK) return err;
+        }
+    }
+    return OK;
+}
+
+// Nullable read: an empty vector arrives with a null element array.
+template <typename T>
+status_t readEmbeddedVector(const hidl_vec<T>& vec, const Parcel& parcel, size_t parentHandle,
+                            size_t parentOffset) {
+    size_t childHandle = 0;
+    const void* elements = nullptr;
+    status_t err = parcel.readNullableEmbeddedBuffer(vec.size() * sizeof(T), &childHandle,
+                                                     parentHandle, parentOffset, &elements);
+    if (err != OK) return err;
+    if (elements == nullptr && vec.size() != 0) return ::android::BAD_VALUE;
+    if constexpr (Embedded<T>::kHasChildren) {
+        for (size_t i = 0; i < vec.size(); ++i) {
+            err = Embedded<T>::read(vec[i], parcel, childHandle, i * sizeof(T));
+            if (err != OK) return err;
+        }
+    }
+    return OK;
+}
 
 // ---------------------------------------------------------------------------
 // Children of a value lying inside a parent buffer.
 
 // No children: scalars and flat records.
-template <typename T, typename = void>
+template <typename T, typename>
 struct Embedded {
     static constexpr bool kHasChildren = false;
     static status_t write(const T&, Parcel*, size_t, size_t) { return OK; }
@@ -83,23 +130,58 @@ struct Embedded<hidl_vec<U>> {
 
     static status_t write(const hidl_vec<U>& vec, Parcel* parcel, size_t parentHandle,
                           size_t parentOffset) {
-        return V1_0::writeEmbeddedVector(vec, parcel, parentHandle,
-                                         parentOffset + hidl_vec<U>::kOffsetOfBuffer);
+        return writeEmbeddedVector(vec, parcel, parentHandle,
+                                   parentOffset + hidl_vec<U>::kOffsetOfBuffer);
     }
 
     static status_t read(const hidl_vec<U>& vec, const Parcel& parcel, size_t parentHandle,
                          size_t parentOffset) {
-        return V1_0::readEmbeddedVector(vec, parcel, parentHandle,
-                                        parentOffset + hidl_vec<U>::kOffsetOfBuffer);
+        return readEmbeddedVector(vec, parcel, parentHandle,
+                                  parentOffset + hidl_vec<U>::kOffsetOfBuffer);
     }
 };
+
+// The children of a record's members, each attached at the member's place in
+// the record: enough for a record whose members need nothing else.
+template <typename R, typename M>
+size_t memberOffset(const R& record, M R::*member) {
+    return static_cast<size_t>(reinterpret_cast<const char*>(&(record.*member)) -
+                               reinterpret_cast<const char*>(&record));
+}
+
+template <typename R, typename... M>
+status_t writeMemberChildren(const R& record, Parcel* parcel, size_t parentHandle,
+                             size_t parentOffset, M R::*... members) {
+    status_t err = OK;
+    ((err = err != OK ? err
+                      : Embedded<M>::write(
+                                record.*members, parcel, parentHandle,
+                                embeddedOffset(parentOffset, memberOffset(record, members)))),
+     ...);
+    return err;
+}
+
+template <typename R, typename... M>
+status_t readMemberChildren(const R& record, const Parcel& parcel, size_t parentHandle,
+                            size_t parentOffset, M R::*... members) {
+    status_t err = OK;
+    ((err = err != OK ? err
+                      : Embedded<M>::read(
+                                record.*members, parcel, parentHandle,
+                                embeddedOffset(parentOffset, memberOffset(record, members)))),
+     ...);
+    return err;
+}
 
 // ---------------------------------------------------------------------------
 // The name of each wire type as the interfaces declare it, for people.
 
+// Records get theirs from the package that declares them.
 template <typename T, typename = void>
-struct WireName {
-    static std::string get() { return V1_0::RecordFields<T>::kName; }
+struct WireName;
+template <>
+struct WireName<bool> {
+    static std::string get() { return "bool"; }
 };
 template <>
 struct WireName<hidl_string> {
@@ -173,11 +255,39 @@ struct ScalarCodec {
     static const T& get(const Held& held) { return held; }
 };
 
+// Enums travel as their underlying type; a value outside what ValidEnum
+// admits is refused on the way in.
+template <typename E>
+struct ValidEnum {
+    static bool check(E) { return true; }
+};
+
 template <typename T, typename = void>
 struct Codec : BufferCodec<T> {
     static_assert(std::is_class<T>::value, "no wire encoding for this type");
 };
 
+template <typename E>
+struct Codec<E, std::enable_if_t<std::is_enum<E>::value>> {
+    using Held = E;
+    using Raw = Codec<std::underlying_type_t<E>>;
+    static std::string typeName() { return WireName<E>::get(); }
+    static status_t write(Parcel* parcel, const E& value) {
+        return Raw::write(parcel, static_cast<std::underlying_type_t<E>>(value));
+    }
+    static status_t read(const Parcel& parcel, Held* out) {
+        typename Raw::Held raw{};
+        status_t err = Raw::read(parcel, &raw);
+        if (err != OK) return err;
+        if (!ValidEnum<E>::check(static_cast<E>(raw))) return ::android::BAD_VALUE;
+        *out = static_cast<E>(raw);
+        return OK;
+    }
+    static const E& get(const Held& held) { return held; }
+};
+
+template <>
+struct Codec<bool> : ScalarCodec<bool, &Parcel::writeBool, &Parcel::readBool> {};
 template <>
 struct Codec<int8_t> : ScalarCodec<int8_t, &Parcel::writeInt8, &Parcel::readInt8> {};
 template <>
@@ -238,7 +348,5 @@ status_t writeItems(Parcel* parcel, const Values&... values) {
 }
 
 }  // namespace frame
-}  // namespace fingerprint
 }  // namespace hardware
-}  // namespace zuv
-}  // namespace vendor
+}  // namespace android

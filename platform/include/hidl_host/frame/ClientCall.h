@@ -5,6 +5,10 @@
 
 #include <hidl/HidlBinderSupport.h>
 #include <hidl/Status.h>
+#include <hidl_host/frame/Codec.h>
+#include <hidl_host/frame/Instrumentation.h>
+#include <hidl_host/frame/Method.h>
+#include <hidl_host/frame/Trace.h>
 #include <hwbinder/IInterface.h>
 #include <hwbinder/Parcel.h>
 #include <hwbinder/ProcessState.h>
@@ -12,15 +16,8 @@
 #include <tuple>
 #include <utility>
 
-#include "frame/Codec.h"
-#include "frame/Instrumentation.h"
-#include "frame/Method.h"
-#include "frame/Trace.h"
-
-namespace vendor {
-namespace zuv {
+namespace android {
 namespace hardware {
-namespace fingerprint {
 namespace frame {
 
 using ::android::hardware::IInterface;
@@ -74,8 +71,7 @@ class Client {
         using T = typename Op::Traits::DirectResult;
         const CallInstrumentation instrumentation(instrumentor);
         traceBegin(Info::kShortName, Op::kName, "client");
-        instrumentation.report(InstrumentationEvent::CLIENT_API_ENTRY, Info::kShortName, Op::kName,
-                               args...);
+        instrumentation.report<Info>(InstrumentationEvent::CLIENT_API_ENTRY, Op::kName, args...);
         Status status;
         T value{};
         {
@@ -94,8 +90,7 @@ class Client {
                 return status;
             }
         }
-        instrumentation.report(InstrumentationEvent::CLIENT_API_EXIT, Info::kShortName, Op::kName,
-                               value);
+        instrumentation.report<Info>(InstrumentationEvent::CLIENT_API_EXIT, Op::kName, value);
         traceEnd();
         return value;
     }
@@ -106,8 +101,7 @@ class Client {
                                      const Args&... args) {
         const CallInstrumentation instrumentation(instrumentor);
         traceBegin(Info::kShortName, Op::kName, "client");
-        instrumentation.report(InstrumentationEvent::CLIENT_API_ENTRY, Info::kShortName, Op::kName,
-                               args...);
+        instrumentation.report<Info>(InstrumentationEvent::CLIENT_API_ENTRY, Op::kName, args...);
         Status status;
         {
             Parcel request;
@@ -126,7 +120,7 @@ class Client {
                 return status;
             }
         }
-        instrumentation.report(InstrumentationEvent::CLIENT_API_EXIT, Info::kShortName, Op::kName);
+        instrumentation.report<Info>(InstrumentationEvent::CLIENT_API_EXIT, Op::kName);
         traceEnd();
         return Status::ok();
     }
@@ -142,8 +136,8 @@ class Client {
         using Result = typename CallbackTraits<Callback>::Result;
         const CallInstrumentation instrumentation(instrumentor);
         traceBegin(Info::kShortName, Op::kName, "client");
-        instrumentation.report(InstrumentationEvent::CLIENT_API_ENTRY, Info::kShortName, Op::kName,
-                               std::get<I>(all)...);
+        instrumentation.report<Info>(InstrumentationEvent::CLIENT_API_ENTRY, Op::kName,
+                                     std::get<I>(all)...);
         Status status;
         status_t pendingError = OK;
         {
@@ -167,8 +161,8 @@ class Client {
                         }
                         const Result& result = Codec<Result>::get(held);
                         resultCallback(result);
-                        instrumentation.report(InstrumentationEvent::CLIENT_API_EXIT,
-                                               Info::kShortName, Op::kName, result);
+                        instrumentation.report<Info>(InstrumentationEvent::CLIENT_API_EXIT,
+                                                     Op::kName, result);
                     },
                     std::get<I>(all)...);
             if (err != OK) {
@@ -191,7 +185,5 @@ class Client {
 };
 
 }  // namespace frame
-}  // namespace fingerprint
 }  // namespace hardware
-}  // namespace zuv
-}  // namespace vendor
+}  // namespace android

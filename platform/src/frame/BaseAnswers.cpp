@@ -1,23 +1,23 @@
-#include "frame/BaseOperations.h"
-
-#include <android/hidl/base/1.0/types.h>
+// The default answers of the base operations, shared by IBase and every
+// interface declared over it.
+#include <android/hidl/base/1.0/IBase.h>
+#include <hidl_host/frame/BaseAnswers.h>
 #include <utils/misc.h>
 
-namespace vendor {
-namespace zuv {
+#include <cstring>
+
+namespace android {
 namespace hardware {
-namespace fingerprint {
 namespace frame {
 
-using ::android::hardware::hidl_array;
-using ::android::hardware::hidl_string;
-using ::android::hardware::hidl_vec;
-using ::android::hardware::Return;
-using ::android::hardware::Void;
 using ::android::hidl::base::V1_0::DebugInfo;
 
 Return<void> reportInterfaceChain(const char* descriptor, const IBase::interfaceChain_cb& cb) {
-    cb(hidl_vec<hidl_string>{descriptor, IBase::descriptor});
+    if (std::strcmp(descriptor, IBase::descriptor) == 0) {
+        cb(hidl_vec<hidl_string>{IBase::descriptor});
+    } else {
+        cb(hidl_vec<hidl_string>{descriptor, IBase::descriptor});
+    }
     return Void();
 }
 
@@ -28,7 +28,11 @@ Return<void> reportInterfaceDescriptor(const char* descriptor,
 }
 
 Return<void> reportHashChain(const InterfaceHash& ownHash, const IBase::getHashChain_cb& cb) {
-    cb(hidl_vec<hidl_array<uint8_t, 32>>{ownHash, kBaseInterfaceHash});
+    if (ownHash == kBaseInterfaceHash) {
+        cb(hidl_vec<hidl_array<uint8_t, 32>>{kBaseInterfaceHash});
+    } else {
+        cb(hidl_vec<hidl_array<uint8_t, 32>>{ownHash, kBaseInterfaceHash});
+    }
     return Void();
 }
 
@@ -46,13 +50,11 @@ Return<void> reportSyspropsChanged() {
     return Void();
 }
 
-Return<bool> acceptRecipient(
-        const ::android::sp<::android::hardware::hidl_death_recipient>& recipient) {
+Return<bool> acceptRecipient(const ::android::sp<hidl_death_recipient>& recipient) {
     return recipient != nullptr;
 }
 
 }  // namespace frame
-}  // namespace fingerprint
 }  // namespace hardware
-}  // namespace zuv
-}  // namespace vendor
+
+}  // namespace android

@@ -1,5 +1,5 @@
-// Instrumentation events of the package's calls: every registered callback,
-// in registration order, gets the event, the package's names, the method and
+// Instrumentation events of calls: every registered callback, in
+// registration order, gets the event, the interface's package names, the method and
 // the addresses of the arguments or results.
 #pragma once
 
@@ -7,12 +7,8 @@
 
 #include <vector>
 
-#include "frame/PackageIdentity.h"
-
-namespace vendor {
-namespace zuv {
+namespace android {
 namespace hardware {
-namespace fingerprint {
 namespace frame {
 
 using ::android::hardware::details::HidlInstrumentor;
@@ -37,11 +33,11 @@ class CallInstrumentation {
     bool enabled() const { return mEnabled; }
     const InstrumentationCallbacks& callbacks() const { return mCallbacks; }
 
-    // Reports event with the addresses of values, in order.
-    template <typename... Values>
-    void report(InstrumentationEvent event, const char* interfaceName, const char* method,
-                const Values&... values) const {
-        reportAs(event, kPackageName, kPackageVersion, interfaceName, method, values...);
+    // Reports event with the addresses of values, in order, under the names
+    // of the interface Info describes.
+    template <typename Info, typename... Values>
+    void report(InstrumentationEvent event, const char* method, const Values&... values) const {
+        reportAs(event, Info::kPackage, Info::kVersion, Info::kShortName, method, values...);
     }
 
     // The same under another package's names: a wrapper reports the base
@@ -62,7 +58,5 @@ class CallInstrumentation {
 };
 
 }  // namespace frame
-}  // namespace fingerprint
 }  // namespace hardware
-}  // namespace zuv
-}  // namespace vendor
+}  // namespace android

@@ -1,4 +1,4 @@
-// Trace sections of the package's calls. The hardware-interface tag is asked
+// Trace sections of calls. The hardware-interface tag is asked
 // each time a marker would be written, so a section begun before tracing was
 // switched on may end without its begin, as on the device.
 #pragma once
@@ -12,10 +12,8 @@
 extern "C" void atrace_begin_body(const char* name);
 extern "C" void atrace_end_body();
 
-namespace vendor {
-namespace zuv {
+namespace android {
 namespace hardware {
-namespace fingerprint {
 namespace frame {
 
 inline bool hwTraceEnabled() {
@@ -41,7 +39,5 @@ inline void traceEnd() {
 }
 
 }  // namespace frame
-}  // namespace fingerprint
 }  // namespace hardware
-}  // namespace zuv
-}  // namespace vendor
+}  // namespace android

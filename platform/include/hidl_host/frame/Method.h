@@ -15,10 +15,8 @@
 #include <tuple>
 #include <type_traits>
 
-namespace vendor {
-namespace zuv {
+namespace android {
 namespace hardware {
-namespace fingerprint {
 namespace frame {
 
 enum class Shape { kDirect, kCallback, kNoResult, kOneway };
@@ -86,22 +84,18 @@ constexpr bool codesAreSequential(std::initializer_list<uint32_t> codes) {
 }
 
 }  // namespace frame
-}  // namespace fingerprint
 }  // namespace hardware
-}  // namespace zuv
-}  // namespace vendor
+}  // namespace android
 
 // Declare operation `name` of the interface named by ZUV_INTERFACE in the
 // including file: its code, name, member and the parenthesised list of its
 // parameter names; arguments and result follow from the member's type.
-#define ZUV_METHOD_WITH_FLAGS(code, name, names, flags)                                          \
-    struct name                                                                                  \
-        : ::vendor::zuv::hardware::fingerprint::frame::MethodDecl<ZUV_INTERFACE, code,           \
-                                                                  &ZUV_INTERFACE::name, flags> { \
-        static constexpr const char* kName = #name;                                              \
-        static constexpr auto kParamNames =                                                      \
-                ::vendor::zuv::hardware::fingerprint::frame::paramNames names;                   \
-        static_assert(kParamNames.size() == Traits::kParamCount, "one name per parameter");      \
+#define ZUV_METHOD_WITH_FLAGS(code, name, names, flags)                                     \
+    struct name : ::android::hardware::frame::MethodDecl<ZUV_INTERFACE, code,               \
+                                                         &ZUV_INTERFACE::name, flags> {     \
+        static constexpr const char* kName = #name;                                         \
+        static constexpr auto kParamNames = ::android::hardware::frame::paramNames names;   \
+        static_assert(kParamNames.size() == Traits::kParamCount, "one name per parameter"); \
     };
 #define ZUV_METHOD(code, name, names) ZUV_METHOD_WITH_FLAGS(code, name, names, 0)
 #define ZUV_ONEWAY_METHOD(code, name, names) ZUV_METHOD_WITH_FLAGS(code, name, names, 1)

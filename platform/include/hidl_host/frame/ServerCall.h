@@ -7,21 +7,18 @@
 #include <android/hidl/base/1.0/BnHwBase.h>
 #include <hidl/HidlBinderSupport.h>
 #include <hidl/Status.h>
+#include <hidl_host/frame/Codec.h>
+#include <hidl_host/frame/Instrumentation.h>
+#include <hidl_host/frame/Method.h>
+#include <hidl_host/frame/Trace.h>
 #include <hwbinder/Parcel.h>
 #include <log/log.h>
 
 #include <tuple>
 #include <utility>
 
-#include "frame/Codec.h"
-#include "frame/Instrumentation.h"
-#include "frame/Method.h"
-#include "frame/Trace.h"
-
-namespace vendor {
-namespace zuv {
+namespace android {
 namespace hardware {
-namespace fingerprint {
 namespace frame {
 
 using ::android::hardware::Return;
@@ -44,6 +41,11 @@ struct HeldArgs<std::tuple<Values...>> {
     using type = std::tuple<typename Codec<Values>::Held...>;
 };
 
+// What an interface that answers failures sends instead of its results.
+inline status_t replyFailure(const Status& status, Parcel* reply) {
+    return ::android::hardware::writeToParcel(status, reply);
+}
+
 template <typename Op>
 class Server {
     using IType = typename Op::Interface;
@@ -59,6 +61,13 @@ class Server {
   public:
     static status_t serve(BnHwBase* stub, const Parcel& data, Parcel* reply,
                           TransactCallback callback) {
+        const auto impl = static_cast<typename Info::Stub*>(stub)->getImplAs();
+        return serveOn(impl.get(), stub, data, reply, std::move(callback));
+    }
+
+    // The same with another object answering in place of the stub's.
+    static status_t serveOn(IType* target, BnHwBase* stub, const Parcel& data, Parcel* reply,
+                            TransactCallback callback) {
         const CallInstrumentation instrumentation(stub);
         if (!data.enforceInterface(IType::descriptor)) return ::android::BAD_TYPE;
 
@@ -67,8 +76,8 @@ class Server {
         if (err != OK) return err;
 
         traceBegin(Info::kShortName, Op::kName, "server");
-        return invoke(static_cast<typename Info::Stub*>(stub)->getImplAs(), held, reply,
-                      std::move(callback), instrumentation, std::make_index_sequence<kArgCount>{});
+        return invoke(target, held, reply, std::move(callback), instrumentation,
+                      std::make_index_sequence<kArgCount>{});
     }
 
   private:
@@ -88,21 +97,23 @@ class Server {
     }
 
     template <typename Held, size_t... I>
-    static status_t invoke(const sp<IType>& impl, const Held& held, Parcel* reply,
+    static status_t invoke(IType* target, const Held& held, Parcel* reply,
                            TransactCallback callback, const CallInstrumentation& instrumentation,
                            std::index_sequence<I...>) {
-        instrumentation.report(InstrumentationEvent::SERVER_API_ENTRY, Info::kShortName, Op::kName,
-                               arg<I>(held)...);
-        IType* target = impl.get();
+        instrumentation.report<Info>(InstrumentationEvent::SERVER_API_ENTRY, Op::kName,
+                                     arg<I>(held)...);
         if constexpr (Op::kShape == Shape::kDirect) {
             using T = typename Traits::DirectResult;
             Return<T> ret = (target->*Op::kMember)(arg<I>(held)...);
+            if (Info::kRepliesFailures && !ret.isOk()) {
+                traceEnd();
+                return replyFailure(ret.getStatus(), reply);
+            }
             const T value = ret;  // a failed Return is fatal here
             ::android::hardware::writeToParcel(Status::ok(), reply);
             const status_t err = Codec<T>::write(reply, value);
             traceEnd();
-            instrumentation.report(InstrumentationEvent::SERVER_API_EXIT, Info::kShortName,
-                                   Op::kName, value);
+            instrumentation.report<Info>(InstrumentationEvent::SERVER_API_EXIT, Op::kName, value);
             if (err != OK) return err;
             if (callback) callback(*reply);
             return OK;
@@ -123,10 +134,14 @@ class Server {
                         ::android::hardware::writeToParcel(Status::ok(), reply);
                         err = Codec<Result>::write(reply, result);
                         traceEnd();
-                        instrumentation.report(InstrumentationEvent::SERVER_API_EXIT,
-                                               Info::kShortName, Op::kName, result);
+                        instrumentation.report<Info>(InstrumentationEvent::SERVER_API_EXIT,
+                                                     Op::kName, result);
                         if (err == OK && callback) callback(*reply);
                     }));
+            if (Info::kRepliesFailures && !called && !ret.isOk()) {
+                traceEnd();
+                return replyFailure(ret.getStatus(), reply);
+            }
             ret.assertOk();
             if (!called) {
                 __android_log_assert(nullptr, Info::kLogTag,
@@ -139,8 +154,8 @@ class Server {
             // done, even for a oneway transaction that nobody will read.
             Return<void> ret = (target->*Op::kMember)(arg<I>(held)...);
             traceEnd();
-            instrumentation.report(InstrumentationEvent::SERVER_API_EXIT, Info::kShortName,
-                                   Op::kName);
+            instrumentation.report<Info>(InstrumentationEvent::SERVER_API_EXIT, Op::kName);
+            if (Info::kRepliesFailures && !ret.isOk()) return replyFailure(ret.getStatus(), reply);
             ret.assertOk();
             ::android::hardware::writeToParcel(Status::ok(), reply);
             return OK;
@@ -154,7 +169,5 @@ status_t serve(BnHwBase* stub, const Parcel& data, Parcel* reply, TransactCallba
 }
 
 }  // namespace frame
-}  // namespace fingerprint
 }  // namespace hardware
-}  // namespace zuv
-}  // namespace vendor
+}  // namespace android

@@ -1,0 +1,258 @@
+// The bytes every base and manager operation puts on the wire, request and
+// reply, against fixed inputs and answers. The expectation is checked in, so
+// any change to the platform's marshalling shows here. To record it anew:
+//   ZUV_RECORD_WIRE_BYTES=<path of wire_bytes.json> ./platform_binder_tests
+#include <android/hidl/base/1.0/BnHwBase.h>
+#include <android/hidl/base/1.0/BpHwBase.h>
+#include <android/hidl/manager/1.0/BnHwServiceManager.h>
+#include <android/hidl/manager/1.0/BnHwServiceNotification.h>
+#include <android/hidl/manager/1.0/BpHwServiceManager.h>
+#include <android/hidl/manager/1.0/BpHwServiceNotification.h>
+#include <gtest/gtest.h>
+#include <hidl_host/WireImage.h>
+#include <hwbinder/Binder.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+namespace {
+
+using ::android::OK;
+using ::android::sp;
+using ::android::status_t;
+using ::android::hardware::BHwBinder;
+using ::android::hardware::hidl_handle;
+using ::android::hardware::hidl_string;
+using ::android::hardware::hidl_vec;
+using ::android::hardware::IBinder;
+using ::android::hardware::Parcel;
+using ::android::hardware::Return;
+using ::android::hardware::Void;
+using ::android::hidl::base::V1_0::BnHwBase;
+using ::android::hidl::base::V1_0::BpHwBase;
+using ::android::hidl::base::V1_0::DebugInfo;
+using ::android::hidl::base::V1_0::IBase;
+using namespace ::android::hidl::manager::V1_0;  // NOLINT: the manager's classes
+namespace host = ::android::hardware::host;
+
+// Binders become their order of appearance in the parcel.
+class CountingTranslator : public host::BinderTranslator {
+  public:
+    status_t flattenBinder(const sp<IBinder>&, uint32_t* type, uint64_t* ref) override {
+        *type = BINDER_TYPE_HANDLE;
+        *ref = ++mCount;
+        return OK;
+    }
+    status_t unflattenBinder(uint32_t, uint64_t, sp<IBinder>*) override {
+        return ::android::INVALID_OPERATION;
+    }
+
+  private:
+    uint64_t mCount = 0;
+};
+
+// The wire image in hex, with the pointer slots a child buffer is fixed up
+// into zeroed: they hold the writer's addresses, which no reader sees.
+std::string wireHex(const Parcel& parcel) {
+    CountingTranslator translator;
+    host::WireImage image;
+    if (host::WireImageCodec::flatten(parcel, &translator, &image) != OK) return "<unflattenable>";
+    std::vector<uint8_t>& bytes = image.bytes;
+    uint64_t sizes[3];  // data, offsets, buffers; after the magic and fd count
+    std::memcpy(sizes, bytes.data() + 8, sizeof(sizes));
+    const size_t data = 32;
+    const size_t offsets = data + ((sizes[0] + 7) & ~size_t{7});
+    size_t nextBuffer = offsets + sizes[1];
+    std::map<uint64_t, size_t> bufferAt;  // object index -> image position
+    for (uint64_t i = 0; i < sizes[1] / 8; ++i) {
+        uint64_t at = 0;
+        std::memcpy(&at, bytes.data() + offsets + i * 8, 8);
+        binder_buffer_object obj;
+        std::memcpy(&obj, bytes.data() + data + at, sizeof(obj.hdr));
+        if (obj.hdr.type != BINDER_TYPE_PTR) continue;
+        std::memcpy(&obj, bytes.data() + data + at, sizeof(obj));
+        if ((obj.flags & BINDER_BUFFER_FLAG_HAS_PARENT) != 0 && bufferAt.count(obj.parent) != 0) {
+            std::memset(bytes.data() + bufferAt[obj.parent] + obj.parent_offset, 0, 8);
+        }
+        if (obj.buffer != 0) {
+            bufferAt[i] = nextBuffer;
+            nextBuffer += (obj.length + 7) & ~uint64_t{7};
+        }
+    }
+    static const char kDigits[] = "0123456789abcdef";
+    std::string hex;
+    for (uint8_t b : bytes) {
+        hex += kDigits[b >> 4];
+        hex += kDigits[b & 15];
+    }
+    return hex;
+}
+
+// Between a proxy and a stub: records each request and the reply that
+// travels back (none for oneway calls).
+class Tap : public BHwBinder {
+  public:
+    explicit Tap(const sp<IBinder>& target) : mTarget(target) {}
+    nlohmann::json last;
+
+  protected:
+    status_t onTransact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags,
+                        TransactCallback callback) override {
+        last = {{"code", code}, {"request", wireHex(data)}};
+        const bool oneway = (flags & IBinder::FLAG_ONEWAY) != 0;
+        bool delivered = false;
+        status_t err = mTarget->transact(code, data, reply, flags, [&](Parcel& r) {
+            delivered = true;
+            if (!oneway) last["reply"] = wireHex(r);
+            r.setDataPosition(0);
+            if (callback) callback(r);
+        });
+        if (!delivered && !oneway) last["reply"] = wireHex(*reply);
+        return err;
+    }
+
+  private:
+    sp<IBinder> mTarget;
+};
+
+struct FixedBase : IBase {};
+
+// The stub's own answer, fixed: the real one holds a pid and an address.
+struct FixedBaseStub : BnHwBase {
+    using BnHwBase::BnHwBase;
+    Return<void> getDebugInfo(IBase::getDebugInfo_cb cb) override {
+        DebugInfo info{};
+        info.pid = 1234;
+        info.ptr = 0x1122334455667788u;
+        info.arch = DebugInfo::Architecture::IS_64BIT;
+        cb(info);
+        return Void();
+    }
+};
+
+struct FixedListener : IServiceNotification {
+    Return<void> onRegistration(const hidl_string&, const hidl_string&, bool) override {
+        return Void();
+    }
+};
+
+// Services travel as binders, so they are objects the platform has a stub for.
+struct FixedManager : IServiceManager {
+    Return<sp<IBase>> get(const hidl_string&, const hidl_string&) override {
+        return sp<IBase>(new FixedListener);
+    }
+    Return<bool> add(const hidl_string&, const sp<IBase>&) override { return true; }
+    Return<Transport> getTransport(const hidl_string&, const hidl_string&) override {
+        return Transport::HWBINDER;
+    }
+    Return<void> list(list_cb cb) override {
+        cb({"a@1.0::IA/default", "b@2.1::IB/x"});
+        return Void();
+    }
+    Return<void> listByInterface(const hidl_string&, listByInterface_cb cb) override {
+        cb({"default"});
+        return Void();
+    }
+    Return<bool> registerForNotifications(const hidl_string&, const hidl_string&,
+                                          const sp<IServiceNotification>&) override {
+        return false;
+    }
+    Return<void> debugDump(debugDump_cb cb) override {
+        InstanceDebugInfo one;
+        one.interfaceName = "a@1.0::IA";
+        one.instanceName = "default";
+        one.pid = 77;
+        one.clientPids = hidl_vec<int32_t>{5, 6};
+        one.arch = DebugInfo::Architecture::IS_64BIT;
+        InstanceDebugInfo two;
+        two.interfaceName = "b@2.1::IB";
+        two.instanceName = "x";
+        cb({one, two});
+        return Void();
+    }
+    Return<void> registerPassthroughClient(const hidl_string&, const hidl_string&) override {
+        return Void();
+    }
+};
+
+nlohmann::json recordAll() {
+    nlohmann::json all;
+    {
+        sp<Tap> tap = new Tap(new FixedBaseStub(new FixedBase));
+        sp<IBase> base = new BpHwBase(tap);
+        auto ignore = [](const auto&) {};
+        EXPECT_TRUE(base->interfaceChain(ignore).isOk());
+        all["IBase::interfaceChain"] = tap->last;
+        EXPECT_TRUE(base->debug(hidl_handle(), {"--opt", ""}).isOk());
+        all["IBase::debug"] = tap->last;
+        EXPECT_TRUE(base->interfaceDescriptor(ignore).isOk());
+        all["IBase::interfaceDescriptor"] = tap->last;
+        EXPECT_TRUE(base->getHashChain(ignore).isOk());
+        all["IBase::getHashChain"] = tap->last;
+        EXPECT_TRUE(base->setHALInstrumentation().isOk());
+        all["IBase::setHALInstrumentation"] = tap->last;
+        EXPECT_TRUE(base->ping().isOk());
+        all["IBase::ping"] = tap->last;
+        EXPECT_TRUE(base->getDebugInfo(ignore).isOk());
+        all["IBase::getDebugInfo"] = tap->last;
+        EXPECT_TRUE(base->notifySyspropsChanged().isOk());
+        all["IBase::notifySyspropsChanged"] = tap->last;
+    }
+    {
+        sp<Tap> tap = new Tap(new BnHwServiceManager(new FixedManager));
+        sp<IServiceManager> manager = new BpHwServiceManager(tap);
+        auto ignore = [](const auto&) {};
+        EXPECT_TRUE(manager->get("a@1.0::IA", "default").isOk());
+        all["IServiceManager::get"] = tap->last;
+        EXPECT_TRUE(manager->add("default", new FixedListener).isOk());
+        all["IServiceManager::add"] = tap->last;
+        EXPECT_TRUE(manager->add("", nullptr).isOk());
+        all["IServiceManager::add(null)"] = tap->last;
+        EXPECT_TRUE(manager->getTransport("a@1.0::IA", "default").isOk());
+        all["IServiceManager::getTransport"] = tap->last;
+        EXPECT_TRUE(manager->list(ignore).isOk());
+        all["IServiceManager::list"] = tap->last;
+        EXPECT_TRUE(manager->listByInterface("a@1.0::IA", ignore).isOk());
+        all["IServiceManager::listByInterface"] = tap->last;
+        EXPECT_TRUE(manager->registerForNotifications("a@1.0::IA", "", new FixedListener).isOk());
+        all["IServiceManager::registerForNotifications"] = tap->last;
+        EXPECT_TRUE(manager->debugDump(ignore).isOk());
+        all["IServiceManager::debugDump"] = tap->last;
+        EXPECT_TRUE(manager->registerPassthroughClient("a@1.0::IA", "default").isOk());
+        all["IServiceManager::registerPassthroughClient"] = tap->last;
+        // Base operations of a manager's proxy use the base interface's codes.
+        EXPECT_TRUE(manager->interfaceChain(ignore).isOk());
+        all["IServiceManager::interfaceChain"] = tap->last;
+    }
+    {
+        sp<Tap> tap = new Tap(new BnHwServiceNotification(new FixedListener));
+        sp<IServiceNotification> listener = new BpHwServiceNotification(tap);
+        EXPECT_TRUE(listener->onRegistration("a@1.0::IA", "default", true).isOk());
+        all["IServiceNotification::onRegistration"] = tap->last;
+        EXPECT_TRUE(listener->getHashChain([](const auto&) {}).isOk());
+        all["IServiceNotification::getHashChain"] = tap->last;
+    }
+    return all;
+}
+
+TEST(WireBytesTest, BaseAndManagerOperationsKeepTheirBytes) {
+    const nlohmann::json actual = recordAll();
+    if (const char* path = std::getenv("ZUV_RECORD_WIRE_BYTES")) {
+        std::ofstream(path) << actual.dump(2) << "\n";
+        GTEST_SKIP() << "recorded into " << path;
+    }
+    std::ifstream in(ZUV_WIRE_BYTES_FILE);
+    ASSERT_TRUE(in) << ZUV_WIRE_BYTES_FILE;
+    const nlohmann::json expected = nlohmann::json::parse(in);
+    for (const auto& [operation, bytes] : expected.items()) {
+        EXPECT_EQ(bytes, actual.value(operation, nlohmann::json())) << operation;
+    }
+    EXPECT_EQ(expected.size(), actual.size());
+}
+
+}  // namespace
