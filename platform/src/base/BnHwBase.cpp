@@ -71,8 +71,9 @@ Return<void> BnHwBase::getDebugInfo(IBase::getDebugInfo_cb _hidl_cb) {
     status_t BnHwBase::_hidl_##name(BnHwBase* _hidl_this, const Parcel& _hidl_data,              \
                                     Parcel* _hidl_reply, TransactCallback _hidl_cb) {            \
         if constexpr (code == m::ping::kCode || code == m::getDebugInfo::kCode) {                \
-            StubAnswers answers(_hidl_this);                                                     \
-            return Server<m::name>::serveOn(&answers, _hidl_this, _hidl_data, _hidl_reply,       \
+            /* Counted, since the frame may hold it by reference. */                             \
+            const sp<StubAnswers> answers = new StubAnswers(_hidl_this);                         \
+            return Server<m::name>::serveOn(answers.get(), _hidl_this, _hidl_data, _hidl_reply,  \
                                             std::move(_hidl_cb));                                \
         }                                                                                        \
         if constexpr (code == m::setHALInstrumentation::kCode) {                                 \
