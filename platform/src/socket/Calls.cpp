@@ -574,32 +574,37 @@ void Runtime::serveTransaction(Connection* conn, Frame& frame) {
     const uint64_t seq = header.seq;
 
     ScopedCallingIdentity caller(conn->pid(), conn->uid());
-    SendTranslator translator(*this, conn->pid());
-    WireImage image;
-    bool flattened = false;
-    status_t replyErr = OK;
+    // One pointer for the callback to hold, so that it needs no allocation.
+    struct Answer {
+        SendTranslator translator;
+        WireImage image;
+        bool flattened = false;
+        status_t err = OK;
+        void flatten(const Parcel& given) {
+            if (flattened) return;
+            flattened = true;
+            err = WireImageCodec::flatten(given, &translator, &image);
+        }
+    } answer{SendTranslator(*this, conn->pid()), {}};
     Parcel reply;
     {
         ServingScope scope(conn);
-        err = target->transact(header.code, data, &reply, 0, [&](Parcel& given) {
-            // What the stub hands over is the reply; its values live only now.
-            if (flattened) return;
-            flattened = true;
-            replyErr = WireImageCodec::flatten(given, &translator, &image);
-        });
-        if (err == OK && !flattened) {
-            flattened = true;
-            replyErr = WireImageCodec::flatten(reply, &translator, &image);
-        }
+        Answer* a = &answer;
+        // What the stub hands over is the reply; its values live only now.
+        err = target->transact(header.code, data, &reply, 0,
+                               [a](Parcel& given) { a->flatten(given); });
+        if (err == OK) answer.flatten(reply);
     }
-    const status_t status = err != OK ? err : replyErr;
+    const status_t status = err != OK ? err : answer.err;
     if (status != OK) {
-        translator.rollback();
+        answer.translator.rollback();
         writeStatusReply(conn, seq, status);
         return;
     }
-    FrameHeader out = makeHeader(kReply, seq, translator.table, &image);
-    if (writeAnswer(conn, out, translator.table, &image) != OK) translator.rollback();
+    FrameHeader out = makeHeader(kReply, seq, answer.translator.table, &answer.image);
+    if (writeAnswer(conn, out, answer.translator.table, &answer.image) != OK) {
+        answer.translator.rollback();
+    }
 }
 
 }  // namespace socket

@@ -67,6 +67,9 @@ static_assert(sizeof(BinderRef) == 16, "binder reference is 16 bytes");
 // configured limit is at most this.
 constexpr size_t kMaxFrameFds = 253;
 
+// Frames up to this size are gathered and sent in one plain send.
+constexpr size_t kGatherBytes = 1024;
+
 // Checks what can be checked of a header alone, the configured limits on
 // descriptors and references included.
 bool headerIsSane(const FrameHeader& header);
