@@ -2,68 +2,40 @@
 // implementation directly, with the same trace section and instrumentation
 // events a binder call would have. Oneway operations run later on the
 // wrapper's queue; local interface arguments are wrapped in turn. A wrapper's
-// operation for M is just passthrough<M>(this, ...).
+// operation for M is just passthrough<M>(this, ...); the names it traces and
+// reports under are the interfaces' InterfaceInfo.
 //
-// Also the bodies of the base operations every wrapper shares; a wrapper's
-// source instantiates them with `template class PassthroughFrame<I>;`.
+// Also the bodies of the base operations every wrapper shares; a package
+// instantiates them with `template class PassthroughBase<I>;` where its
+// interfaces' InterfaceInfo is seen.
 #pragma once
 
 #include <android/hidl/base/1.0/IBase.h>
 #include <hidl/HidlPassthroughSupport.h>
 #include <hidl/Status.h>
+#include <hidl_host/frame/BaseMethods.h>
 #include <hidl_host/frame/Instrumentation.h>
 #include <hidl_host/frame/Method.h>
+#include <hidl_host/frame/PassthroughBase.h>
 #include <hidl_host/frame/Trace.h>
-#include <vendor/zuv/hardware/fingerprint/1.0/details/PassthroughFrame.h>
 
 #include <functional>
 #include <tuple>
 #include <type_traits>
 #include <utility>
 
-#include "frame/Interfaces.h"
-
-namespace vendor {
-namespace zuv {
+namespace android {
 namespace hardware {
-namespace fingerprint {
 namespace frame {
 
-using ::android::hardware::Return;
-using ::android::hardware::Status;
-using ::android::hidl::base::V1_0::IBase;
-
-// The base operations a wrapper forwards, declared like the package's own so
-// that the same call template serves them. linkToDeath and unlinkToDeath
-// never travel and have no code.
-namespace base_methods {
+// linkToDeath and unlinkToDeath never travel and have no code, but a wrapper
+// forwards them like the other base operations.
+namespace passthrough_methods {
 #define ZUV_INTERFACE ::android::hidl::base::V1_0::IBase
-ZUV_METHOD(0x0f43484e, interfaceChain, ("descriptors"))
-ZUV_METHOD(0x0f444247, debug, ("fd", "options"))
-ZUV_METHOD(0x0f445343, interfaceDescriptor, ("descriptor"))
-ZUV_METHOD(0x0f485348, getHashChain, ("hashchain"))
 ZUV_METHOD(0, linkToDeath, ("recipient", "cookie"))
-ZUV_METHOD(0x0f504e47, ping, ())
-ZUV_METHOD(0x0f524546, getDebugInfo, ("info"))
-ZUV_ONEWAY_METHOD(0x0f535953, notifySyspropsChanged, ())
 ZUV_METHOD(0, unlinkToDeath, ("recipient"))
 #undef ZUV_INTERFACE
-}  // namespace base_methods
-
-// Whose names the events of an operation carry: the package's for its own
-// operations, the base interface's for the inherited ones.
-template <typename IType>
-struct EventSource {
-    static constexpr const char* kPackage = kPackageName;
-    static constexpr const char* kVersion = kPackageVersion;
-    static constexpr const char* kInterface = InterfaceInfo<IType>::kShortName;
-};
-template <>
-struct EventSource<IBase> {
-    static constexpr const char* kPackage = "android.hidl.base";
-    static constexpr const char* kVersion = "1.0";
-    static constexpr const char* kInterface = "IBase";
-};
+}  // namespace passthrough_methods
 
 // How an argument reaches the implementation: as it is, or, for a local
 // interface object, inside its own wrapper so that calls back into it are
@@ -74,22 +46,24 @@ struct PassedArg {
     static const T& pass(const T& value, bool* /*failed*/) { return value; }
 };
 template <typename I>
-struct PassedArg<sp<I>, std::enable_if_t<std::is_base_of<IBase, I>::value>> {
+struct PassedArg<sp<I>,
+                 std::enable_if_t<std::is_base_of<::android::hidl::base::V1_0::IBase, I>::value>> {
     using type = sp<I>;
     static sp<I> pass(const sp<I>& value, bool* failed) {
         if (value == nullptr || value->isRemote()) return value;
-        sp<I> wrapped = ::android::hardware::details::wrapPassthrough(value);
+        sp<I> wrapped = details::wrapPassthrough(value);
         if (wrapped == nullptr) *failed = true;
         return wrapped;
     }
 };
 
 // Op is the operation, Wrapped the interface of the wrapper it runs in (the
-// same but for base operations); the trace name is always the wrapper's.
+// same but for base operations). Events carry the names of the operation's
+// interface, the trace section always the wrapper's.
 template <typename Op, typename Wrapped = typename Op::Interface>
 class Passthrough {
-    using Source = EventSource<typename Op::Interface>;
-    using Frame = V1_0::details::PassthroughFrame<Wrapped>;
+    using Source = InterfaceInfo<typename Op::Interface>;
+    using Frame = PassthroughBase<Wrapped>;
     using Result = typename Op::Traits::DirectResult;
 
   public:
@@ -112,8 +86,7 @@ class Passthrough {
     template <typename... Values>
     static void report(const CallInstrumentation& instrumentation, InstrumentationEvent event,
                        const Values&... values) {
-        instrumentation.reportAs(event, Source::kPackage, Source::kVersion, Source::kInterface,
-                                 Op::kName, values...);
+        instrumentation.report<Source>(event, Op::kName, values...);
     }
 
     template <typename... Args>
@@ -186,88 +159,75 @@ class Passthrough {
 };
 
 template <typename Op, typename Wrapped = typename Op::Interface, typename... Args>
-auto passthrough(V1_0::details::PassthroughFrame<Wrapped>* self, const Args&... args) {
+auto passthrough(PassthroughBase<Wrapped>* self, const Args&... args) {
     return Passthrough<Op, Wrapped>::call(self, args...);
 }
 
-}  // namespace frame
-
-namespace V1_0 {
-namespace details {
-
 template <typename IType>
-::android::hardware::Return<void> PassthroughFrame<IType>::addOnewayTask(
-        std::function<void()> task) {
+Return<void> PassthroughBase<IType>::addOnewayTask(std::function<void()> task) {
     if (!onewayQueue.push(task)) {
-        return ::android::hardware::Status::fromExceptionCode(
-                ::android::hardware::Status::EX_TRANSACTION_FAILED,
-                "Passthrough oneway function queue exceeds maximum size.");
+        return Status::fromExceptionCode(Status::EX_TRANSACTION_FAILED,
+                                         "Passthrough oneway function queue exceeds maximum size.");
     }
-    return ::android::hardware::Void();
+    return Void();
+}
+
+namespace base_ops = ::android::hidl::base::V1_0::base_methods;
+
+template <typename IType>
+Return<void> PassthroughBase<IType>::interfaceChain(typename IBase::interfaceChain_cb _hidl_cb) {
+    return passthrough<base_ops::interfaceChain, IType>(this, _hidl_cb);
 }
 
 template <typename IType>
-::android::hardware::Return<void> PassthroughFrame<IType>::interfaceChain(
-        typename IBase::interfaceChain_cb _hidl_cb) {
-    return frame::passthrough<frame::base_methods::interfaceChain, IType>(this, _hidl_cb);
+Return<void> PassthroughBase<IType>::debug(const hidl_handle& fd,
+                                           const hidl_vec<hidl_string>& options) {
+    return passthrough<base_ops::debug, IType>(this, fd, options);
 }
 
 template <typename IType>
-::android::hardware::Return<void> PassthroughFrame<IType>::debug(
-        const ::android::hardware::hidl_handle& fd,
-        const ::android::hardware::hidl_vec<::android::hardware::hidl_string>& options) {
-    return frame::passthrough<frame::base_methods::debug, IType>(this, fd, options);
-}
-
-template <typename IType>
-::android::hardware::Return<void> PassthroughFrame<IType>::interfaceDescriptor(
+Return<void> PassthroughBase<IType>::interfaceDescriptor(
         typename IBase::interfaceDescriptor_cb _hidl_cb) {
-    return frame::passthrough<frame::base_methods::interfaceDescriptor, IType>(this, _hidl_cb);
+    return passthrough<base_ops::interfaceDescriptor, IType>(this, _hidl_cb);
 }
 
 template <typename IType>
-::android::hardware::Return<void> PassthroughFrame<IType>::getHashChain(
-        typename IBase::getHashChain_cb _hidl_cb) {
-    return frame::passthrough<frame::base_methods::getHashChain, IType>(this, _hidl_cb);
+Return<void> PassthroughBase<IType>::getHashChain(typename IBase::getHashChain_cb _hidl_cb) {
+    return passthrough<base_ops::getHashChain, IType>(this, _hidl_cb);
 }
 
 template <typename IType>
-::android::hardware::Return<void> PassthroughFrame<IType>::setHALInstrumentation() {
+Return<void> PassthroughBase<IType>::setHALInstrumentation() {
     configureInstrumentation(true);
-    return ::android::hardware::Void();
+    return Void();
 }
 
 template <typename IType>
-::android::hardware::Return<bool> PassthroughFrame<IType>::linkToDeath(
-        const ::android::sp<DeathRecipient>& recipient, uint64_t cookie) {
-    return frame::passthrough<frame::base_methods::linkToDeath, IType>(this, recipient, cookie);
+Return<bool> PassthroughBase<IType>::linkToDeath(const sp<DeathRecipient>& recipient,
+                                                 uint64_t cookie) {
+    return passthrough<passthrough_methods::linkToDeath, IType>(this, recipient, cookie);
 }
 
 template <typename IType>
-::android::hardware::Return<void> PassthroughFrame<IType>::ping() {
-    return frame::passthrough<frame::base_methods::ping, IType>(this);
+Return<void> PassthroughBase<IType>::ping() {
+    return passthrough<base_ops::ping, IType>(this);
 }
 
 template <typename IType>
-::android::hardware::Return<void> PassthroughFrame<IType>::getDebugInfo(
-        typename IBase::getDebugInfo_cb _hidl_cb) {
-    return frame::passthrough<frame::base_methods::getDebugInfo, IType>(this, _hidl_cb);
+Return<void> PassthroughBase<IType>::getDebugInfo(typename IBase::getDebugInfo_cb _hidl_cb) {
+    return passthrough<base_ops::getDebugInfo, IType>(this, _hidl_cb);
 }
 
 template <typename IType>
-::android::hardware::Return<void> PassthroughFrame<IType>::notifySyspropsChanged() {
-    return frame::passthrough<frame::base_methods::notifySyspropsChanged, IType>(this);
+Return<void> PassthroughBase<IType>::notifySyspropsChanged() {
+    return passthrough<base_ops::notifySyspropsChanged, IType>(this);
 }
 
 template <typename IType>
-::android::hardware::Return<bool> PassthroughFrame<IType>::unlinkToDeath(
-        const ::android::sp<DeathRecipient>& recipient) {
-    return frame::passthrough<frame::base_methods::unlinkToDeath, IType>(this, recipient);
+Return<bool> PassthroughBase<IType>::unlinkToDeath(const sp<DeathRecipient>& recipient) {
+    return passthrough<passthrough_methods::unlinkToDeath, IType>(this, recipient);
 }
 
-}  // namespace details
-}  // namespace V1_0
-}  // namespace fingerprint
+}  // namespace frame
 }  // namespace hardware
-}  // namespace zuv
-}  // namespace vendor
+}  // namespace android
