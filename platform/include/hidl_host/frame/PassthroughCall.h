@@ -42,19 +42,34 @@ ZUV_METHOD(0, unlinkToDeath, ("recipient"))
 // framed too. A proxy already is a binder call and stays as it is.
 template <typename T, typename = void>
 struct PassedArg {
-    using type = const T&;
-    static const T& pass(const T& value, bool* /*failed*/) { return value; }
+    static constexpr bool kWraps = false;
 };
 template <typename I>
 struct PassedArg<sp<I>,
                  std::enable_if_t<std::is_base_of<::android::hidl::base::V1_0::IBase, I>::value>> {
-    using type = sp<I>;
+    static constexpr bool kWraps = true;
     static sp<I> pass(const sp<I>& value, bool* failed) {
         if (value == nullptr || value->isRemote()) return value;
         sp<I> wrapped = details::wrapPassthrough(value);
         if (wrapped == nullptr) *failed = true;
         return wrapped;
     }
+};
+template <typename T>
+decltype(auto) passArg(const T& value, bool* failed) {
+    if constexpr (PassedArg<T>::kWraps) {
+        return PassedArg<T>::pass(value, failed);
+    } else {
+        return (value);
+    }
+}
+
+// Stands in for CallInstrumentation in a call begun with instrumentation
+// off, the common case: nothing is taken, copied or reported.
+struct NoInstrumentation {
+    template <typename Info, typename... Values>
+    void report(InstrumentationEvent /*event*/, const char* /*method*/,
+                const Values&... /*values*/) const {}
 };
 
 // Op is the operation, Wrapped the interface of the wrapper it runs in (the
@@ -71,50 +86,71 @@ class Passthrough {
     // caller's _hidl_cb comes last.
     template <typename... Args>
     static auto call(Frame* self, const Args&... args) {
-        if constexpr (Op::kShape == Shape::kOneway) {
-            return queue(self, args...);
-        } else if constexpr (Op::kShape == Shape::kCallback) {
-            auto all = std::forward_as_tuple(args...);
-            return callWithCallback(self, std::get<sizeof...(Args) - 1>(all), all,
-                                    std::make_index_sequence<sizeof...(Args) - 1>{});
-        } else {
-            return callDirectly(self, args...);
-        }
+        if (!self->isInstrumentationEnabled()) return callAs(self, NoInstrumentation{}, args...);
+        return callAs(self, CallInstrumentation(self), args...);
     }
 
   private:
-    template <typename... Values>
-    static void report(const CallInstrumentation& instrumentation, InstrumentationEvent event,
-                       const Values&... values) {
-        instrumentation.report<Source>(event, Op::kName, values...);
+    template <typename Reporter, typename... Args>
+    static auto callAs(Frame* self, const Reporter& instrumentation, const Args&... args) {
+        if constexpr (Op::kShape == Shape::kOneway) {
+            return queue(self, instrumentation, args...);
+        } else if constexpr (Op::kShape == Shape::kCallback) {
+            auto all = std::forward_as_tuple(args...);
+            return callWithCallback(self, instrumentation, std::get<sizeof...(Args) - 1>(all), all,
+                                    std::make_index_sequence<sizeof...(Args) - 1>{});
+        } else {
+            return callDirectly(self, instrumentation, args...);
+        }
     }
 
-    template <typename... Args>
-    static void enter(const CallInstrumentation& instrumentation, const Args&... args) {
+    template <typename Reporter, typename... Values>
+    static void report(const Reporter& instrumentation, InstrumentationEvent event,
+                       const Values&... values) {
+        instrumentation.template report<Source>(event, Op::kName, values...);
+    }
+
+    template <typename Reporter, typename... Args>
+    static void enter(const Reporter& instrumentation, const Args&... args) {
         traceBegin(InterfaceInfo<Wrapped>::kShortName, Op::kName, "passthrough");
         report(instrumentation, InstrumentationEvent::PASSTHROUGH_ENTRY, args...);
     }
 
     // Direct result or none. A failed wrapping leaves the trace section open
     // and reports no exit, as a call that never got through.
-    template <typename... Args>
-    static Return<Result> callDirectly(Frame* self, const Args&... args) {
-        const CallInstrumentation instrumentation(self);
+    template <typename Reporter, typename... Args>
+    static Return<Result> callDirectly(Frame* self, const Reporter& instrumentation,
+                                       const Args&... args) {
         enter(instrumentation, args...);
-        bool wrapFailed = false;
-        std::tuple<typename PassedArg<Args>::type...> passed{
-                PassedArg<Args>::pass(args, &wrapFailed)...};
-        if (wrapFailed) {
-            return Status::fromExceptionCode(Status::EX_TRANSACTION_FAILED,
-                                             "Cannot wrap passthrough interface.");
+        if constexpr ((PassedArg<Args>::kWraps || ...)) {
+            bool wrapFailed = false;
+            std::tuple<decltype(passArg(args, &wrapFailed))...> passed{
+                    passArg(args, &wrapFailed)...};
+            if (wrapFailed) {
+                return Status::fromExceptionCode(Status::EX_TRANSACTION_FAILED,
+                                                 "Cannot wrap passthrough interface.");
+            }
+            return std::apply(
+                    [self, &instrumentation](const auto&... values) {
+                        return invoke(self, instrumentation, values...);
+                    },
+                    passed);
+        } else {
+            return invoke(self, instrumentation, args...);
         }
-        Wrapped* target = self->getImpl().get();
-        Return<Result> ret = std::apply(
-                [target](const auto&... values) { return (target->*Op::kMember)(values...); },
-                passed);
+    }
+
+    // Returns the implementation's Return itself, never a copy.
+    template <typename Reporter, typename... Values>
+    static Return<Result> invoke(Frame* self, const Reporter& instrumentation,
+                                 const Values&... values) {
+        Return<Result> ret = (self->getImpl().get()->*Op::kMember)(values...);
         if constexpr (std::is_void<Result>::value) {
             traceEnd();
             report(instrumentation, InstrumentationEvent::PASSTHROUGH_EXIT);
+        } else if constexpr (std::is_same<Reporter, NoInstrumentation>::value) {
+            if (!ret.isOkUnchecked()) (void)static_cast<Result>(ret);  // fatal, as below
+            traceEnd();
         } else {
             const Result value = ret;  // a failed Return is fatal here
             traceEnd();
@@ -125,11 +161,11 @@ class Passthrough {
 
     // The exit is reported each time the implementation delivers, just
     // before the caller's _hidl_cb sees the results.
-    template <typename Callback, typename All, size_t... I>
-    static Return<void> callWithCallback(Frame* self, const Callback& resultCallback,
-                                         const All& all, std::index_sequence<I...>) {
+    template <typename Reporter, typename Callback, typename All, size_t... I>
+    static Return<void> callWithCallback(Frame* self, const Reporter& instrumentation,
+                                         const Callback& resultCallback, const All& all,
+                                         std::index_sequence<I...>) {
         using Delivered = typename CallbackTraits<Callback>::Result;
-        const CallInstrumentation instrumentation(self);
         enter(instrumentation, std::get<I>(all)...);
         return (self->getImpl().get()->*Op::kMember)(
                 std::get<I>(all)..., Callback([&](const Delivered& result) {
@@ -142,9 +178,8 @@ class Passthrough {
     // The task owns all it needs: the caller's arguments are gone by the
     // time it runs, and instrumentation changed after queuing must not
     // affect it. The section begun here ends on the queue's thread.
-    template <typename... Args>
-    static Return<void> queue(Frame* self, const Args&... args) {
-        const CallInstrumentation instrumentation(self);
+    template <typename Reporter, typename... Args>
+    static Return<void> queue(Frame* self, const Reporter& instrumentation, const Args&... args) {
         enter(instrumentation, args...);
         return self->addOnewayTask([impl = self->getImpl(), instrumentation,
                                     values = std::make_tuple(args...)] {
