@@ -1,10 +1,14 @@
 // Passthrough wrapper of IDaxAndroidServices: every operation is the frame's
 // passthrough call for it.
+#include <hidl_host/frame/PassthroughCall.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/BsDaxAndroidServices.h>
 
 #include "android_services/AndroidServicesMethods.h"
+#include "frame/Interfaces.h"
 #include "frame/PackageIdentity.h"
-#include "frame/PassthroughCall.h"
+
+template class ::android::hardware::frame::PassthroughBase<
+        ::vendor::zuv::hardware::fingerprint::V1_0::IDaxAndroidServices>;
 
 namespace vendor {
 namespace zuv {
@@ -14,8 +18,6 @@ namespace V1_0 {
 
 namespace m = android_services_methods;
 using ::android::hardware::Return;
-
-template class details::PassthroughFrame<IDaxAndroidServices>;
 
 BsDaxAndroidServices::BsDaxAndroidServices(sp<IDaxAndroidServices> _hidl_impl)
     : details::PassthroughFrame<IDaxAndroidServices>(

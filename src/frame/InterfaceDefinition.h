@@ -13,7 +13,6 @@
 #include <utils/StrongPointer.h>
 
 #include "frame/PackageIdentity.h"
-#include "frame/ServiceRegistry.h"
 
 #define ZUV_DEFINE_INTERFACE(IType, ProxyType, ownHash)                                           \
     ::android::hardware::Return<void> IType::interfaceChain(interfaceChain_cb _hidl_cb) {         \

@@ -308,5 +308,27 @@ TEST_F(PassthroughTest, BaseOperationsReportAsTheBaseInterfaceButTraceAsTheWrapp
               markers[2]);
 }
 
+// Instrumentation off, only the sections remain. The tag is asked again at
+// the end, so a call during which tracing went on ends a section it never
+// began, as a binder call does.
+struct TracingOnFingerprint : DeliveringFingerprint {
+    Return<int32_t> cancel() override {
+        setHalTracing(true);
+        return 5;
+    }
+};
+
+TEST_F(PassthroughTest, UninstrumentedCallsStillTrace) {
+    sp<TracingOnFingerprint> impl = new TracingOnFingerprint;
+    sp<fp::IZuvExtendedFingerprint> wrapper = new fp::BsZuvExtendedFingerprint(impl);
+    EXPECT_EQ(5, static_cast<int32_t>(wrapper->cancel()));
+    EXPECT_EQ((std::vector<TraceMarker>{traceEnd()}), takeTraceMarkers());
+    ASSERT_TRUE(wrapper->getConfigValue("k", [](const hidl_string&) {}).isOk());
+    EXPECT_EQ((std::vector<TraceMarker>{
+                      traceBegin("HIDL::IZuvExtendedFingerprint::getConfigValue::passthrough"),
+                      traceEnd()}),
+              takeTraceMarkers());
+}
+
 }  // namespace
 }  // namespace zuv_test

@@ -2,12 +2,11 @@
 #include <hidl/HidlBinderSupport.h>
 #include <hidl/HidlTransportSupport.h>
 #include <hidl/ServiceManagement.h>
+#include <hidl_host/frame/BaseMethods.h>
 #include <hidl_host/frame/ServerCall.h>
 
 #include <string>
 #include <utility>
-
-#include "base/BaseMethods.h"
 
 namespace android {
 namespace hidl {

@@ -1,11 +1,10 @@
 #include <android/hidl/base/1.0/BpHwBase.h>
 #include <hidl/HidlBinderSupport.h>
+#include <hidl_host/frame/BaseMethods.h>
 #include <hidl_host/frame/ClientCall.h>
 #include <hidl_host/frame/ProxyDeaths.h>
 
 #include <utility>
-
-#include "base/BaseMethods.h"
 
 namespace android {
 namespace hidl {

@@ -7,10 +7,9 @@
 #include <android/hidl/manager/1.0/BnHwServiceNotification.h>
 #include <android/hidl/manager/1.0/BpHwServiceManager.h>
 #include <android/hidl/manager/1.0/BpHwServiceNotification.h>
+#include <hidl_host/frame/BaseMethods.h>
 #include <hidl_host/frame/Codec.h>
 #include <hidl_host/frame/Method.h>
-
-#include "base/BaseMethods.h"
 
 namespace android {
 namespace hidl {

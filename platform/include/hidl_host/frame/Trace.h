@@ -20,9 +20,11 @@ inline bool hwTraceEnabled() {
     return (atrace_get_enabled_tags() & ATRACE_TAG_HAL) != 0;
 }
 
-// "HIDL::<interface>::<method>::<side>", built only when tracing is on.
-inline void traceBegin(const char* interfaceName, const char* method, const char* side) {
-    if (!hwTraceEnabled()) return;
+// "HIDL::<interface>::<method>::<side>". Kept out of line so that the
+// check in traceBegin stays in every caller and the untraced call costs
+// only the tag query.
+[[gnu::noinline, gnu::cold]] inline void traceBeginNamed(const char* interfaceName,
+                                                         const char* method, const char* side) {
     std::string name;
     name.reserve(64);
     name.append("HIDL::")
@@ -32,6 +34,10 @@ inline void traceBegin(const char* interfaceName, const char* method, const char
             .append("::")
             .append(side);
     atrace_begin_body(name.c_str());
+}
+
+inline void traceBegin(const char* interfaceName, const char* method, const char* side) {
+    if (hwTraceEnabled()) traceBeginNamed(interfaceName, method, side);
 }
 
 inline void traceEnd() {

@@ -7,14 +7,15 @@
 #include <vendor/zuv/hardware/fingerprint/1.0/IDaxAndroidServices.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/details/PassthroughFrame.h>
 
+// The shared operations are instantiated once, in the library.
+extern template class ::android::hardware::frame::PassthroughBase<
+        ::vendor::zuv::hardware::fingerprint::V1_0::IDaxAndroidServices>;
+
 namespace vendor {
 namespace zuv {
 namespace hardware {
 namespace fingerprint {
 namespace V1_0 {
-
-// The shared operations are instantiated once, in the library.
-extern template class details::PassthroughFrame<IDaxAndroidServices>;
 
 class BsDaxAndroidServices : public details::PassthroughFrame<IDaxAndroidServices> {
     template <typename T>

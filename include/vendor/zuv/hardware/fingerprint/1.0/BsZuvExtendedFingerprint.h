@@ -7,14 +7,15 @@
 #include <vendor/zuv/hardware/fingerprint/1.0/IZuvExtendedFingerprint.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/details/PassthroughFrame.h>
 
+// The shared operations are instantiated once, in the library.
+extern template class ::android::hardware::frame::PassthroughBase<
+        ::vendor::zuv::hardware::fingerprint::V1_0::IZuvExtendedFingerprint>;
+
 namespace vendor {
 namespace zuv {
 namespace hardware {
 namespace fingerprint {
 namespace V1_0 {
-
-// The shared operations are instantiated once, in the library.
-extern template class details::PassthroughFrame<IZuvExtendedFingerprint>;
 
 class BsZuvExtendedFingerprint : public details::PassthroughFrame<IZuvExtendedFingerprint> {
     template <typename T>

@@ -1,6 +1,6 @@
 // What every client proxy of the package shares, whatever its interface: the
 // remote binder, the instrumentation, the base operations sent as the
-// platform's transactions, and the death-recipient bookkeeping.
+// platform's transactions, and the platform's death-recipient bookkeeping.
 #pragma once
 
 #include <android/hidl/base/1.0/BpHwBase.h>
@@ -9,13 +9,12 @@
 #include <hidl/HidlInstrumentor.h>
 #include <hidl/HidlSupport.h>
 #include <hidl/Status.h>
+#include <hidl_host/frame/ProxyDeaths.h>
 #include <hwbinder/IBinder.h>
 #include <hwbinder/IInterface.h>
-#include <hwbinder/ProcessState.h>
 #include <utils/StrongPointer.h>
 
 #include <mutex>
-#include <vector>
 
 namespace vendor {
 namespace zuv {
@@ -32,7 +31,6 @@ class ProxyFrame : public ::android::hardware::BpInterface<IType>,
     template <typename T>
     using Return = ::android::hardware::Return<T>;
     using DeathRecipient = ::android::hardware::hidl_death_recipient;
-    using BinderDeathRecipient = ::android::hardware::hidl_binder_death_recipient;
 
   public:
     ProxyFrame(const ::android::sp<::android::hardware::IBinder>& remote, const char* package,
@@ -67,44 +65,24 @@ class ProxyFrame : public ::android::hardware::BpInterface<IType>,
         return BpHwBase::_hidl_notifySyspropsChanged(this, this);
     }
 
-    // Every attempt is remembered, even one the remote refused, so a later
-    // unlink finds it.
+    // The platform's bookkeeping, as every proxy keeps it.
     Return<bool> linkToDeath(const ::android::sp<DeathRecipient>& recipient,
                              uint64_t cookie) override {
-        // Death notices arrive on the binder threads.
-        ::android::hardware::ProcessState::self()->startThreadPool();
-        ::android::sp<BinderDeathRecipient> binderRecipient =
-                new BinderDeathRecipient(recipient, cookie, this);
-        std::unique_lock<std::mutex> lock(mDeathRecipientsMutex);
-        mDeathRecipients.push_back(binderRecipient);
-        return this->remote()->linkToDeath(binderRecipient, nullptr, 0) == ::android::OK;
+        return ::android::hardware::frame::linkProxyToDeath(
+                this, this->remote(), recipient, cookie, &mDeathRecipientsMutex, &mDeathRecipients);
     }
-
-    // Removes the most recent registration of recipient.
     Return<bool> unlinkToDeath(const ::android::sp<DeathRecipient>& recipient) override {
-        std::unique_lock<std::mutex> lock(mDeathRecipientsMutex);
-        for (auto it = mDeathRecipients.rbegin(); it != mDeathRecipients.rend(); ++it) {
-            if ((*it)->getRecipient().unsafe_get() == recipient.get()) {
-                ::android::status_t status =
-                        this->remote()->unlinkToDeath(*it, nullptr, 0, nullptr);
-                mDeathRecipients.erase(std::next(it).base());
-                return status == ::android::OK;
-            }
-        }
-        return false;
+        return ::android::hardware::frame::unlinkProxyFromDeath(
+                this->remote(), recipient, &mDeathRecipientsMutex, &mDeathRecipients);
     }
-
     void onLastStrongRef(const void* id) override {
-        {
-            std::unique_lock<std::mutex> lock(mDeathRecipientsMutex);
-            while (!mDeathRecipients.empty()) mDeathRecipients.pop_back();
-        }
+        ::android::hardware::frame::dropDeathRecipients(&mDeathRecipientsMutex, &mDeathRecipients);
         ::android::hardware::BpHwRefBase::onLastStrongRef(id);
     }
 
   private:
     std::mutex mDeathRecipientsMutex;
-    std::vector<::android::sp<BinderDeathRecipient>> mDeathRecipients;
+    ::android::hardware::frame::DeathRecipients mDeathRecipients;
 };
 
 }  // namespace details

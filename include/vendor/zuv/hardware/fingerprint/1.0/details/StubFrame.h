@@ -1,7 +1,7 @@
 // What every server stub of the package shares, whatever its interface: the
 // implementation it holds, the scheduling settings taken from it, the
-// dispatch of transaction codes to the operation handlers, and the base
-// operations a stub answers itself.
+// dispatch of transaction codes to the operation handlers. The base stub
+// answers ping and getDebugInfo itself.
 #pragma once
 
 #include <android/hidl/base/1.0/BnHwBase.h>
@@ -69,20 +69,6 @@ class StubFrame : public ::android::hidl::base::V1_0::BnHwBase {
             return err;
         }
         return BnHwBase::onTransact(code, data, reply, flags, std::move(callback));
-    }
-
-    // Answered by the stub without asking the implementation.
-    ::android::hardware::Return<void> ping() override { return ::android::hardware::Void(); }
-
-    ::android::hardware::Return<void> getDebugInfo(
-            typename IBase::getDebugInfo_cb _hidl_cb) override {
-        ::android::hidl::base::V1_0::DebugInfo info = {};
-        info.pid = ::android::hardware::details::getPidIfSharable();
-        info.ptr =
-                ::android::hardware::details::debuggable() ? reinterpret_cast<uint64_t>(this) : 0;
-        info.arch = ::android::hidl::base::V1_0::DebugInfo::Architecture::IS_64BIT;
-        _hidl_cb(info);
-        return ::android::hardware::Void();
     }
 
   private:
