@@ -5,8 +5,11 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <cstring>
+#include <memory>
+#include <optional>
 
 #include "socket/Runtime.h"
 #include "socket/RuntimeDir.h"
@@ -38,6 +41,38 @@ Connection* nestedConnectionTo(pid_t pid) {
     }
     return nullptr;
 }
+
+// Each call builds an image and sends it at once. A thread keeps the last
+// few for the next calls (a stack, as calls nest), so that a small call's
+// image costs no allocation.
+constexpr size_t kSpareImages = 4;
+constexpr size_t kSpareImageBytes = 64 * 1024;
+thread_local std::array<std::unique_ptr<WireImage>, kSpareImages> tSpareImages;
+thread_local size_t tSpareImageCount = 0;
+
+class ScratchImage {
+  public:
+    ScratchImage() {
+        if (tSpareImageCount > 0) {
+            mImage = std::move(tSpareImages[--tSpareImageCount]);
+        } else {
+            mImage = std::make_unique<WireImage>();
+        }
+    }
+    ~ScratchImage() {
+        if (tSpareImageCount < kSpareImages && mImage->bytes.capacity() <= kSpareImageBytes) {
+            // The descriptors belong to the parcel the image was made of.
+            mImage->fds.clear();
+            tSpareImages[tSpareImageCount++] = std::move(mImage);
+        }
+    }
+    ScratchImage(const ScratchImage&) = delete;
+    ScratchImage& operator=(const ScratchImage&) = delete;
+    WireImage* get() const { return mImage.get(); }
+
+  private:
+    std::unique_ptr<WireImage> mImage;
+};
 
 void closeAll(const std::vector<int>& fds) {
     for (int fd : fds) ::close(fd);
@@ -295,7 +330,8 @@ status_t Runtime::transact(uint64_t handle, uint32_t code, const Parcel& data, P
     const bool oneway = (flags & IBinder::FLAG_ONEWAY) != 0;
 
     SendTranslator translator(*this, to);
-    WireImage image;
+    ScratchImage scratch;
+    WireImage& image = *scratch.get();
     status_t err = WireImageCodec::flatten(data, &translator, &image);
     if (err != OK) {
         translator.rollback();
@@ -312,10 +348,10 @@ status_t Runtime::transact(uint64_t handle, uint32_t code, const Parcel& data, P
         err = sendOneway(target.peer, header, translator.table, &image, false);
         sent = err == OK;
     } else {
-        Parcel discarded;
         // Even an unwanted reply is rebuilt: binders in it hold references.
-        err = roundTrip(target.peer, header, translator.table, &image,
-                        reply != nullptr ? reply : &discarded, &sent);
+        std::optional<Parcel> discarded;
+        if (reply == nullptr) reply = &discarded.emplace();
+        err = roundTrip(target.peer, header, translator.table, &image, reply, &sent);
     }
     if (!sent) translator.rollback();
     return err;
@@ -576,8 +612,10 @@ void Runtime::serveTransaction(Connection* conn, Frame& frame) {
     ScopedCallingIdentity caller(conn->pid(), conn->uid());
     // One pointer for the callback to hold, so that it needs no allocation.
     struct Answer {
+        Answer(Runtime& runtime, pid_t to) : translator(runtime, to) {}
         SendTranslator translator;
-        WireImage image;
+        ScratchImage scratch;
+        WireImage& image = *scratch.get();
         bool flattened = false;
         status_t err = OK;
         void flatten(const Parcel& given) {
@@ -585,7 +623,7 @@ void Runtime::serveTransaction(Connection* conn, Frame& frame) {
             flattened = true;
             err = WireImageCodec::flatten(given, &translator, &image);
         }
-    } answer{SendTranslator(*this, conn->pid()), {}};
+    } answer(*this, conn->pid());
     Parcel reply;
     {
         ServingScope scope(conn);
