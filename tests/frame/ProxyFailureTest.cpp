@@ -2,10 +2,10 @@
 // exceptions, short replies, dead peers, and its death-recipient bookkeeping.
 #include <gtest/gtest.h>
 #include <hidl_host/Instrumentation.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/MockZuvExtendedFingerprint.h>
 
 #include <atomic>
 
-#include "FakeExtendedFingerprint.h"
 #include "FrameTestSupport.h"
 
 namespace zuv_test {
@@ -142,7 +142,7 @@ TEST(ProxyDeathTest, UnlinkFindsEveryLinkEvenARefusedOneOnceEach) {
 }
 
 TEST(ProxyDeathTest, PeerDeathFailsCallsAndTellsRecipientsOnce) {
-    sp<fp::IZuvExtendedFingerprint> impl = new FakeExtendedFingerprint;
+    sp<fp::IZuvExtendedFingerprint> impl = new ::testing::NiceMock<fp::MockZuvExtendedFingerprint>;
     sp<IBinder> stub;
     auto proxy = loopbackProxy<fp::BnHwZuvExtendedFingerprint, fp::BpHwZuvExtendedFingerprint>(
             impl, &stub);

@@ -1,14 +1,14 @@
 // The exact items a proxy writes into a request and a stub writes into a
 // reply: order, encoding, buffer sizes, parent handles and offsets.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/MockZuvExtendedFingerprint.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/MockZuvExtendedFingerprintCallback.h>
 
 #include <cstring>
 #include <string>
 #include <vector>
 
-#include "FakeDaxAndroidServices.h"
-#include "FakeExtendedFingerprint.h"
-#include "FakeExtendedFingerprintCallback.h"
 #include "FrameTestSupport.h"
 
 namespace zuv_test {
@@ -18,6 +18,8 @@ using ::android::hardware::hidl_string;
 using ::android::hardware::hidl_vec;
 using ::android::hardware::Return;
 using ::android::hardware::Void;
+using ::testing::NiceMock;
+using Callback = NiceMock<fp::MockZuvExtendedFingerprintCallback>;
 
 // One object of a parcel as the wire sees it.
 struct WireObject {
@@ -124,15 +126,13 @@ std::string readStringItem(const Parcel& parcel) {
     return std::string(s->c_str(), s->size());
 }
 
-struct MatchRecorder : FakeExtendedFingerprint {
-    Return<int32_t> match(const sp<fp::IZuvExtendedFingerprintCallback>&, int32_t,
-                          const hidl_string&, const hidl_vec<uint8_t>&, const hidl_string&,
-                          int32_t) override {
-        return 5;
-    }
-    Return<void> enumEnrollments(enumEnrollments_cb cb) override {
-        cb(hidl_vec<hidl_string>({"a", "bb", "ccc"}));
-        return Void();
+struct MatchRecorder : NiceMock<fp::MockZuvExtendedFingerprint> {
+    MatchRecorder() {
+        ON_CALL(*this, match).WillByDefault([](auto&&...) { return Return<int32_t>(5); });
+        ON_CALL(*this, enumEnrollments).WillByDefault([](enumEnrollments_cb cb) {
+            cb(hidl_vec<hidl_string>({"a", "bb", "ccc"}));
+            return Void();
+        });
     }
 };
 
@@ -140,7 +140,7 @@ TEST(WireSequenceTest, MatchRequestItemsInDeclarationOrder) {
     sp<TapBinder> tap;
     auto proxy = tappedProxy<fp::BnHwZuvExtendedFingerprint, fp::BpHwZuvExtendedFingerprint>(
             sp<fp::IZuvExtendedFingerprint>(new MatchRecorder), &tap);
-    sp<fp::IZuvExtendedFingerprintCallback> callback = new FakeExtendedFingerprintCallback;
+    sp<fp::IZuvExtendedFingerprintCallback> callback = new Callback;
     ASSERT_EQ(5, static_cast<int32_t>(
                          proxy->match(callback, -3, "left", hidl_vec<uint8_t>(), "", 0x7fffffff)));
     ASSERT_NE(nullptr, tap->request);
@@ -195,7 +195,7 @@ TEST(WireSequenceTest, CaptureDebugDataChildrenInElementOrder) {
     sp<TapBinder> tap;
     auto proxy = tappedProxy<fp::BnHwZuvExtendedFingerprintCallback,
                              fp::BpHwZuvExtendedFingerprintCallback>(
-            sp<fp::IZuvExtendedFingerprintCallback>(new FakeExtendedFingerprintCallback), &tap);
+            sp<fp::IZuvExtendedFingerprintCallback>(new Callback), &tap);
     hidl_vec<fp::CaptureDebugData> items(3);
     items[0].text = "a";
     items[0].bytes = hidl_vec<uint8_t>({1});
@@ -216,9 +216,12 @@ TEST(WireSequenceTest, OnewayOperationSendsFlagOneAndSignedBytes) {
     sp<RecordingBinder> remote = new RecordingBinder;
     sp<fp::IDaxAndroidServices> proxy = new fp::BpHwDaxAndroidServices(remote);
     ASSERT_TRUE(proxy->setWakelock(-1, 127).isOk());
-    ASSERT_EQ(1u, remote->transactions.size());
+    EXPECT_FALSE(proxy->checkRequestingAppType().isOk());  // no reply at all
+    ASSERT_EQ(2u, remote->transactions.size());
     EXPECT_EQ(2u, remote->transactions[0].code);
     EXPECT_EQ(1u, remote->transactions[0].flags);
+    EXPECT_EQ(3u, remote->transactions[1].code);
+    EXPECT_EQ(0u, remote->transactions[1].flags);
     const Parcel& req = *remote->transactions[0].request;
     expectToken(req, fp::IDaxAndroidServices::descriptor);
     int8_t a = 0, b = 0;
