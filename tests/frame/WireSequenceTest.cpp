@@ -129,10 +129,6 @@ std::string readStringItem(const Parcel& parcel) {
 struct MatchRecorder : NiceMock<fp::MockZuvExtendedFingerprint> {
     MatchRecorder() {
         ON_CALL(*this, match).WillByDefault([](auto&&...) { return Return<int32_t>(5); });
-        ON_CALL(*this, enumEnrollments).WillByDefault([](enumEnrollments_cb cb) {
-            cb(hidl_vec<hidl_string>({"a", "bb", "ccc"}));
-            return Void();
-        });
     }
 };
 
@@ -179,37 +175,6 @@ TEST(WireSequenceTest, MatchRequestItemsInDeclarationOrder) {
     expectOkStatus(*tap->reply);
     ASSERT_EQ(OK, tap->reply->readInt32(&i32));
     EXPECT_EQ(5, i32);
-}
-
-TEST(WireSequenceTest, VectorOfStringsHangsEachStringOffItsElement) {
-    sp<TapBinder> tap;
-    auto proxy = tappedProxy<fp::BnHwZuvExtendedFingerprint, fp::BpHwZuvExtendedFingerprint>(
-            sp<fp::IZuvExtendedFingerprint>(new MatchRecorder), &tap);
-    ASSERT_TRUE(proxy->enumEnrollments([](const hidl_vec<hidl_string>&) {}).isOk());
-    EXPECT_EQ((std::vector<WireObject>{buffer(16), child(48, 0, 0), child(2, 1, 0), child(3, 1, 16),
-                                       child(4, 1, 32)}),
-              objectsOf(*tap->reply));
-}
-
-TEST(WireSequenceTest, CaptureDebugDataChildrenInElementOrder) {
-    sp<TapBinder> tap;
-    auto proxy = tappedProxy<fp::BnHwZuvExtendedFingerprintCallback,
-                             fp::BpHwZuvExtendedFingerprintCallback>(
-            sp<fp::IZuvExtendedFingerprintCallback>(new Callback), &tap);
-    hidl_vec<fp::CaptureDebugData> items(3);
-    items[0].text = "a";
-    items[0].bytes = hidl_vec<uint8_t>({1});
-    items[1].text = "";
-    items[2].text = "ccc";
-    items[2].bytes = hidl_vec<uint8_t>({1, 2, 3, 4});
-    ASSERT_TRUE(proxy->onCaptureDebugData(items).isOk());
-    EXPECT_EQ((std::vector<WireObject>{buffer(16), child(120, 0, 0), child(2, 1, 0),
-                                       child(1, 1, 16), child(1, 1, 40), child(0, 1, 56),
-                                       child(4, 1, 80), child(4, 1, 96)}),
-              objectsOf(*tap->request));
-    // The reply of a callback operation is the status alone.
-    expectOkStatus(*tap->reply);
-    EXPECT_EQ(tap->reply->dataSize(), tap->reply->dataPosition());
 }
 
 TEST(WireSequenceTest, OnewayOperationSendsFlagOneAndSignedBytes) {

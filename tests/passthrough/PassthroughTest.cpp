@@ -1,11 +1,14 @@
 // Calls through the in-process wrappers: oneway operations queued on another
 // thread, the queue's limit, synchronous results delivered any number of
 // times, interface arguments wrapped in turn, and the wrapper's own
-// instrumentation and base operations.
+// instrumentation and base operations; and the lookup that loads the
+// package's implementation library.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <hidl/HidlPassthroughSupport.h>
 #include <hidl/Static.h>
 #include <hidl_host/Loopback.h>
+#include <hidl_host/ServiceRegistry.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/BnHwZuvExtendedFingerprintCallback.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/BpHwZuvExtendedFingerprintCallback.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/BsDaxAndroidServices.h>
@@ -17,11 +20,12 @@
 
 #include <algorithm>
 #include <functional>
+#include <future>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include "PassthroughTestSupport.h"
+#include "EventRecorder.h"
 #include "TraceRecorder.h"
 
 namespace zuv_test {
@@ -40,6 +44,21 @@ using Callback = NiceMock<fp::MockZuvExtendedFingerprintCallback>;
 constexpr const char* kQueueFull = "Passthrough oneway function queue exceeds maximum size.";
 constexpr const char* kCannotWrap = "Cannot wrap passthrough interface.";
 const std::string kServices = "vendor.zuv.hardware.fingerprint@1.0::IDaxAndroidServices::";
+
+// A gate that a queued task waits at until the test opens it.
+struct Latch {
+    std::promise<void> arrived, opened;
+    std::shared_future<void> isOpen = opened.get_future().share();
+    void open() { opened.set_value(); }
+    // Marks that someone arrived (once), and waits for the gate.
+    void arriveAndWait() {
+        arrived.set_value();
+        isOpen.wait();
+    }
+    bool waitForArrival() {
+        return arrived.get_future().wait_for(std::chrono::seconds(10)) == std::future_status::ready;
+    }
+};
 
 // Records what reaches it and on which thread; setTimer(kHold) waits at the
 // gate so that later calls pile up behind it.
@@ -302,6 +321,24 @@ TEST_F(PassthroughTest, BaseOperationsReportAsTheBaseInterfaceButTraceAsTheWrapp
     EXPECT_EQ(traceBegin("HIDL::IDaxAndroidServices::ping::passthrough"), markers[0]);
     EXPECT_EQ(traceBegin("HIDL::IDaxAndroidServices::notifySyspropsChanged::passthrough"),
               markers[2]);
+}
+
+// The loader finds the package's implementation library, and the object it
+// yields is wrapped like any other local object.
+TEST(StubLookupTest, GetStubLoadsTheImplementationAndItWrapsAsAnyLocalObject) {
+    namespace host = ::android::hardware::host;
+    host::setPassthroughSearchPath(ZUV_TEST_PASSTHROUGH_DIR);
+    sp<fp::IDaxAndroidServices> services = fp::IDaxAndroidServices::getService("seven", true);
+    host::resetPassthroughSearchPath();
+    ASSERT_NE(nullptr, services);
+    EXPECT_FALSE(services->isRemote());
+    EXPECT_EQ(5, static_cast<int32_t>(services->checkRequestingAppType()));
+
+    sp<fp::IDaxAndroidServices> wrapped = ::android::hardware::details::wrapPassthrough(services);
+    auto* wrapper = dynamic_cast<fp::BsDaxAndroidServices*>(wrapped.get());
+    ASSERT_NE(nullptr, wrapper);
+    EXPECT_EQ(services.get(), wrapper->getImpl().get());
+    EXPECT_EQ(5, static_cast<int32_t>(wrapped->checkRequestingAppType()));
 }
 
 }  // namespace

@@ -13,14 +13,12 @@
 #include <vendor/zuv/hardware/fingerprint/1.0/MockZuvExtendedFingerprint.h>
 
 #include <cerrno>
-#include <cstdio>
-#include <fstream>
 #include <map>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "ProcessHarness.h"
 #include "TraceEvents.h"
 
 namespace zuv_trace_test {
@@ -194,49 +192,29 @@ TEST_F(TraceExportTest, SectionNamesAreEscapedAndSectionsNestPerThread) {
     EXPECT_EQ("1", otherData(json, "unmatchedEnds"));
 }
 
-class TempFile {
-  public:
-    TempFile() {
-        char pattern[] = "/tmp/zuv-trace-test.XXXXXX";
-        if (mkdtemp(pattern) != nullptr) mDir = pattern;
-    }
-    ~TempFile() {
-        if (!mDir.empty()) std::system(("rm -rf '" + mDir + "'").c_str());
-    }
-    const std::string& dir() const { return mDir; }
-
-  private:
-    std::string mDir;
-};
-
-std::string slurp(const std::string& path) {
-    std::ifstream in(path);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
+using zuv_mp::fileText;
 
 TEST_F(TraceExportTest, WritesFilesNamedByPidAndReportsFailures) {
-    TempFile tmp;
-    ASSERT_FALSE(tmp.dir().empty());
+    zuv_mp::TempDir tmp;
+    ASSERT_FALSE(tmp.path().empty());
     call();
-    ASSERT_TRUE(host::writeTrace(tmp.dir() + "/t-%p.json"));
-    const std::string written = slurp(tmp.dir() + "/t-" + std::to_string(getpid()) + ".json");
+    ASSERT_TRUE(host::writeTrace(tmp.path() + "/t-%p.json"));
+    const std::string written = fileText(tmp.path() + "/t-" + std::to_string(getpid()) + ".json");
     EXPECT_EQ(kOneCall, slices(traceEvents(written), "hidl"));
 
     errno = 0;
-    EXPECT_FALSE(host::writeTrace(tmp.dir() + "/missing/t.json"));
+    EXPECT_FALSE(host::writeTrace(tmp.path() + "/missing/t.json"));
     EXPECT_EQ(ENOENT, errno);
     // Nothing half-written is left behind.
-    EXPECT_EQ("", slurp(tmp.dir() + "/missing/t.json"));
+    EXPECT_EQ("", fileText(tmp.path() + "/missing/t.json"));
 
     unsetenv(host::kTraceFileEnvVar);
     EXPECT_FALSE(host::flushTrace());
-    setenv(host::kTraceFileEnvVar, (tmp.dir() + "/env-%p.json").c_str(), 1);
-    EXPECT_EQ(tmp.dir() + "/env-" + std::to_string(getpid()) + ".json", host::traceFilePath());
+    setenv(host::kTraceFileEnvVar, (tmp.path() + "/env-%p.json").c_str(), 1);
+    EXPECT_EQ(tmp.path() + "/env-" + std::to_string(getpid()) + ".json", host::traceFilePath());
     EXPECT_TRUE(host::flushTrace());
     unsetenv(host::kTraceFileEnvVar);
-    EXPECT_EQ(written, slurp(tmp.dir() + "/env-" + std::to_string(getpid()) + ".json"));
+    EXPECT_EQ(written, fileText(tmp.path() + "/env-" + std::to_string(getpid()) + ".json"));
 }
 
 }  // namespace
