@@ -7,6 +7,7 @@
 
 #include <cstring>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "FrameTestSupport.h"
@@ -21,47 +22,31 @@ using ::android::hardware::Void;
 using ::testing::NiceMock;
 using Callback = NiceMock<fp::MockZuvExtendedFingerprintCallback>;
 
-// One object of a parcel as the wire sees it.
-struct WireObject {
-    uint32_t type;
-    size_t length = 0;       // buffers
-    bool hasParent = false;  // buffers
-    size_t parent = 0;
-    size_t parentOffset = 0;
-    bool operator==(const WireObject& o) const {
-        return type == o.type && length == o.length && hasParent == o.hasParent &&
-               parent == o.parent && parentOffset == o.parentOffset;
-    }
-};
-
-std::ostream& operator<<(std::ostream& os, const WireObject& o) {
-    return os << "{type " << std::hex << o.type << std::dec << " len " << o.length << " parent "
-              << (o.hasParent ? std::to_string(o.parent) : "-") << "@" << o.parentOffset << "}";
-}
+// One object of a parcel as the wire sees it: its type and, for buffers,
+// length, parent (-1 for none) and offset in the parent.
+using WireObject = std::tuple<uint32_t, size_t, int64_t, size_t>;
 
 WireObject buffer(size_t length) {
-    return {BINDER_TYPE_PTR, length, false, 0, 0};
+    return {BINDER_TYPE_PTR, length, -1, 0};
 }
-WireObject child(size_t length, size_t parent, size_t offset) {
-    return {BINDER_TYPE_PTR, length, true, parent, offset};
+WireObject child(size_t length, int64_t parent, size_t offset) {
+    return {BINDER_TYPE_PTR, length, parent, offset};
 }
 
 std::vector<WireObject> objectsOf(const Parcel& parcel) {
     std::vector<WireObject> out;
     for (size_t i = 0; i < parcel.objectsCount(); ++i) {
         const uint8_t* at = parcel.data() + parcel.objects()[i];
-        binder_object_header header;
-        std::memcpy(&header, at, sizeof(header));
-        WireObject object{header.type};
-        if (header.type == BINDER_TYPE_PTR) {
-            binder_buffer_object b;
-            std::memcpy(&b, at, sizeof(b));
-            object.length = b.length;
-            object.hasParent = (b.flags & BINDER_BUFFER_FLAG_HAS_PARENT) != 0;
-            object.parent = object.hasParent ? b.parent : 0;
-            object.parentOffset = object.hasParent ? b.parent_offset : 0;
+        binder_buffer_object b{};
+        std::memcpy(&b.hdr, at, sizeof(b.hdr));
+        if (b.hdr.type != BINDER_TYPE_PTR) {
+            out.emplace_back(b.hdr.type, 0, -1, 0);
+            continue;
         }
-        out.push_back(object);
+        std::memcpy(&b, at, sizeof(b));
+        const bool hasParent = (b.flags & BINDER_BUFFER_FLAG_HAS_PARENT) != 0;
+        out.emplace_back(BINDER_TYPE_PTR, b.length, hasParent ? static_cast<int64_t>(b.parent) : -1,
+                         hasParent ? b.parent_offset : 0);
     }
     return out;
 }
@@ -146,11 +131,10 @@ TEST(WireSequenceTest, MatchRequestItemsInDeclarationOrder) {
     // Handles count every object, binders included.
     std::vector<WireObject> objects = objectsOf(req);
     ASSERT_EQ(7u, objects.size());
-    EXPECT_TRUE(objects[0].type == BINDER_TYPE_BINDER || objects[0].type == BINDER_TYPE_HANDLE);
+    EXPECT_THAT(std::get<0>(objects[0]), ::testing::AnyOf(BINDER_TYPE_BINDER, BINDER_TYPE_HANDLE));
     objects.erase(objects.begin());
-    EXPECT_EQ((std::vector<WireObject>{buffer(16), child(5, 1, 0), buffer(16), child(0, 3, 0),
-                                       buffer(16), child(1, 5, 0)}),
-              objects);
+    EXPECT_THAT(objects, ::testing::ElementsAre(buffer(16), child(5, 1, 0), buffer(16),
+                                                child(0, 3, 0), buffer(16), child(1, 5, 0)));
 
     expectToken(req, fp::IZuvExtendedFingerprint::descriptor);
     sp<IBinder> binder;

@@ -1,23 +1,15 @@
 // The package's implementation library as the passthrough loader finds it:
 // one entry point, for IDaxAndroidServices.
-#include <vendor/zuv/hardware/fingerprint/1.0/IDaxAndroidServices.h>
-
 #include <cstring>
+
+#include "FakeDaxAndroidServices.h"
 
 namespace {
 
-using ::android::hardware::Return;
-using ::android::hardware::Void;
-
-// Its app type, the length of the instance name, marks the answers as coming
-// from this library.
-struct FetchedServices : ::vendor::zuv::hardware::fingerprint::V1_0::IDaxAndroidServices {
+// Marks the answers as coming from this library.
+struct FetchedServices : zuv_test::FakeDaxAndroidServices {
     explicit FetchedServices(int32_t appType) : mAppType(appType) {}
-    Return<void> setTimer(uint32_t) override { return Void(); }
-    Return<void> setWakelock(int8_t, int8_t) override { return Void(); }
-    Return<int32_t> checkRequestingAppType() override { return mAppType; }
-    Return<void> showLivenessAlert() override { return Void(); }
-    Return<void> resetLivenessAlert() override { return Void(); }
+    ::android::hardware::Return<int32_t> checkRequestingAppType() override { return mAppType; }
 
   private:
     int32_t mAppType;
