@@ -1,5 +1,6 @@
-// An IDaxAndroidServices that accepts every request and reports app type 0.
-// Tests override the operations they care about.
+// An IDaxAndroidServices that accepts every request and reports app type 0,
+// for the fuzzers and the test implementation library, which overrides its
+// answer. Unit tests use the package's mocks.
 #pragma once
 
 #include <vendor/zuv/hardware/fingerprint/1.0/IDaxAndroidServices.h>

@@ -1,5 +1,5 @@
 // An IZuvExtendedFingerprintCallback that accepts every report and does
-// nothing. Tests override the operations they care about.
+// nothing, for the fuzzers. Unit tests use the package's mocks.
 #pragma once
 
 #include <vendor/zuv/hardware/fingerprint/1.0/IZuvExtendedFingerprintCallback.h>

@@ -2,15 +2,16 @@
 // implementation, and back, for a representative of every request/reply
 // shape of the main interface. Requests and replies cross the wire image, so
 // nothing the implementation sees shares memory with what the client wrote.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/MockDaxAndroidServices.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/MockZuvExtendedFingerprint.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/MockZuvExtendedFingerprintCallback.h>
 
 #include <algorithm>
 #include <string>
 #include <vector>
 
-#include "FakeDaxAndroidServices.h"
-#include "FakeExtendedFingerprint.h"
-#include "FakeExtendedFingerprintCallback.h"
 #include "FrameTestSupport.h"
 
 namespace zuv_test {
@@ -20,6 +21,10 @@ using ::android::hardware::hidl_string;
 using ::android::hardware::hidl_vec;
 using ::android::hardware::Return;
 using ::android::hardware::Void;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::NiceMock;
+using ::testing::SizeIs;
 
 hidl_vec<uint8_t> bytes(std::initializer_list<uint8_t> list) {
     return hidl_vec<uint8_t>(list);
@@ -27,7 +32,7 @@ hidl_vec<uint8_t> bytes(std::initializer_list<uint8_t> list) {
 
 // Answers with values derived from the arguments, so a swapped or truncated
 // item shows up as a wrong answer.
-struct EchoFingerprint : FakeExtendedFingerprint {
+struct EchoFingerprint : fp::MockZuvExtendedFingerprint {
     Return<int32_t> cancel() override { return -123456; }
     Return<int8_t> isIvvEnabled() override { return -1; }
     Return<void> testTx(testTx_cb cb) override {
@@ -56,6 +61,7 @@ struct EchoFingerprint : FakeExtendedFingerprint {
     Return<int32_t> registerAndroidServices(const sp<fp::IDaxAndroidServices>& services) override {
         if (services == nullptr) return -1;
         services->setTimer(0xFFFFFFFFu);
+        services->setWakelock(-128, 127);
         return services->checkRequestingAppType();
     }
     Return<int32_t> match(const sp<fp::IZuvExtendedFingerprintCallback>& callback, int32_t intArg1,
@@ -111,34 +117,9 @@ struct EchoFingerprint : FakeExtendedFingerprint {
     std::vector<int32_t> matchArgs;
 };
 
-struct RecordingCallback : FakeExtendedFingerprintCallback {
-    Return<void> onMatch(int32_t intArg1, const hidl_string& strArg1, uint64_t value,
-                         const hidl_vec<uint8_t>& data, const hidl_vec<uint8_t>& data2) override {
-        calls.push_back(std::to_string(intArg1) + "|" + std::string(strArg1) + "|" +
-                        std::to_string(value) + "|" + std::to_string(data.size()) + "|" +
-                        std::to_string(data2.size()));
-        return Void();
-    }
-    Return<void> onCapture(uint32_t a, uint32_t b, const hidl_vec<uint8_t>& data) override {
-        calls.push_back(std::to_string(a) + "|" + std::to_string(b) + "|" +
-                        std::to_string(data.size() == 1 ? data[0] : -1));
-        return Void();
-    }
-    std::vector<std::string> calls;
-};
-
-struct RecordingServices : FakeDaxAndroidServices {
-    Return<void> setTimer(uint32_t value) override {
-        timers.push_back(value);
-        return Void();
-    }
-    Return<int32_t> checkRequestingAppType() override { return 77; }
-    std::vector<uint32_t> timers;
-};
-
 class EndToEndTest : public ::testing::Test {
   protected:
-    sp<EchoFingerprint> impl = new EchoFingerprint;
+    sp<EchoFingerprint> impl = new NiceMock<EchoFingerprint>;
     sp<fp::IZuvExtendedFingerprint> proxy =
             loopbackProxy<fp::BnHwZuvExtendedFingerprint, fp::BpHwZuvExtendedFingerprint>(
                     sp<fp::IZuvExtendedFingerprint>(impl));
@@ -201,17 +182,21 @@ TEST_F(EndToEndTest, StringsAndVectorsBothWays) {
 }
 
 TEST_F(EndToEndTest, InterfaceArgumentsCallBackIntoTheClient) {
-    sp<RecordingCallback> callback = new RecordingCallback;
+    // Values above the signed range must not be sign-extended or clipped.
+    sp<NiceMock<fp::MockZuvExtendedFingerprintCallback>> callback =
+            new NiceMock<fp::MockZuvExtendedFingerprintCallback>;
+    EXPECT_CALL(*callback, onMatch(5, hidl_string(""), 1ull << 63, IsEmpty(), SizeIs(2)));
+    EXPECT_CALL(*callback, onCapture(0x80000000u, 0xFFFFFFFFu, ElementsAre(9)));
     EXPECT_EQ(1, static_cast<int32_t>(proxy->match(callback, 5, "", hidl_vec<uint8_t>(), "", -5)));
     EXPECT_EQ((std::vector<int32_t>{5, 0, 0, 0, -5}), impl->matchArgs);
     EXPECT_EQ(9, static_cast<int32_t>(proxy->startCapture(callback, 9)));
-    EXPECT_EQ((std::vector<std::string>{"5||9223372036854775808|0|2", "2147483648|4294967295|9"}),
-              callback->calls);
     EXPECT_EQ(0, static_cast<int32_t>(proxy->match(nullptr, 1, "a", bytes({1}), "b", 2)));
 
-    sp<RecordingServices> services = new RecordingServices;
+    sp<NiceMock<fp::MockDaxAndroidServices>> services = new NiceMock<fp::MockDaxAndroidServices>;
+    EXPECT_CALL(*services, setTimer(0xFFFFFFFFu));
+    EXPECT_CALL(*services, setWakelock(-128, 127));
+    ON_CALL(*services, checkRequestingAppType).WillByDefault([] { return Return<int32_t>(77); });
     EXPECT_EQ(77, static_cast<int32_t>(proxy->registerAndroidServices(services)));
-    EXPECT_EQ(std::vector<uint32_t>{0xFFFFFFFFu}, services->timers);
     EXPECT_EQ(-1, static_cast<int32_t>(proxy->registerAndroidServices(nullptr)));
 
     std::vector<std::string> chain;
@@ -221,6 +206,25 @@ TEST_F(EndToEndTest, InterfaceArgumentsCallBackIntoTheClient) {
     EXPECT_EQ((std::vector<std::string>{fp::IZuvExtendedFingerprint::descriptor,
                                         "android.hidl.base@1.0::IBase"}),
               chain);
+}
+
+// Record vectors with children at every level, empty and large, cross whole.
+TEST(CallbackEndToEndTest, RecordVectorsArriveUnchanged) {
+    sp<NiceMock<fp::MockZuvExtendedFingerprintCallback>> impl =
+            new NiceMock<fp::MockZuvExtendedFingerprintCallback>;
+    auto proxy = loopbackProxy<fp::BnHwZuvExtendedFingerprintCallback,
+                               fp::BpHwZuvExtendedFingerprintCallback>(
+            sp<fp::IZuvExtendedFingerprintCallback>(impl));
+    hidl_vec<fp::CaptureDebugData> three(3);
+    three[0].text = "first";
+    three[0].bytes = hidl_vec<uint8_t>({0, 255});
+    three[0].tail.fill(0x11);
+    three[2].text = std::string(300, 'z');
+    three[2].bytes = hidl_vec<uint8_t>(std::vector<uint8_t>(70000, 0x5a));
+    EXPECT_CALL(*impl, onCaptureDebugData(IsEmpty()));
+    EXPECT_CALL(*impl, onCaptureDebugData(three));
+    ASSERT_TRUE(proxy->onCaptureDebugData(hidl_vec<fp::CaptureDebugData>()).isOk());
+    ASSERT_TRUE(proxy->onCaptureDebugData(three).isOk());
 }
 
 }  // namespace

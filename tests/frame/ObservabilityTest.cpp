@@ -3,11 +3,11 @@
 // the arguments and results.
 #include <gtest/gtest.h>
 #include <hidl_host/Instrumentation.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/MockZuvExtendedFingerprint.h>
 
 #include <string>
 #include <vector>
 
-#include "FakeExtendedFingerprint.h"
 #include "FrameTestSupport.h"
 #include "TraceRecorder.h"
 
@@ -33,7 +33,7 @@ std::ostream& operator<<(std::ostream& os, const Event& e) {
     return os;
 }
 
-struct ConfigFingerprint : FakeExtendedFingerprint {
+struct ConfigFingerprint : fp::MockZuvExtendedFingerprint {
     Return<void> getConfigValue(const hidl_string& key, getConfigValue_cb cb) override {
         cb(std::string(key) + "!");
         return Void();
@@ -63,7 +63,7 @@ class ObservabilityTest : public ::testing::Test {
                     }
                     events.push_back(e);
                 });
-        impl = new ConfigFingerprint;
+        impl = new ::testing::NiceMock<ConfigFingerprint>;
         proxy = loopbackProxy<fp::BnHwZuvExtendedFingerprint, fp::BpHwZuvExtendedFingerprint>(
                 sp<fp::IZuvExtendedFingerprint>(impl));
         takeTraceMarkers();
@@ -129,7 +129,7 @@ TEST_F(ObservabilityTest, TracingSwitchedOnMidCallEndsWithoutBegin) {
 TEST_F(ObservabilityTest, NothingIsReportedWhenSwitchedOff) {
     host::setInstrumentationEnabled(false);
     auto quiet = loopbackProxy<fp::BnHwZuvExtendedFingerprint, fp::BpHwZuvExtendedFingerprint>(
-            sp<fp::IZuvExtendedFingerprint>(new ConfigFingerprint));
+            sp<fp::IZuvExtendedFingerprint>(new ::testing::NiceMock<ConfigFingerprint>));
     ASSERT_EQ(0, static_cast<int32_t>(quiet->testInit()));
     EXPECT_TRUE(events.empty());
     EXPECT_TRUE(takeTraceMarkers().empty());

@@ -2,10 +2,11 @@
 // exceptions, short replies, dead peers, and its death-recipient bookkeeping.
 #include <gtest/gtest.h>
 #include <hidl_host/Instrumentation.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/MockZuvExtendedFingerprint.h>
 
 #include <atomic>
 
-#include "FakeExtendedFingerprint.h"
+#include "EventRecorder.h"
 #include "FrameTestSupport.h"
 
 namespace zuv_test {
@@ -14,25 +15,6 @@ namespace {
 using ::android::hardware::hidl_death_recipient;
 using ::android::hardware::hidl_string;
 using ::android::hardware::Status;
-namespace host = ::android::hardware::host;
-
-// Counts instrumentation events while alive.
-class EventCounter {
-  public:
-    EventCounter() {
-        host::setInstrumentationEnabled(true);
-        mId = host::addInstrumentationCallback(
-                [this](auto event, auto, auto, auto, auto, auto) { events.push_back(event); });
-    }
-    ~EventCounter() {
-        host::removeInstrumentationCallback(mId);
-        host::setInstrumentationEnabled(false);
-    }
-    std::vector<int> events;
-
-  private:
-    host::InstrumentationCallbackId mId;
-};
 
 sp<fp::IZuvExtendedFingerprint> proxyAnswering(RecordingBinder::Responder responder) {
     return new fp::BpHwZuvExtendedFingerprint(new RecordingBinder(std::move(responder)));
@@ -41,7 +23,7 @@ sp<fp::IZuvExtendedFingerprint> proxyAnswering(RecordingBinder::Responder respon
 // A failed call reports its entry but no exit, and never calls the caller's
 // result callback.
 TEST(ProxyFailureTest, TransportFailureAndRemoteExceptionBecomeTheCallStatus) {
-    EventCounter counter;
+    EventRecorder counter;
     auto failing = proxyAnswering(
             [](Parcel*, const std::function<void()>&) { return ::android::FAILED_TRANSACTION; });
     auto direct = failing->cancel();
@@ -66,7 +48,7 @@ TEST(ProxyFailureTest, TransportFailureAndRemoteExceptionBecomeTheCallStatus) {
     auto withCallback = throwing->testParamGet(1, [&](const hidl_string&) { called = true; });
     EXPECT_EQ(Status::EX_ILLEGAL_STATE, withCallback.getStatus().exceptionCode());
     EXPECT_FALSE(called);
-    EXPECT_EQ((std::vector<int>{2, 2, 2, 2, 2}), counter.events);
+    EXPECT_EQ((std::vector<int>{2, 2, 2, 2, 2}), counter.numbers());
 }
 
 TEST(ProxyFailureTest, ShortReplies) {
@@ -89,7 +71,7 @@ TEST(ProxyFailureTest, ShortReplies) {
 }
 
 TEST(ProxyFailureTest, OnewayReadsNoReply) {
-    EventCounter counter;
+    EventRecorder counter;
     // Even an exception in the reply is not looked at.
     sp<RecordingBinder> remote =
             new RecordingBinder([](Parcel* reply, const std::function<void()>&) {
@@ -98,7 +80,7 @@ TEST(ProxyFailureTest, OnewayReadsNoReply) {
             });
     sp<fp::IDaxAndroidServices> proxy = new fp::BpHwDaxAndroidServices(remote);
     EXPECT_TRUE(proxy->showLivenessAlert().isOk());
-    EXPECT_EQ((std::vector<int>{2, 3}), counter.events);
+    EXPECT_EQ((std::vector<int>{2, 3}), counter.numbers());
 }
 
 // A remote binder whose death-link answers are scripted.
@@ -142,7 +124,7 @@ TEST(ProxyDeathTest, UnlinkFindsEveryLinkEvenARefusedOneOnceEach) {
 }
 
 TEST(ProxyDeathTest, PeerDeathFailsCallsAndTellsRecipientsOnce) {
-    sp<fp::IZuvExtendedFingerprint> impl = new FakeExtendedFingerprint;
+    sp<fp::IZuvExtendedFingerprint> impl = new ::testing::NiceMock<fp::MockZuvExtendedFingerprint>;
     sp<IBinder> stub;
     auto proxy = loopbackProxy<fp::BnHwZuvExtendedFingerprint, fp::BpHwZuvExtendedFingerprint>(
             impl, &stub);

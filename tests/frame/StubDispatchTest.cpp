@@ -1,12 +1,14 @@
 // How a stub takes requests apart: code dispatch, the token check, requests
 // it cannot read, flags it ignores, and the callback contract it enforces.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/MockDaxAndroidServices.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/MockZuvExtendedFingerprint.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/MockZuvExtendedFingerprintCallback.h>
 
 #include <atomic>
+#include <tuple>
 
-#include "FakeDaxAndroidServices.h"
-#include "FakeExtendedFingerprint.h"
-#include "FakeExtendedFingerprintCallback.h"
 #include "FrameTestSupport.h"
 #include "TraceRecorder.h"
 
@@ -17,8 +19,9 @@ using ::android::hardware::hidl_string;
 using ::android::hardware::Return;
 using ::android::hardware::Status;
 using ::android::hardware::Void;
+using ::testing::NiceMock;
 
-struct CountingFingerprint : FakeExtendedFingerprint {
+struct CountingFingerprint : fp::MockZuvExtendedFingerprint {
     Return<int32_t> cancel() override {
         ++calls;
         return 36;
@@ -38,7 +41,7 @@ struct CountingFingerprint : FakeExtendedFingerprint {
 class StubDispatchTest : public ::testing::Test {
   protected:
     void SetUp() override {
-        impl = new CountingFingerprint;
+        impl = new NiceMock<CountingFingerprint>;
         stub = new fp::BnHwZuvExtendedFingerprint(impl);
         takeTraceMarkers();
     }
@@ -112,7 +115,8 @@ TEST_F(StubDispatchTest, UnreadableArgumentsStopBeforeTheImplementation) {
 
 // The oneway flag does not change how a stub serves a two-way operation;
 // one without results writes its status but leaves sending to the transport.
-TEST_F(StubDispatchTest, OnewayFlagOnTwoWayOperations) {
+// Sent two-way, a oneway operation is answered with the status alone.
+TEST_F(StubDispatchTest, FlagsDoNotChangeHowAnOperationIsServed) {
     Parcel reply;
     EXPECT_EQ(OK, send(36, *request(), &reply, IBinder::FLAG_ONEWAY));
     EXPECT_EQ(1, impl->calls.load());
@@ -124,29 +128,45 @@ TEST_F(StubDispatchTest, OnewayFlagOnTwoWayOperations) {
     EXPECT_EQ(0, exception);
     EXPECT_EQ(36, value);
 
-    sp<IBinder> callbackStub =
-            new fp::BnHwZuvExtendedFingerprintCallback(new FakeExtendedFingerprintCallback);
-    auto onError = request([](Parcel* p) { p->writeInt32(-2); },
-                           fp::IZuvExtendedFingerprintCallback::descriptor);
-    Parcel statusOnly;
-    EXPECT_EQ(OK, callbackStub->transact(2, *onError, &statusOnly, IBinder::FLAG_ONEWAY,
-                                         [this](Parcel&) { ++delivered; }));
+    sp<NiceMock<fp::MockZuvExtendedFingerprintCallback>> callback =
+            new NiceMock<fp::MockZuvExtendedFingerprintCallback>;
+    EXPECT_CALL(*callback, onError(-2));
+    sp<IBinder> callbackStub = new fp::BnHwZuvExtendedFingerprintCallback(callback);
+    sp<NiceMock<fp::MockDaxAndroidServices>> services = new NiceMock<fp::MockDaxAndroidServices>;
+    EXPECT_CALL(*services, showLivenessAlert());
+    sp<IBinder> servicesStub = new fp::BnHwDaxAndroidServices(services);
+    const char* callbackToken = fp::IZuvExtendedFingerprintCallback::descriptor;
+    for (uint32_t code : {0u, 10u}) {
+        Parcel other;
+        EXPECT_EQ(::android::UNKNOWN_TRANSACTION,
+                  callbackStub->transact(code, *request(nullptr, callbackToken), &other))
+                << code;
+    }
+    auto onError = request([](Parcel* p) { p->writeInt32(-2); }, callbackToken);
+    auto alert = request(nullptr, fp::IDaxAndroidServices::descriptor);
+    for (auto [target, code, req, flags] :
+         {std::make_tuple(callbackStub, 2u, onError.get(), uint32_t{IBinder::FLAG_ONEWAY}),
+          std::make_tuple(servicesStub, 4u, alert.get(), 0u)}) {
+        Parcel statusOnly;
+        EXPECT_EQ(OK, target->transact(code, *req, &statusOnly, flags,
+                                       [this](Parcel&) { ++delivered; }));
+        statusOnly.setDataPosition(0);
+        ASSERT_EQ(OK, statusOnly.readInt32(&exception));
+        EXPECT_EQ(0, exception);
+        EXPECT_EQ(statusOnly.dataSize(), statusOnly.dataPosition());
+    }
     EXPECT_EQ(1, delivered);
-    statusOnly.setDataPosition(0);
-    ASSERT_EQ(OK, statusOnly.readInt32(&exception));
-    EXPECT_EQ(0, exception);
-    EXPECT_EQ(statusOnly.dataSize(), statusOnly.dataPosition());
 }
 
 // Breaking the result-callback contract ends the service process.
-struct CallsTwice : FakeExtendedFingerprint {
+struct CallsTwice : fp::MockZuvExtendedFingerprint {
     Return<void> testParamGet(int32_t, testParamGet_cb cb) override {
         cb("first");
         cb("second");
         return Void();
     }
 };
-struct NeverCalls : FakeExtendedFingerprint {
+struct NeverCalls : fp::MockZuvExtendedFingerprint {
     Return<void> getConfigValue(const hidl_string&, getConfigValue_cb) override { return Void(); }
 };
 
@@ -157,16 +177,12 @@ void serveOnce(const sp<fp::IZuvExtendedFingerprint>& impl, uint32_t code,
     stub->transact(code, *request(writeArgs), &reply, 0, [](Parcel&) {});
 }
 
-TEST(StubCallbackContractDeathTest, SecondCallIsFatal) {
+TEST(StubCallbackContractDeathTest, SecondOrMissingCallIsFatal) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_DEATH(serveOnce(new CallsTwice, 3, [](Parcel* p) { p->writeInt32(1); }),
+    EXPECT_DEATH(serveOnce(new NiceMock<CallsTwice>, 3, [](Parcel* p) { p->writeInt32(1); }),
                  "testParamGet: _hidl_cb called a second time, but must be called once\\.");
-}
-
-TEST(StubCallbackContractDeathTest, MissingCallIsFatal) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
     static hidl_string key("k");
-    EXPECT_DEATH(serveOnce(new NeverCalls, 56,
+    EXPECT_DEATH(serveOnce(new NiceMock<NeverCalls>, 56,
                            [](Parcel* p) {
                                size_t handle = 0;
                                p->writeBuffer(&key, sizeof(key), &handle);

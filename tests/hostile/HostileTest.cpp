@@ -62,34 +62,22 @@ bool setLimit(pid_t pid, int resource, rlim_t value) {
     return prlimit(pid, static_cast<__rlimit_resource>(resource), &limit, nullptr) == 0;
 }
 
-class Hostile : public ::testing::Test {
+class Hostile : public ProcessTest {
   protected:
-    void SetUp() override { ASSERT_FALSE(mDir.path().empty()); }
+    // One malloc arena: a thread's own arena reserves 64 MiB of address
+    // space, which would make the address-space case below a lottery.
+    Hostile() {
+        mEnv = {{"ZUV_HIDL_SERVICE_MANAGER", "daemon"},
+                {"ZUV_HIDL_GET_SERVICE_TIMEOUT_MS", "10000"},
+                {"MALLOC_ARENA_MAX", "1"}};
+    }
 
-    std::string dir() const { return mDir.path() + "/run"; }
+    std::string dir() const { return runtimeDir(); }
     std::string daemonSocket() const { return dir() + "/hwservicemanager.sock"; }
     std::string socketOf(const Process& p) const {
         return dir() + "/p" + std::to_string(p.pid()) + ".sock";
     }
 
-    // Started with its "ready" line (kept in *ready), or null and failed.
-    std::unique_ptr<Process> started(const std::vector<std::string>& argv,
-                                     std::string* ready = nullptr) {
-        // One malloc arena: a thread's own arena reserves 64 MiB of address
-        // space, which would make the address-space case below a lottery.
-        auto p = Process::start(argv, {{"ZUV_HIDL_RUNTIME_DIR", dir()},
-                                       {"ZUV_HIDL_SERVICE_MANAGER", "daemon"},
-                                       {"ZUV_HIDL_GET_SERVICE_TIMEOUT_MS", "10000"},
-                                       {"MALLOC_ARENA_MAX", "1"}});
-        auto line = p ? p->line("ready") : std::nullopt;
-        if (!line) {
-            ADD_FAILURE() << argv[0] << " " << (argv.size() > 1 ? argv[1] : "")
-                          << " never got ready";
-            return nullptr;
-        }
-        if (ready != nullptr) *ready = *line;
-        return p;
-    }
     std::unique_ptr<Process> manager() { return started({ZUV_SERVICEMANAGER_PATH}); }
     std::unique_ptr<Process> fingerprintService() {
         return started({ZUV_FINGERPRINT_SERVICE_PATH});
@@ -97,7 +85,7 @@ class Hostile : public ::testing::Test {
     std::unique_ptr<Process> peer() { return started({ZUV_TEST_PEER_PATH}); }
     std::unique_ptr<Process> attacker(std::vector<std::string> args, std::string* ready = nullptr) {
         args.insert(args.begin(), ZUV_ATTACKER_PATH);
-        return started(args, ready);
+        return started(args, {}, "", ready);
     }
 
     // The answer to a command within the deadline of a served client.
@@ -121,8 +109,6 @@ class Hostile : public ::testing::Test {
         }
         return false;
     }
-
-    TempDir mDir;  // declared first: outlives every process of the test
 };
 
 // Resumes a stopped process however the test ends, so it can be stopped.

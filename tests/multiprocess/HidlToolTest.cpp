@@ -19,73 +19,53 @@ namespace {
 using nlohmann::json;
 using ::testing::HasSubstr;
 
-struct ToolRun {
-    int exitCode = -1;
-    std::vector<std::string> lines;  // stdout
-    std::string err;
-    json only() const { return lines.size() == 1 ? json::parse(lines[0], nullptr, false) : json(); }
-};
+json only(const Outcome& run) {
+    return run.lines.size() == 1 ? json::parse(run.lines[0], nullptr, false) : json();
+}
 
-class HidlToolTest : public ::testing::Test {
+class HidlToolTest : public ProcessTest {
   protected:
-    Process::Env env() const { return {{"ZUV_HIDL_RUNTIME_DIR", mDir.path() + "/run"}}; }
-
     void startService() {
         for (const char* exe : {ZUV_SERVICEMANAGER_PATH, ZUV_FINGERPRINT_SERVICE_PATH}) {
-            auto p = Process::start({exe}, env());
-            ASSERT_TRUE(p != nullptr && p->line("ready")) << exe << " did not get ready";
-            mProcs.push_back(std::move(p));
+            mProcs.push_back(started({exe}));
+            ASSERT_NE(nullptr, mProcs.back());
         }
     }
 
-    ToolRun hidl(std::vector<std::string> args) {
+    Outcome hidl(std::vector<std::string> args) {
         args.insert(args.begin(), ZUV_HIDL_PATH);
-        const std::string errPath = mDir.path() + "/stderr" + std::to_string(++mRuns);
-        ToolRun out;
-        auto p = Process::start(args, env(), errPath);
-        if (p == nullptr) {
-            ADD_FAILURE() << "cannot start zuv_hidl";
-            return out;
-        }
-        while (auto l = p->line("")) out.lines.push_back(*l);
-        auto status = p->waitExit(kLineTimeout);
-        if (status && WIFEXITED(*status)) out.exitCode = WEXITSTATUS(*status);
-        std::ifstream in(errPath);
-        out.err.assign(std::istreambuf_iterator<char>(in), {});
-        return out;
+        return run(args);
     }
 
-    TempDir mDir;
-    int mRuns = 0;
     std::vector<std::unique_ptr<Process>> mProcs;
 };
 
 TEST_F(HidlToolTest, CallsOneOperationOfEachShapeAndWatchesMatch) {
     startService();
 
-    ToolRun callback = hidl({"call", "getConfigValue", "sensor.model"});
+    Outcome callback = hidl({"call", "getConfigValue", "sensor.model"});
     ASSERT_EQ(0, callback.exitCode) << callback.err;
-    EXPECT_EQ("zuv-sim-1", callback.only()["result"]);
-    EXPECT_EQ("value", callback.only()["name"]);
+    EXPECT_EQ("zuv-sim-1", only(callback)["result"]);
+    EXPECT_EQ("value", only(callback)["name"]);
 
     EXPECT_EQ(0, hidl({"call", "setConfigValue", "\"led.color\"", "red"}).exitCode);  // none
-    EXPECT_EQ("red", hidl({"call", "getConfigValue", "led.color"}).only()["result"]);
+    EXPECT_EQ("red", only(hidl({"call", "getConfigValue", "led.color"}))["result"]);
 
-    ToolRun direct = hidl({"call", "getLivenessEnabled", "[1,2]"});
+    Outcome direct = hidl({"call", "getLivenessEnabled", "[1,2]"});
     ASSERT_EQ(0, direct.exitCode) << direct.err;
-    EXPECT_TRUE(direct.only()["result"].is_number_unsigned());
+    EXPECT_TRUE(only(direct)["result"].is_number_unsigned());
 
-    ToolRun record = hidl({"call", "readInfo"});
+    Outcome record = hidl({"call", "readInfo"});
     ASSERT_EQ(0, record.exitCode) << record.err;
-    const json info = record.only()["result"];
+    const json info = only(record)["result"];
     EXPECT_TRUE(info["bytes1"].is_array());
     EXPECT_EQ(32u, info["head"].get<std::string>().size());  // 16 bytes as hex
 
-    ToolRun oneway = hidl({"call", "--interface", "IDaxAndroidServices", "setTimer", "5000"});
+    Outcome oneway = hidl({"call", "--interface", "IDaxAndroidServices", "setTimer", "5000"});
     EXPECT_EQ(0, oneway.exitCode) << oneway.err;
-    EXPECT_EQ(json(nullptr), oneway.only()["result"]);
+    EXPECT_EQ(json(nullptr), only(oneway)["result"]);
 
-    ToolRun watched = hidl(
+    Outcome watched = hidl(
             {"watch", "--count", "2", "--timeout", "20", "match", "7", "index", "[9,8]", "", "0"});
     ASSERT_EQ(0, watched.exitCode) << watched.err;
     ASSERT_EQ(2u, watched.lines.size());
@@ -98,31 +78,31 @@ TEST_F(HidlToolTest, CallsOneOperationOfEachShapeAndWatchesMatch) {
 }
 
 TEST_F(HidlToolTest, MistakesNameTheirCause) {
-    ToolRun noDaemon = hidl({"call", "readInfo"});
+    Outcome noDaemon = hidl({"call", "readInfo"});
     EXPECT_EQ(1, noDaemon.exitCode);
-    EXPECT_THAT(noDaemon.err, HasSubstr("no service manager serves " + mDir.path() + "/run"));
+    EXPECT_THAT(noDaemon.err, HasSubstr("no service manager serves " + runtimeDir()));
     EXPECT_THAT(noDaemon.err, HasSubstr("zuv_hwservicemanager --runtime-dir"));
 
-    ToolRun count = hidl({"call", "setConfigValue", "key"});
+    Outcome count = hidl({"call", "setConfigValue", "key"});
     EXPECT_EQ(2, count.exitCode);
     EXPECT_THAT(count.err, HasSubstr("takes 2 arguments (string key, string value), got 1"));
 
-    ToolRun type = hidl({"call", "getEnrollRecord", "[1]"});
+    Outcome type = hidl({"call", "getEnrollRecord", "[1]"});
     EXPECT_EQ(2, type.exitCode);
     EXPECT_THAT(type.err, HasSubstr("argument 1 (key): expected string, got [1]"));
 
-    ToolRun range = hidl({"call", "setLivenessEnabled", "[1, 300]", "1"});
+    Outcome range = hidl({"call", "setLivenessEnabled", "[1, 300]", "1"});
     EXPECT_THAT(range.err, HasSubstr("argument 1 (data)[1]: expected uint8_t (0..255), got 300"));
 
     EXPECT_THAT(hidl({"call", "nosuch"}).err,
                 HasSubstr("IZuvExtendedFingerprint has no operation 'nosuch'"));
-    ToolRun option = hidl({"call", "--bogus", "readInfo"});
+    Outcome option = hidl({"call", "--bogus", "readInfo"});
     EXPECT_EQ(2, option.exitCode);
     EXPECT_THAT(option.err, HasSubstr("--bogus"));
 }
 
 TEST_F(HidlToolTest, DescribesOperationsWithDeclaredNamesAndTypes) {
-    ToolRun d = hidl({"describe", "--json", "IZuvExtendedFingerprint"});
+    Outcome d = hidl({"describe", "--json", "IZuvExtendedFingerprint"});
     ASSERT_EQ(0, d.exitCode);
     std::string text;
     for (const auto& l : d.lines) text += l;
@@ -140,12 +120,10 @@ TEST_F(HidlToolTest, DescribesOperationsWithDeclaredNamesAndTypes) {
 // What a person meets when the runtime directory or an environment value is
 // wrong: one line naming the cause, in the process where it happens.
 TEST_F(HidlToolTest, MisconfigurationsSayWhatIsWrong) {
-    auto stderrOf = [&](const std::vector<std::string>& argv, Process::Env env) {
-        const std::string path = mDir.path() + "/stderr" + std::to_string(++mRuns);
-        auto p = Process::start(argv, env, path);
-        EXPECT_TRUE(p != nullptr && p->waitExit(kLineTimeout));
-        std::ifstream in(path);
-        return std::string(std::istreambuf_iterator<char>(in), {});
+    auto stderrOf = [&](const std::vector<std::string>& argv, const Process::Env& env) {
+        Outcome r = run(argv, env);
+        EXPECT_GE(r.exitCode, 0) << argv[0] << " did not exit";
+        return r.err;
     };
     const std::string missing = mDir.path() + "/absent/run";
     EXPECT_THAT(stderrOf({ZUV_FINGERPRINT_SERVICE_PATH}, {{"ZUV_HIDL_RUNTIME_DIR", missing}}),
@@ -161,10 +139,9 @@ TEST_F(HidlToolTest, MisconfigurationsSayWhatIsWrong) {
     EXPECT_THAT(stderrOf({ZUV_FINGERPRINT_SERVICE_PATH}, {{"ZUV_HIDL_RUNTIME_DIR", unsafe}}),
                 HasSubstr("it is unsafe"));
 
-    const std::string waiting =
-            stderrOf({ZUV_HIDL_PATH, "list"}, {{"ZUV_HIDL_RUNTIME_DIR", mDir.path() + "/run"},
-                                               {"ZUV_HIDL_GET_SERVICE_TIMEOUT_MS", "2s"},
-                                               {"ZUV_HIDL_CALL_TIMEOUT_MS", "-5"}});
+    const std::string waiting = stderrOf(
+            {ZUV_HIDL_PATH, "list"},
+            {{"ZUV_HIDL_GET_SERVICE_TIMEOUT_MS", "2s"}, {"ZUV_HIDL_CALL_TIMEOUT_MS", "-5"}});
     EXPECT_THAT(waiting, HasSubstr("ignoring ZUV_HIDL_CALL_TIMEOUT_MS=-5 (accepted: a whole "
                                    "number from 0 to 86400000); using 0"));
     EXPECT_THAT(waiting, HasSubstr("start one with: zuv_hwservicemanager --runtime-dir"));

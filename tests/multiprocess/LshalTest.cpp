@@ -1,5 +1,6 @@
 // zuv_lshal against a real daemon and the example service, each test in its
 // own runtime directory.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/stat.h>
@@ -17,66 +18,34 @@
 namespace zuv_mp {
 namespace {
 
-struct Listing {
-    int exitCode = -1;
-    std::vector<std::string> lines;
-
-    // The row of fqName/instance split into its columns; empty when absent.
-    std::vector<std::string> row(const std::string& fqName, const std::string& instance) const {
-        for (const std::string& l : lines) {
-            std::istringstream in(l);
-            std::vector<std::string> cols;
-            for (std::string c; in >> c;) cols.push_back(c);
-            if (cols.size() >= 2 && cols[0] == fqName && cols[1] == instance) return cols;
-        }
-        return {};
+// The row of fqName/instance in a listing, split into its columns; empty when
+// absent.
+std::vector<std::string> row(const Outcome& listing, const std::string& fqName,
+                             const std::string& instance) {
+    for (const std::string& l : listing.lines) {
+        std::istringstream in(l);
+        std::vector<std::string> cols;
+        for (std::string c; in >> c;) cols.push_back(c);
+        if (cols.size() >= 2 && cols[0] == fqName && cols[1] == instance) return cols;
     }
-    bool has(const std::string& line) const {
-        return std::find(lines.begin(), lines.end(), line) != lines.end();
-    }
-};
+    return {};
+}
 
-class LshalTest : public ::testing::Test {
+class LshalTest : public ProcessTest {
   protected:
-    void SetUp() override { ASSERT_FALSE(mDir.path().empty()); }
+    LshalTest() { mEnv = {{"ZUV_HIDL_SERVICE_MANAGER", "daemon"}}; }
 
-    Process::Env env() const {
-        return {{"ZUV_HIDL_RUNTIME_DIR", mDir.path() + "/run"},
-                {"ZUV_HIDL_SERVICE_MANAGER", "daemon"}};
-    }
-
-    std::unique_ptr<Process> started(const std::vector<std::string>& argv) {
-        auto p = Process::start(argv, env());
-        if (p == nullptr || !p->line("ready")) {
-            ADD_FAILURE() << argv[0] << " did not get ready";
-            return nullptr;
-        }
-        return p;
-    }
-
-    // Runs zuv_lshal to its end: every line it printed and its exit code.
-    Listing lshal(std::vector<std::string> args) {
+    Outcome lshal(std::vector<std::string> args) {
         args.insert(args.begin(), ZUV_LSHAL_PATH);
-        Listing out;
-        auto p = Process::start(args, env());
-        if (p == nullptr) {
-            ADD_FAILURE() << "cannot start zuv_lshal";
-            return out;
-        }
-        while (auto l = p->line("")) out.lines.push_back(*l);
-        auto status = p->waitExit(kLineTimeout);
-        if (status && WIFEXITED(*status)) out.exitCode = WEXITSTATUS(*status);
-        return out;
+        return run(args);
     }
-
-    TempDir mDir;
 };
 
 constexpr const char* kFingerprint = "vendor.zuv.hardware.fingerprint@1.0::IZuvExtendedFingerprint";
 constexpr const char* kManager = "android.hidl.manager@1.0::IServiceManager";
 
 TEST_F(LshalTest, ListsTheExampleServiceWithItsProcessPingAndInterfaceChain) {
-    Listing none = lshal({});
+    Outcome none = lshal({});
     EXPECT_EQ(1, none.exitCode);  // no daemon yet
     EXPECT_TRUE(none.lines.empty());
     EXPECT_EQ(2, lshal({"--bogus"}).exitCode);
@@ -85,22 +54,22 @@ TEST_F(LshalTest, ListsTheExampleServiceWithItsProcessPingAndInterfaceChain) {
     auto service = started({ZUV_FINGERPRINT_SERVICE_PATH, "--instance", "sensor0"});
     ASSERT_TRUE(sm && service);
 
-    Listing plain = lshal({});
+    Outcome plain = lshal({});
     EXPECT_EQ(0, plain.exitCode);
     EXPECT_EQ((std::vector<std::string>{kFingerprint, "sensor0", std::to_string(service->pid()),
                                         "hwbinder"}),
-              plain.row(kFingerprint, "sensor0"));
+              row(plain, kFingerprint, "sensor0"));
     EXPECT_EQ(
             (std::vector<std::string>{kManager, "default", std::to_string(sm->pid()), "hwbinder"}),
-            plain.row(kManager, "default"));
+            row(plain, kManager, "default"));
 
-    Listing full = lshal({"--ping", "--debug"});
+    Outcome full = lshal({"--ping", "--debug"});
     EXPECT_EQ(0, full.exitCode);
     EXPECT_EQ((std::vector<std::string>{kFingerprint, "sensor0", std::to_string(service->pid()),
                                         "hwbinder", "ok"}),
-              full.row(kFingerprint, "sensor0"));
-    EXPECT_TRUE(
-            full.has(std::string("    chain: ") + kFingerprint + " android.hidl.base@1.0::IBase"));
+              row(full, kFingerprint, "sensor0"));
+    EXPECT_THAT(full.lines, ::testing::Contains(std::string("    chain: ") + kFingerprint +
+                                                " android.hidl.base@1.0::IBase"));
     const std::string debugPrefix = "    debug info: pid " + std::to_string(service->pid()) + ",";
     EXPECT_TRUE(std::any_of(full.lines.begin(), full.lines.end(),
                             [&](const std::string& l) { return l.rfind(debugPrefix, 0) == 0; }));
@@ -110,7 +79,7 @@ TEST_F(LshalTest, ListsTheExampleServiceWithItsProcessPingAndInterfaceChain) {
 // As systemd starts it from the installed units: the socket exists before the
 // daemon, which serves it and, stopping, leaves it to systemd for the next.
 TEST_F(LshalTest, DaemonServesTheSocketSystemdHandsOver) {
-    const std::string run = mDir.path() + "/run";
+    const std::string run = runtimeDir();
     const std::string socketPath = run + "/hwservicemanager.sock";
     ASSERT_EQ(0, mkdir(run.c_str(), 0700));
     // The daemon starts on the first connection: the service's registration.
@@ -127,11 +96,11 @@ TEST_F(LshalTest, DaemonServesTheSocketSystemdHandsOver) {
     auto service = started({ZUV_FINGERPRINT_SERVICE_PATH});
     ASSERT_TRUE(service && sm->line("ready"));
 
-    Listing listing = lshal({});
+    Outcome listing = lshal({});
     EXPECT_EQ(0, listing.exitCode);
     EXPECT_EQ((std::vector<std::string>{kFingerprint, "default", std::to_string(service->pid()),
                                         "hwbinder"}),
-              listing.row(kFingerprint, "default"));
+              row(listing, kFingerprint, "default"));
 
     sm->signal(SIGTERM);
     auto status = sm->waitExit(kStopTimeout);

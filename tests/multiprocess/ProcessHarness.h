@@ -4,6 +4,7 @@
 #pragma once
 
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <poll.h>
 #include <signal.h>
 #include <spawn.h>
@@ -15,6 +16,7 @@
 #include <cstring>
 #include <deque>
 #include <filesystem>
+#include <fstream>
 #include <map>
 #include <memory>
 #include <optional>
@@ -214,6 +216,71 @@ class Process {
     int mStatus = 0;
     std::string mPartial;
     std::deque<std::string> mLines;
+};
+
+inline std::string fileText(const std::string& path) {
+    std::ifstream in(path);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+// A program run to its end.
+struct Outcome {
+    pid_t pid = -1;
+    int exitCode = -1;               // -1 unless it exited
+    std::vector<std::string> lines;  // stdout
+    std::string err;
+};
+
+// A test whose processes share a private runtime directory.
+class ProcessTest : public ::testing::Test {
+  protected:
+    void SetUp() override { ASSERT_FALSE(mDir.path().empty()); }
+
+    std::string runtimeDir() const { return mDir.path() + "/run"; }
+    // What every process of the test gets (mEnv and the runtime directory),
+    // with extra on top.
+    Process::Env env(const Process::Env& extra = {}) const {
+        Process::Env e = mEnv;
+        e["ZUV_HIDL_RUNTIME_DIR"] = runtimeDir();
+        for (const auto& [key, value] : extra) e[key] = value;
+        return e;
+    }
+
+    // Started with its "ready" line (kept in *ready), or null and failed.
+    std::unique_ptr<Process> started(const std::vector<std::string>& argv,
+                                     const Process::Env& extra = {},
+                                     const std::string& stderrPath = "",
+                                     std::string* ready = nullptr) {
+        auto p = Process::start(argv, env(extra), stderrPath);
+        auto line = p ? p->line("ready") : std::nullopt;
+        if (!line) {
+            ADD_FAILURE() << argv[0] << " " << (argv.size() > 1 ? argv[1] : "")
+                          << " never got ready";
+            return nullptr;
+        }
+        if (ready != nullptr) *ready = *line;
+        return p;
+    }
+
+    Outcome run(const std::vector<std::string>& argv, const Process::Env& extra = {}) {
+        const std::string errPath = mDir.path() + "/stderr" + std::to_string(++mRuns);
+        Outcome out;
+        auto p = Process::start(argv, env(extra), errPath);
+        if (p == nullptr) {
+            ADD_FAILURE() << "cannot start " << argv[0];
+            return out;
+        }
+        out.pid = p->pid();
+        while (auto l = p->line("")) out.lines.push_back(*l);
+        auto status = p->waitExit(kLineTimeout);
+        if (status && WIFEXITED(*status)) out.exitCode = WEXITSTATUS(*status);
+        out.err = fileText(errPath);
+        return out;
+    }
+
+    TempDir mDir;  // declared first: outlives every process of the test
+    Process::Env mEnv;
+    int mRuns = 0;
 };
 
 }  // namespace zuv_mp

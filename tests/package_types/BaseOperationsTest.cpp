@@ -4,6 +4,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <utils/misc.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/MockDaxAndroidServices.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/MockZuvExtendedFingerprint.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/MockZuvExtendedFingerprintCallback.h>
 
 #include <array>
 #include <atomic>
@@ -11,16 +14,15 @@
 #include <string>
 #include <vector>
 
-#include "FakeDaxAndroidServices.h"
-#include "FakeExtendedFingerprint.h"
-#include "FakeExtendedFingerprintCallback.h"
-
-namespace zuv_test {
 namespace {
 
+namespace fp = ::vendor::zuv::hardware::fingerprint::V1_0;
+using ::android::sp;
 using ::android::hardware::hidl_array;
 using ::android::hardware::hidl_death_recipient;
 using ::android::hardware::hidl_handle;
+using ::android::hardware::hidl_string;
+using ::android::hardware::hidl_vec;
 using ::android::hidl::base::V1_0::DebugInfo;
 using ::android::hidl::base::V1_0::IBase;
 using ::testing::ElementsAre;
@@ -37,10 +39,10 @@ Hash hashFromHex(const std::string& hex) {
 
 const char kBaseHash[] = "ec7fd79ed02dfa85bc499426adae3ebe23ef0524f3cd6957139324b83b18ca4c";
 
-template <typename Fake>
+template <typename Mock>
 struct Identity;
 template <>
-struct Identity<FakeExtendedFingerprint> {
+struct Identity<fp::MockZuvExtendedFingerprint> {
     using Interface = fp::IZuvExtendedFingerprint;
     static constexpr const char* kDescriptor =
             "vendor.zuv.hardware.fingerprint@1.0::IZuvExtendedFingerprint";
@@ -48,7 +50,7 @@ struct Identity<FakeExtendedFingerprint> {
             "7a603395cc5f4754d82af8c9b9cb5202b6ece595b46fdc6715a835287c5d313a";
 };
 template <>
-struct Identity<FakeExtendedFingerprintCallback> {
+struct Identity<fp::MockZuvExtendedFingerprintCallback> {
     using Interface = fp::IZuvExtendedFingerprintCallback;
     static constexpr const char* kDescriptor =
             "vendor.zuv.hardware.fingerprint@1.0::IZuvExtendedFingerprintCallback";
@@ -56,7 +58,7 @@ struct Identity<FakeExtendedFingerprintCallback> {
             "ed2f99e64ac9288f8b6ba19ae48b1cad204c5584152e32704f36a118495aaec0";
 };
 template <>
-struct Identity<FakeDaxAndroidServices> {
+struct Identity<fp::MockDaxAndroidServices> {
     using Interface = fp::IDaxAndroidServices;
     static constexpr const char* kDescriptor =
             "vendor.zuv.hardware.fingerprint@1.0::IDaxAndroidServices";
@@ -82,15 +84,16 @@ void watchSyspropChanges() {
     (void)registered;
 }
 
-template <typename Fake>
+template <typename Mock>
 class BaseOperationsTest : public ::testing::Test {
   protected:
     // Called through IBase, as the proxies, stubs and the registry do.
-    sp<IBase> object_ = new Fake();
+    sp<IBase> object_ = new ::testing::NiceMock<Mock>();
 };
 
-using Interfaces = ::testing::Types<FakeExtendedFingerprint, FakeExtendedFingerprintCallback,
-                                    FakeDaxAndroidServices>;
+using Interfaces =
+        ::testing::Types<fp::MockZuvExtendedFingerprint, fp::MockZuvExtendedFingerprintCallback,
+                         fp::MockDaxAndroidServices>;
 TYPED_TEST_SUITE(BaseOperationsTest, Interfaces, );
 
 TYPED_TEST(BaseOperationsTest, IdentityIsOwnDescriptorAndHashThenTheBase) {
@@ -154,10 +157,9 @@ TYPED_TEST(BaseOperationsTest, RemainingOperationsSucceedLocally) {
 
     // The identity conversion needs no transport: it hands back the same object.
     using Interface = typename Identity<TypeParam>::Interface;
-    sp<Interface> object = new TypeParam();
+    sp<Interface> object = new ::testing::NiceMock<TypeParam>();
     EXPECT_EQ(object, static_cast<sp<Interface>>(Interface::castFrom(object)));
     EXPECT_EQ(nullptr, static_cast<sp<Interface>>(Interface::castFrom(sp<Interface>())));
 }
 
 }  // namespace
-}  // namespace zuv_test

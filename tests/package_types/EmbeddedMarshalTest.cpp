@@ -14,7 +14,7 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
-#include <ostream>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -33,31 +33,14 @@ using ::android::hardware::host::WireImage;
 using ::android::hardware::host::WireImageCodec;
 using ::testing::ElementsAre;
 
-constexpr size_t kTopLevel = std::numeric_limits<size_t>::max();
-
-// What a buffer object says about its place in the tree.
-struct Buffer {
-    size_t length;
-    size_t parent;  // kTopLevel when it has none
-    size_t parentOffset;
-    bool operator==(const Buffer& o) const {
-        return length == o.length && parent == o.parent && parentOffset == o.parentOffset;
-    }
-};
-
-void PrintTo(const Buffer& b, std::ostream* os) {
-    *os << "{length " << b.length;
-    if (b.parent == kTopLevel) {
-        *os << ", top level}";
-    } else {
-        *os << ", parent " << b.parent << " at " << b.parentOffset << "}";
-    }
-}
+// What a buffer object says about its place in the tree: length, parent
+// (-1 at the top level) and offset in the parent.
+using Buffer = std::tuple<size_t, int64_t, size_t>;
 
 Buffer top(size_t length) {
-    return {length, kTopLevel, 0};
+    return {length, -1, 0};
 }
-Buffer child(size_t length, size_t parent, size_t offset) {
+Buffer child(size_t length, int64_t parent, size_t offset) {
     return {length, parent, offset};
 }
 
@@ -68,7 +51,8 @@ std::vector<Buffer> buffersOf(const Parcel& parcel) {
         std::memcpy(&object, parcel.data() + parcel.objects()[i], sizeof(object));
         EXPECT_EQ(BINDER_TYPE_PTR, object.hdr.type);
         if ((object.flags & BINDER_BUFFER_FLAG_HAS_PARENT) != 0) {
-            out.push_back(child(object.length, object.parent, object.parent_offset));
+            out.push_back(child(object.length, static_cast<int64_t>(object.parent),
+                                object.parent_offset));
         } else {
             out.push_back(top(object.length));
         }

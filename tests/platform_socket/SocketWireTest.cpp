@@ -206,9 +206,9 @@ TEST_F(SocketTest, LargeTransactionsAndDescriptorsPassUpToTheLimit) {
 }
 
 TEST(SocketRuntimeDirTest, OnlyAPrivateDirectoryIsUsed) {
-    char tmpl[] = "/tmp/zuv-socket-dir-XXXXXX";
-    ASSERT_NE(mkdtemp(tmpl), nullptr);
-    const std::string fresh = std::string(tmpl) + "/run";
+    zuv_mp::TempDir tmp;
+    ASSERT_FALSE(tmp.path().empty());
+    const std::string fresh = tmp.path() + "/run";
     EXPECT_EQ(sock::ensureRuntimeDirectory(fresh), OK);
     struct stat st;
     ASSERT_EQ(stat(fresh.c_str(), &st), 0);
@@ -216,12 +216,9 @@ TEST(SocketRuntimeDirTest, OnlyAPrivateDirectoryIsUsed) {
 
     chmod(fresh.c_str(), 0755);
     EXPECT_EQ(sock::ensureRuntimeDirectory(fresh), android::PERMISSION_DENIED);
-    const std::string file = std::string(tmpl) + "/file";
+    const std::string file = tmp.path() + "/file";
     fclose(fopen(file.c_str(), "w"));
     EXPECT_EQ(sock::ensureRuntimeDirectory(file), android::PERMISSION_DENIED);
-    rmdir(fresh.c_str());
-    unlink(file.c_str());
-    rmdir(tmpl);
 }
 
 }  // namespace

@@ -4,20 +4,19 @@
 #include <hidl_host/Loopback.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/BnHwZuvExtendedFingerprint.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/BpHwZuvExtendedFingerprint.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/MockZuvExtendedFingerprint.h>
 
 #include <cstdio>
 #include <string>
-
-#include "FakeExtendedFingerprint.h"
 
 namespace fp = ::vendor::zuv::hardware::fingerprint::V1_0;
 using ::android::sp;
 using ::android::hardware::hidl_string;
 
 int main() {
-    sp<fp::IZuvExtendedFingerprint> proxy =
-            new fp::BpHwZuvExtendedFingerprint(::android::hardware::host::loopbackProxyFor(
-                    new fp::BnHwZuvExtendedFingerprint(new zuv_test::FakeExtendedFingerprint)));
+    sp<fp::IZuvExtendedFingerprint> proxy = new fp::BpHwZuvExtendedFingerprint(
+            ::android::hardware::host::loopbackProxyFor(new fp::BnHwZuvExtendedFingerprint(
+                    new ::testing::NiceMock<fp::MockZuvExtendedFingerprint>)));
     const bool ok = proxy->getConfigValue("mode", [](const hidl_string&) {}).isOk();
     std::printf("%s\n", ok ? "called" : "failed");
     return ok ? 0 : 1;

@@ -9,20 +9,16 @@
 #include <vendor/zuv/hardware/fingerprint/1.0/BnHwZuvExtendedFingerprint.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/BpHwZuvExtendedFingerprint.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/BsDaxAndroidServices.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/MockDaxAndroidServices.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/MockZuvExtendedFingerprint.h>
 
 #include <cerrno>
-#include <condition_variable>
-#include <cstdio>
-#include <fstream>
 #include <map>
-#include <mutex>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include "FakeDaxAndroidServices.h"
-#include "FakeExtendedFingerprint.h"
+#include "ProcessHarness.h"
 #include "TraceEvents.h"
 
 namespace zuv_trace_test {
@@ -35,7 +31,7 @@ using ::android::hardware::hidl_string;
 using ::android::hardware::Return;
 using ::android::hardware::Void;
 
-struct ConfigFingerprint : zuv_test::FakeExtendedFingerprint {
+struct ConfigFingerprint : fp::MockZuvExtendedFingerprint {
     Return<void> getConfigValue(const hidl_string& key, getConfigValue_cb cb) override {
         cb(std::string(key) + "!");
         return Void();
@@ -56,8 +52,8 @@ class TraceExportTest : public ::testing::Test {
     void SetUp() override {
         host::startTrace(1024);
         // Built after the start: objects copy the callbacks when they are made.
-        proxy = new fp::BpHwZuvExtendedFingerprint(
-                host::loopbackProxyFor(new fp::BnHwZuvExtendedFingerprint(new ConfigFingerprint)));
+        proxy = new fp::BpHwZuvExtendedFingerprint(host::loopbackProxyFor(
+                new fp::BnHwZuvExtendedFingerprint(new ::testing::NiceMock<ConfigFingerprint>)));
     }
     void TearDown() override {
         host::stopTrace();
@@ -159,27 +155,11 @@ TEST_F(TraceExportTest, ConcurrentCallsStayWholeAndNestedPerThread) {
 // A oneway passthrough call begins on the caller's thread and ends on the
 // wrapper's queue: an async slice, not an end closing the queue's last slice.
 TEST_F(TraceExportTest, OnewayPassthroughCallEndingOnAnotherThreadIsOneAsyncSlice) {
-    struct Timer : zuv_test::FakeDaxAndroidServices {
-        Return<void> setTimer(uint32_t) override {
-            std::lock_guard<std::mutex> lock(mLock);
-            ran = true;
-            changed.notify_all();
-            return Void();
-        }
-        std::mutex mLock;
-        std::condition_variable changed;
-        bool ran = false;
-    };
-    sp<Timer> impl = new Timer;
-    sp<fp::IDaxAndroidServices> wrapper = new fp::BsDaxAndroidServices(impl);
+    sp<fp::IDaxAndroidServices> wrapper =
+            new fp::BsDaxAndroidServices(new ::testing::NiceMock<fp::MockDaxAndroidServices>);
     ASSERT_TRUE(wrapper->setTimer(7).isOk());
-    {
-        std::unique_lock<std::mutex> lock(impl->mLock);
-        ASSERT_TRUE(
-                impl->changed.wait_for(lock, std::chrono::seconds(30), [&] { return impl->ran; }));
-    }
-    // The exit is reported after the implementation returns.
-    for (int i = 0; i < 3000 && host::traceStats().recorded < 2; ++i) usleep(1000);
+    // The exit is reported on the queue after the implementation returns.
+    for (int i = 0; i < 30000 && host::traceStats().recorded < 2; ++i) usleep(1000);
 
     const std::vector<Json> events = traceEvents(host::traceJson());
     const std::string name = "IDaxAndroidServices::setTimer (passthrough)";
@@ -212,49 +192,29 @@ TEST_F(TraceExportTest, SectionNamesAreEscapedAndSectionsNestPerThread) {
     EXPECT_EQ("1", otherData(json, "unmatchedEnds"));
 }
 
-class TempFile {
-  public:
-    TempFile() {
-        char pattern[] = "/tmp/zuv-trace-test.XXXXXX";
-        if (mkdtemp(pattern) != nullptr) mDir = pattern;
-    }
-    ~TempFile() {
-        if (!mDir.empty()) std::system(("rm -rf '" + mDir + "'").c_str());
-    }
-    const std::string& dir() const { return mDir; }
-
-  private:
-    std::string mDir;
-};
-
-std::string slurp(const std::string& path) {
-    std::ifstream in(path);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
+using zuv_mp::fileText;
 
 TEST_F(TraceExportTest, WritesFilesNamedByPidAndReportsFailures) {
-    TempFile tmp;
-    ASSERT_FALSE(tmp.dir().empty());
+    zuv_mp::TempDir tmp;
+    ASSERT_FALSE(tmp.path().empty());
     call();
-    ASSERT_TRUE(host::writeTrace(tmp.dir() + "/t-%p.json"));
-    const std::string written = slurp(tmp.dir() + "/t-" + std::to_string(getpid()) + ".json");
+    ASSERT_TRUE(host::writeTrace(tmp.path() + "/t-%p.json"));
+    const std::string written = fileText(tmp.path() + "/t-" + std::to_string(getpid()) + ".json");
     EXPECT_EQ(kOneCall, slices(traceEvents(written), "hidl"));
 
     errno = 0;
-    EXPECT_FALSE(host::writeTrace(tmp.dir() + "/missing/t.json"));
+    EXPECT_FALSE(host::writeTrace(tmp.path() + "/missing/t.json"));
     EXPECT_EQ(ENOENT, errno);
     // Nothing half-written is left behind.
-    EXPECT_EQ("", slurp(tmp.dir() + "/missing/t.json"));
+    EXPECT_EQ("", fileText(tmp.path() + "/missing/t.json"));
 
     unsetenv(host::kTraceFileEnvVar);
     EXPECT_FALSE(host::flushTrace());
-    setenv(host::kTraceFileEnvVar, (tmp.dir() + "/env-%p.json").c_str(), 1);
-    EXPECT_EQ(tmp.dir() + "/env-" + std::to_string(getpid()) + ".json", host::traceFilePath());
+    setenv(host::kTraceFileEnvVar, (tmp.path() + "/env-%p.json").c_str(), 1);
+    EXPECT_EQ(tmp.path() + "/env-" + std::to_string(getpid()) + ".json", host::traceFilePath());
     EXPECT_TRUE(host::flushTrace());
     unsetenv(host::kTraceFileEnvVar);
-    EXPECT_EQ(written, slurp(tmp.dir() + "/env-" + std::to_string(getpid()) + ".json"));
+    EXPECT_EQ(written, fileText(tmp.path() + "/env-" + std::to_string(getpid()) + ".json"));
 }
 
 }  // namespace

@@ -5,8 +5,6 @@
 #include <sys/wait.h>
 
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -16,53 +14,35 @@
 namespace zuv_trace_test {
 namespace {
 
-using zuv_mp::Process;
-
 const std::string kClient = "IZuvExtendedFingerprint::getConfigValue (client)";
 const std::string kServer = "IZuvExtendedFingerprint::getConfigValue (server)";
 
-class TraceProcessTest : public ::testing::Test {
+class TraceProcessTest : public zuv_mp::ProcessTest {
   protected:
-    void SetUp() override { ASSERT_FALSE(mDir.path().empty()); }
-
     // Runs the child to its end; its pid, or -1 when it failed.
-    pid_t run(Process::Env env) {
-        env.emplace("ZUV_HIDL_RUNTIME_DIR", mDir.path() + "/run");
-        auto child = Process::start({ZUV_TRACE_CHILD_PATH}, env);
-        if (child == nullptr) {
-            ADD_FAILURE() << "cannot start the child";
-            return -1;
-        }
-        EXPECT_EQ(child->line("called"), "called");
-        auto status = child->waitExit(zuv_mp::kLineTimeout);
-        if (!status || !WIFEXITED(*status) || WEXITSTATUS(*status) != 0) {
+    pid_t runChild(const zuv_mp::Process::Env& env) {
+        zuv_mp::Outcome child = run({ZUV_TRACE_CHILD_PATH}, env);
+        EXPECT_EQ(std::vector<std::string>{"called"}, child.lines);
+        if (child.exitCode != 0) {
             ADD_FAILURE() << "the child did not exit cleanly";
             return -1;
         }
-        return child->pid();
+        return child.pid;
     }
 
     std::string traceFile(pid_t pid) const {
         return mDir.path() + "/trace-" + std::to_string(pid) + ".json";
     }
-    std::string traceOf(pid_t pid) const {
-        std::ifstream in(traceFile(pid));
-        std::stringstream s;
-        s << in.rdbuf();
-        return s.str();
-    }
-
+    std::string traceOf(pid_t pid) const { return zuv_mp::fileText(traceFile(pid)); }
     std::string pattern() const { return mDir.path() + "/trace-%p.json"; }
-
-    zuv_mp::TempDir mDir;
 };
 
 TEST_F(TraceProcessTest, EnvironmentVariableWritesTheTraceAtExitCappedAsConfigured) {
-    const pid_t plain = run({});
+    const pid_t plain = runChild({});
     ASSERT_GT(plain, 0);
     EXPECT_FALSE(std::filesystem::exists(traceFile(plain)));
 
-    const pid_t pid = run({{"ZUV_HIDL_TRACE_FILE", pattern()}});
+    const pid_t pid = runChild({{"ZUV_HIDL_TRACE_FILE", pattern()}});
     ASSERT_GT(pid, 0);
     const std::vector<Json> events = traceEvents(traceOf(pid));
     EXPECT_EQ((std::vector<std::string>{"B " + kClient, "B " + kServer, "E " + kServer,
@@ -73,7 +53,7 @@ TEST_F(TraceProcessTest, EnvironmentVariableWritesTheTraceAtExitCappedAsConfigur
     EXPECT_TRUE(slices(events, "atrace").empty());
 
     const pid_t capped =
-            run({{"ZUV_HIDL_TRACE_FILE", pattern()}, {"ZUV_HIDL_TRACE_MAX_EVENTS", "2"}});
+            runChild({{"ZUV_HIDL_TRACE_FILE", pattern()}, {"ZUV_HIDL_TRACE_MAX_EVENTS", "2"}});
     ASSERT_GT(capped, 0);
     const std::string json = traceOf(capped);
     // The two newest events are both ends; their begins were overwritten.
@@ -84,7 +64,7 @@ TEST_F(TraceProcessTest, EnvironmentVariableWritesTheTraceAtExitCappedAsConfigur
 
 TEST_F(TraceProcessTest, PreloadedShimRecordsThePackageTraceSections) {
     const pid_t pid =
-            run({{"ZUV_HIDL_TRACE_FILE", pattern()}, {"LD_PRELOAD", ZUV_ATRACE_SHIM_PATH}});
+            runChild({{"ZUV_HIDL_TRACE_FILE", pattern()}, {"LD_PRELOAD", ZUV_ATRACE_SHIM_PATH}});
     ASSERT_GT(pid, 0);
     const std::vector<Json> events = traceEvents(traceOf(pid));
     const std::string client = "HIDL::IZuvExtendedFingerprint::getConfigValue::client";

@@ -1,5 +1,4 @@
-// Shared pieces of the passthrough tests: an instrumentation recorder that
-// notes the thread of each event, and a latch to hold a queue's worker.
+// An instrumentation recorder that notes the thread of each event.
 #pragma once
 
 #include <hidl_host/Instrumentation.h>
@@ -64,39 +63,6 @@ class EventRecorder {
     std::condition_variable mChanged;
     std::vector<RecordedEvent> mEvents;
     host::InstrumentationCallbackId mId = 0;
-};
-
-// A gate that a queued task waits at until the test opens it.
-class Latch {
-  public:
-    void open() {
-        std::lock_guard<std::mutex> lock(mMutex);
-        mOpen = true;
-        mChanged.notify_all();
-    }
-    void wait() {
-        std::unique_lock<std::mutex> lock(mMutex);
-        mChanged.wait(lock, [&] { return mOpen; });
-    }
-    // Marks that someone arrived, and waits for the gate.
-    void arriveAndWait() {
-        {
-            std::lock_guard<std::mutex> lock(mMutex);
-            mArrived = true;
-            mChanged.notify_all();
-        }
-        wait();
-    }
-    bool waitForArrival() {
-        std::unique_lock<std::mutex> lock(mMutex);
-        return mChanged.wait_for(lock, std::chrono::seconds(10), [&] { return mArrived; });
-    }
-
-  private:
-    std::mutex mMutex;
-    std::condition_variable mChanged;
-    bool mOpen = false;
-    bool mArrived = false;
 };
 
 }  // namespace zuv_test
