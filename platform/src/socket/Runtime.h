@@ -155,6 +155,8 @@ class Runtime {
     void serviceConnection(uint64_t id, uint32_t events);
     void closeIncoming(const std::shared_ptr<Incoming>& in);
     void rearm(Incoming* in, bool withInput);
+    // Gives an event taken but not served back to the other threads.
+    void handBack(uint64_t id);
     void resume(const std::shared_ptr<Peer>& peer);
 
     // Calls.
