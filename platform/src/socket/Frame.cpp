@@ -419,6 +419,7 @@ status_t Connection::next(Frame* frame) {
             continue;
         }
         ++mInNumber;
+        mSocketOwed = false;
         return OK;
     }
 }
@@ -440,6 +441,7 @@ status_t Connection::takeShared(Frame* frame) {
     }
     if (kind == kOnSocket) {
         mSeenSeq = seq;  // the socket's next frame is the message
+        mSocketOwed = true;
         return WOULD_BLOCK;
     }
     mSharedIn.assign(box.bytes, box.bytes + length);
@@ -483,11 +485,21 @@ status_t Connection::nextOnSocket(Frame* frame) {
 }
 
 status_t Connection::waitFrame(Frame* frame, Deadline deadline) {
+    bool lookAtSocket = false;
     for (;;) {
         status_t err = next(frame);
         if (err != WOULD_BLOCK) return err;
         if (mEof) return breakWith(DEAD_OBJECT);
         if (!mOut.empty() && flush() == DEAD_OBJECT) return DEAD_OBJECT;
+        if (mShared != nullptr && mOut.empty() && !mSocketOwed && !lookAtSocket) {
+            // Nothing is due on the socket: only the mailbox is watched, with
+            // no system call while the spin lasts. After a quiet slice the
+            // socket is read once, for the peer's end or a stray frame.
+            if (deadline && Clock::now() >= *deadline) return breakWith(TIMED_OUT);
+            lookAtSocket = !waitShared(deadline);
+            continue;
+        }
+        lookAtSocket = false;
         // With nothing to send and no deadline, one blocking receive does
         // what a poll and a receive would.
         err = receive(mShared == nullptr && !deadline && mOut.empty());
@@ -505,7 +517,7 @@ status_t Connection::waitFrame(Frame* frame, Deadline deadline) {
     }
 }
 
-void Connection::waitShared(Deadline deadline) {
+bool Connection::waitShared(Deadline deadline) {
     Mailbox& box = mShared->in(mClientSide);
     box.rxState.store(kRxSpinning, std::memory_order_seq_cst);
     if (!mSpin->spin([&] { return box.seq.load(std::memory_order_acquire) != mSeenSeq; })) {
@@ -517,6 +529,7 @@ void Connection::waitShared(Deadline deadline) {
         futexWait(&box.seq, mSeenSeq, ms);
     }
     box.rxState.store(kRxAway, std::memory_order_seq_cst);
+    return box.seq.load(std::memory_order_seq_cst) != mSeenSeq;
 }
 
 bool Connection::attachShared(std::unique_ptr<SharedRegion> region, bool clientSide) {

@@ -178,7 +178,8 @@ class Connection {
     status_t sendShared(iovec* iov, const std::vector<int>& fds, Deadline deadline, bool mayQueue);
     status_t takeShared(Frame* frame);
     status_t nextOnSocket(Frame* frame);
-    void waitShared(Deadline deadline);
+    // True when the mailbox has news; false after a quiet slice.
+    bool waitShared(Deadline deadline);
     status_t waitWritable(Deadline deadline);
 
     const int mFd;
@@ -205,6 +206,7 @@ class Connection {
     uint64_t mOutNumber = 0;         // messages sent, by either road
     uint64_t mInNumber = 0;          // messages taken
     uint32_t mSeenSeq = 0;           // the inbound mailbox's seq last looked at
+    bool mSocketOwed = false;        // the mailbox announced a frame the socket must bring
     std::vector<uint8_t> mSharedIn;  // a message copied out of the mailbox
     std::unique_ptr<SpinBudget> mSpin;
 };
