@@ -75,7 +75,7 @@ void shutdownTransport();
 // The fast path: a two-way connection between two processes that both
 // enable it carries its calls through a shared-memory mailbox per direction
 // instead of the socket, and a waiting side spins briefly before it sleeps
-// on a futex (ZUV_HIDL_FAST_PATH_SPIN_US, default 50, bounds the spin; it
+// on a futex (ZUV_HIDL_FAST_PATH_SPIN_US, default 100, bounds the spin; it
 // adapts below that). Frames with descriptors or above 16 KiB still travel
 // over the socket, as do oneway calls. Off by default; ZUV_HIDL_FAST_PATH=1
 // sets the starting value. Affects connections opened or offered afterwards.

@@ -45,7 +45,7 @@ bool fastPathEnabled() {
 }
 
 int fastPathSpinMicros() {
-    static const int micros = static_cast<int>(settingInteger(kFastPathSpinEnvVar, 50, 0, 10000));
+    static const int micros = static_cast<int>(settingInteger(kFastPathSpinEnvVar, 100, 0, 10000));
     return micros;
 }
 
