@@ -289,11 +289,12 @@ status_t Runtime::takeConnection(const std::shared_ptr<Peer>& peer, Deadline dea
                 return OK;
             }
             if (peer->outgoing < most) break;
-            if (!deadline) {
-                peer->poolFree.wait(lock);
-            } else if (peer->poolFree.wait_until(lock, *deadline) == std::cv_status::timeout) {
-                return TIMED_OUT;
-            }
+            ++peer->poolWaiters;
+            const bool timedOut = !deadline ? (peer->poolFree.wait(lock), false)
+                                            : peer->poolFree.wait_until(lock, *deadline) ==
+                                                      std::cv_status::timeout;
+            --peer->poolWaiters;
+            if (timedOut) return TIMED_OUT;
         }
         ++peer->outgoing;
     }
@@ -311,6 +312,7 @@ status_t Runtime::takeConnection(const std::shared_ptr<Peer>& peer, Deadline dea
 
 void Runtime::returnConnection(const std::shared_ptr<Peer>& peer,
                                std::unique_ptr<Connection> conn) {
+    bool waited;
     {
         std::lock_guard<std::mutex> lock(peer->poolLock);
         if (conn->broken() || peer->dead) {
@@ -318,8 +320,9 @@ void Runtime::returnConnection(const std::shared_ptr<Peer>& peer,
         } else {
             peer->idle.push_back(std::move(conn));
         }
+        waited = peer->poolWaiters > 0;
     }
-    peer->poolFree.notify_one();
+    if (waited) peer->poolFree.notify_one();
 }
 
 status_t Runtime::transact(uint64_t handle, uint32_t code, const Parcel& data, Parcel* reply,

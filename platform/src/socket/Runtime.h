@@ -66,6 +66,7 @@ struct Peer {
     std::condition_variable poolFree;
     std::vector<std::unique_ptr<Connection>> idle;
     size_t outgoing = 0;
+    size_t poolWaiters = 0;                 // callers waiting for a connection to come back
     Clock::time_point unresponsiveUntil{};  // calls with a deadline fail at once until then
 
     // Every oneway call and release to this peer goes down this one
@@ -94,9 +95,9 @@ struct Incoming {
     const std::shared_ptr<Peer> peer;
     Connection conn;
     std::mutex owner;  // held by the thread serving it
-    // Guarded by the runtime's oneway lock.
-    bool paused = false;  // not read until its peer's oneway queue drains
-    bool busy = false;    // a thread holds it
+    // Changed under the runtime's oneway lock; paused is also read without.
+    std::atomic<bool> paused{false};  // not read until its peer's oneway queue drains
+    bool busy = false;                // a thread holds it
 };
 
 class Runtime {

@@ -404,11 +404,9 @@ void Runtime::serviceConnection(uint64_t id, uint32_t events) {
             closeIncoming(in);
             return;
         }
-        bool paused = false;
-        {
-            std::lock_guard<std::mutex> lock(mOnewayLock);
-            paused = in->paused;
-        }
+        // Only this thread pauses it; a resume that is missed here is seen
+        // by the re-arm at the end, under the lock.
+        const bool paused = in->paused.load(std::memory_order_acquire);
         if (!paused && (events & (EPOLLIN | EPOLLRDHUP | EPOLLHUP | EPOLLERR)) != 0) {
             status_t err = conn.receive();
             if (err != OK && err != WOULD_BLOCK && err != DEAD_OBJECT) {
