@@ -225,7 +225,7 @@ void BM_Oneway(benchmark::State& state) {
 // alternating 25 ms phases; the totals per second of each side.
 void BM_Scaling(benchmark::State& state) {
     const int clients = static_cast<int>(state.range(0));
-    constexpr int kPhases = 40;
+    constexpr int kPhases = 120;  // 3 s: one 1 s sample swung by 10% between runs
     constexpr int64_t kPhaseNs = 25'000'000;
     place(Placement::None, {&gPeers.echo, &gPeers.epoll});
     for (auto _ : state) {
