@@ -98,7 +98,10 @@ status_t Parcel::setDataSize(size_t size) {
             mObjectsEnd = mObjects.back() + objectSizeForType(type);
         }
     }
+    const size_t old = mData.size();
     mData.resize(size);
+    // Grown storage is not zeroed by itself, and blocks are reused.
+    if (size > old) memset(mData.data() + old, 0, size - old);
     if (mDataPos > size) mDataPos = size;
     return OK;
 }

@@ -26,12 +26,12 @@ constexpr bool kRecycle = true;
 #endif
 
 int classOf(size_t bytes) {
-    size_t size = kSmallest;
-    for (int c = 0; c < kClasses; ++c, size *= 2) {
-        if (bytes <= size) return c;
-    }
-    return -1;
+    if (bytes <= kSmallest) return 0;
+    // The power of two at or above bytes, counted from kSmallest.
+    const int c = 64 - __builtin_clzll(bytes - 1) - 6;
+    return c < kClasses ? c : -1;
 }
+static_assert(kSmallest == 64, "classOf counts from 2^6");
 
 struct Shelf {
     void* blocks[kClasses][kKept];

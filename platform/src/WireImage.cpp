@@ -94,11 +94,23 @@ void appendZeros(std::vector<uint8_t>* bytes, size_t count) {
 
 status_t WireImageCodec::flatten(const Parcel& parcel, BinderTranslator* translator,
                                  WireImage* out) {
-    out->bytes.clear();
     out->fds.clear();
-
     const size_t dataSize = parcel.mData.size();
     const size_t count = parcel.mObjects.size();
+    if (count == 0 && dataSize <= kMaxTransactionSize - sizeof(ImageHeader)) {
+        // Plain data, as most calls are: header and bytes, nothing to walk.
+        // Every byte is written, so a reused image is only resized.
+        const size_t dataPadded = align8(dataSize);
+        out->bytes.resize(sizeof(ImageHeader) + dataPadded);
+        uint8_t* bytes = out->bytes.data();
+        const ImageHeader header{kImageMagic, 0, dataSize, 0, 0};
+        memcpy(bytes, &header, sizeof(header));
+        if (dataSize != 0) memcpy(bytes + sizeof(header), parcel.mData.data(), dataSize);
+        memset(bytes + sizeof(header) + dataSize, 0, dataPadded - dataSize);
+        return OK;
+    }
+    out->bytes.clear();
+
     if (dataSize > kMaxTransactionSize || count > kMaxTransactionSize / sizeof(uint64_t)) {
         return FAILED_TRANSACTION;
     }
@@ -246,6 +258,11 @@ status_t WireImageCodec::rebuild(const uint8_t* bytes, size_t size, std::vector<
     const uint8_t* imageBuffers = imageOffsets + header.offsetsSize;
 
     out->mData.assign(imageData, imageData + dataSize);
+    if (count == 0) {
+        // Plain data: with no objects there can be no buffers or fds.
+        if (buffersSize != 0 || !fds.empty()) return fail(BAD_VALUE);
+        return OK;
+    }
     out->mObjects.resize(count);
     if (count != 0) memcpy(out->mObjects.data(), imageOffsets, count * sizeof(uint64_t));
     uint8_t* area = nullptr;

@@ -5,6 +5,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <new>
+#include <utility>
 #include <vector>
 
 namespace android {
@@ -26,6 +28,17 @@ struct RecyclingAllocator {
 
     T* allocate(size_t n) { return static_cast<T*>(recycled::take(n * sizeof(T))); }
     void deallocate(T* p, size_t n) noexcept { recycled::give(p, n * sizeof(T)); }
+
+    // Growing leaves the new bytes as they are: whoever grows the storage
+    // fills what it grew, so zeroing first would be paid twice.
+    template <typename U>
+    void construct(U* p) noexcept {
+        ::new (static_cast<void*>(p)) U;
+    }
+    template <typename U, typename... Args>
+    void construct(U* p, Args&&... args) {
+        ::new (static_cast<void*>(p)) U(std::forward<Args>(args)...);
+    }
 
     template <typename U>
     bool operator==(const RecyclingAllocator<U>&) const noexcept {

@@ -276,6 +276,9 @@ void Runtime::offerFastPath(Connection* conn, Deadline deadline) {
 
 status_t Runtime::takeConnection(const std::shared_ptr<Peer>& peer, Deadline deadline,
                                  std::unique_ptr<Connection>* out) {
+    if (peer->dead) return DEAD_OBJECT;
+    *out = peer->takeHot();
+    if (*out != nullptr) return OK;
     {
         std::unique_lock<std::mutex> lock(peer->poolLock);
         // No more connections than the peer accepts from one process: past
@@ -289,7 +292,14 @@ status_t Runtime::takeConnection(const std::shared_ptr<Peer>& peer, Deadline dea
                 return OK;
             }
             if (peer->outgoing < most) break;
+            // Counted before the hot slot is looked at, and a connection is
+            // put there before the count is: one of the two sees the other.
             ++peer->poolWaiters;
+            *out = peer->takeHot();
+            if (*out != nullptr) {
+                --peer->poolWaiters;
+                return OK;
+            }
             const bool timedOut = !deadline ? (peer->poolFree.wait(lock), false)
                                             : peer->poolFree.wait_until(lock, *deadline) ==
                                                       std::cv_status::timeout;
@@ -312,6 +322,20 @@ status_t Runtime::takeConnection(const std::shared_ptr<Peer>& peer, Deadline dea
 
 void Runtime::returnConnection(const std::shared_ptr<Peer>& peer,
                                std::unique_ptr<Connection> conn) {
+    if (!conn->broken() && !peer->dead) {
+        Connection* empty = nullptr;
+        if (peer->hot.compare_exchange_strong(empty, conn.get(), std::memory_order_seq_cst)) {
+            conn.release();
+            if (peer->poolWaiters.load(std::memory_order_seq_cst) > 0) {
+                // Taken under the lock, so the waiter is asleep by now.
+                std::lock_guard<std::mutex> lock(peer->poolLock);
+                peer->poolFree.notify_one();
+            }
+            // A death settled meanwhile cleared the pool before this came.
+            if (peer->dead.load(std::memory_order_seq_cst)) peer->takeHot();
+            return;
+        }
+    }
     bool waited;
     {
         std::lock_guard<std::mutex> lock(peer->poolLock);

@@ -52,6 +52,7 @@ int openPidfd(pid_t pid) {
 }  // namespace
 
 Peer::~Peer() {
+    delete hot.load();
     if (pidfd >= 0) ::close(pidfd);
 }
 
@@ -171,6 +172,7 @@ void Runtime::buryLocked(const std::shared_ptr<Peer>& gone, std::vector<sp<BpHwB
         std::lock_guard<std::mutex> pool(gone->poolLock);
         gone->idle.clear();
     }
+    gone->takeHot();
     gone->poolFree.notify_all();
     // Its socket file would otherwise stay behind when it was killed.
     if (!mDir.empty() && kill(gone->pid, 0) != 0 && errno == ESRCH) {

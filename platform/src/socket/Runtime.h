@@ -66,7 +66,14 @@ struct Peer {
     std::condition_variable poolFree;
     std::vector<std::unique_ptr<Connection>> idle;
     size_t outgoing = 0;
-    size_t poolWaiters = 0;                 // callers waiting for a connection to come back
+    std::atomic<size_t> poolWaiters{0};     // callers waiting for a connection to come back
+    // The connection given back last, owned here and passed on without the
+    // pool's lock: a thread calling one peer again and again takes it back.
+    std::atomic<Connection*> hot{nullptr};
+    // Takes the connection given back last, if there is one.
+    std::unique_ptr<Connection> takeHot() {
+        return std::unique_ptr<Connection>(hot.exchange(nullptr, std::memory_order_seq_cst));
+    }
     Clock::time_point unresponsiveUntil{};  // calls with a deadline fail at once until then
 
     // Every oneway call and release to this peer goes down this one

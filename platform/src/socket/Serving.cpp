@@ -606,6 +606,7 @@ void Runtime::shutdown() {
             std::lock_guard<std::mutex> pool(peer->poolLock);
             peer->idle.clear();
         }
+        peer->takeHot();
         peer->poolFree.notify_all();
         std::lock_guard<std::mutex> oneway(peer->onewayLock);
         peer->oneway.reset();
