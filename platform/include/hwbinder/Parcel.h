@@ -10,7 +10,7 @@
 #pragma once
 
 #include <cutils/native_handle.h>
-#include <hidl_host/RecycledBytes.h>
+#include <hidl_host/ParcelBytes.h>
 #include <linux/android/binder.h>
 #include <utils/Errors.h>
 #include <utils/RefBase.h>
@@ -171,7 +171,7 @@ class Parcel {
                               size_t parent_offset, const native_handle_t** handle) const;
     void releaseOwned();
 
-    host::RecycledBytes mData;
+    host::ParcelBytes mData;
     // Offsets of the objects in mData, ascending and non-overlapping.
     std::vector<binder_size_t> mObjects;
     size_t mObjectsEnd = 0;  // end of the last object in mData
