@@ -159,6 +159,20 @@ TEST_F(RawFrameTest, UnparsableFramesCloseTheConnectionAndThePeerSurvives) {
     EXPECT_EQ(echoed, 7);
 }
 
+// A process that only calls runs no thread of its own (every thread costs
+// each of its calls) until it waits for a death, which it is then told of.
+TEST_F(RawFrameTest, CallingProcessRunsAThreadOnlyToWatchForDeaths) {
+    auto client = startPeerProgram({"client"},
+                                   {{android::hardware::host::kRuntimeDirEnvVar, mDir}});
+    ASSERT_TRUE(client);
+    EXPECT_EQ(client->line("calling threads"), "calling threads 1");
+    auto watching = client->line("watching threads");
+    ASSERT_TRUE(watching);
+    EXPECT_NE(*watching, "watching threads 1");
+    killAndReap(mPeers.front().get());
+    EXPECT_TRUE(client->line("dead"));
+}
+
 TEST_F(SocketTest, LargeTransactionsAndDescriptorsPassUpToTheLimit) {
     sp<IBinder> object = startPeer();
     ASSERT_NE(object, nullptr);

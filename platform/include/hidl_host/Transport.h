@@ -27,6 +27,11 @@ class Transport : public virtual RefBase {
     // it holds for it. Called once per proxy, from its destructor.
     virtual void onProxyDestroyed(uint64_t handle) { (void)handle; }
 
+    // A death recipient now waits on the proxy for handle: the transport
+    // must notice the object's death from now on, even in a process that
+    // serves nothing.
+    virtual void onDeathWatched(uint64_t handle) { (void)handle; }
+
   protected:
     ~Transport() override = default;
 };

@@ -47,11 +47,14 @@ status_t BpHwBinder::linkToDeath(const sp<DeathRecipient>& recipient, void* cook
     if (recipient == nullptr) {
         return BAD_VALUE;
     }
-    std::lock_guard<std::mutex> lock(mObitsLock);
-    if (mObitsSent) {
-        return DEAD_OBJECT;
+    {
+        std::lock_guard<std::mutex> lock(mObitsLock);
+        if (mObitsSent) {
+            return DEAD_OBJECT;
+        }
+        mObituaries.push_back(Obituary{recipient, cookie, flags});
     }
-    mObituaries.push_back(Obituary{recipient, cookie, flags});
+    mTransport->onDeathWatched(mHandle);
     return OK;
 }
 

@@ -230,10 +230,13 @@ thread_local size_t tNesting = 0;
 
 std::unique_ptr<Connection> Runtime::connectPeer(pid_t pid, Deadline deadline, bool twoWay) {
     std::string dir;
+    bool serving;
     {
         std::lock_guard<std::mutex> lock(mLock);
         dir = directoryLocked();
+        serving = mPoolStarted;
     }
+    if (!serving) settleExits();
     pid_t serverPid;
     uid_t serverUid;
     int fd = connectTo(processSocketPath(dir, pid), &serverPid, &serverUid, deadline);

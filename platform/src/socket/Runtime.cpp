@@ -37,6 +37,7 @@ class SocketLink : public Transport {
         return Runtime::get().transact(handle, code, data, reply, flags);
     }
     void onProxyDestroyed(uint64_t handle) override { Runtime::get().proxyDestroyed(handle); }
+    void onDeathWatched(uint64_t) override { Runtime::get().startPool(); }
 };
 
 int openPidfd(pid_t pid) {
@@ -99,8 +100,9 @@ std::shared_ptr<Peer> Runtime::peerLocked(pid_t pid) {
         peer->dead = true;
     }
     mPeers[pid] = peer;
-    // Deaths must be heard even in a process that never serves a call.
-    if (!mPoolStarted) startPoolLocked();
+    // A process that only calls out runs no thread of its own until it
+    // serves or waits for a death (a thread costs every call of a process
+    // something); until then, exits are settled as it connects.
     return peer;
 }
 

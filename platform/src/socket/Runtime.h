@@ -125,6 +125,9 @@ class Runtime {
     void join();
     // Starts the pool's threads the process configured (at least one).
     void startPool();
+    // Without a pool, settles the exits of peers reported so far (a few
+    // at a time: each new connection takes some).
+    void settleExits();
 
     // --- used by the translators and the serving code ---
 

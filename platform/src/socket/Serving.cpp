@@ -169,6 +169,17 @@ void Runtime::serveLoop() {
     mServerGone.notify_all();
 }
 
+void Runtime::settleExits() {
+    epoll_event events[16];
+    const int n = epoll_wait(mEpoll, events, 16, 0);
+    for (int i = 0; i < n; ++i) {
+        const auto tag = static_cast<Tag>(events[i].data.u64 & 0xff);
+        if (tag == kTagPid || tag == kTagTimer) {
+            dispatch(tag, events[i].data.u64 >> 8, events[i].events);
+        }
+    }
+}
+
 void Runtime::dispatch(uint64_t tag, uint64_t value, uint32_t events) {
     switch (tag) {
         case kTagTimer:
