@@ -5,6 +5,7 @@
 #include <hidl_host/WireImage.h>
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -33,6 +34,16 @@ constexpr size_t kMaxOutBytes = 2 * kMaxTransactionSize + 64 * 1024;
 constexpr int kSharedWaitSliceMs = 10;
 
 std::atomic<size_t> gOpenConnections{0};
+
+// The socket calls of every frame, made directly: the C library's wrappers
+// mark each as a cancellation point, which costs every call and is of no use
+// to threads nobody cancels.
+ssize_t sendBytes(int fd, const void* data, size_t size, int flags) {
+    return syscall(SYS_sendto, fd, data, size, flags, nullptr, 0);
+}
+ssize_t receiveMessage(int fd, msghdr* msg, int flags) {
+    return syscall(SYS_recvmsg, fd, msg, flags);
+}
 
 void closeFds(const std::vector<int>& fds) {
     for (int fd : fds) ::close(fd);
@@ -302,8 +313,8 @@ status_t Connection::sendSocket(iovec* iov, const std::vector<int>& fds, Deadlin
         const bool single =
                 !sendFds &&
                 (iovFirst == 2 || (iov[2].iov_len == 0 && (iovFirst == 1 || iov[1].iov_len == 0)));
-        ssize_t n = single ? ::send(mFd, iov[iovFirst].iov_base, iov[iovFirst].iov_len,
-                                    MSG_NOSIGNAL | MSG_DONTWAIT)
+        ssize_t n = single ? sendBytes(mFd, iov[iovFirst].iov_base, iov[iovFirst].iov_len,
+                                       MSG_NOSIGNAL | MSG_DONTWAIT)
                            : ::sendmsg(mFd, &msg, MSG_NOSIGNAL | MSG_DONTWAIT);
         if (n < 0) {
             if (errno == EINTR) continue;
@@ -377,7 +388,7 @@ status_t Connection::receive(bool wait) {
         msg.msg_iovlen = 1;
         msg.msg_control = control;
         msg.msg_controllen = sizeof(control);
-        ssize_t n = ::recvmsg(mFd, &msg, MSG_CMSG_CLOEXEC | (wait ? 0 : MSG_DONTWAIT));
+        ssize_t n = receiveMessage(mFd, &msg, MSG_CMSG_CLOEXEC | (wait ? 0 : MSG_DONTWAIT));
         if (n < 0 && errno == EINTR) continue;
         if (n < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) return WOULD_BLOCK;
         std::vector<int> fds;
