@@ -174,8 +174,13 @@ void Runtime::settleExits() {
     const int n = epoll_wait(mEpoll, events, 16, 0);
     for (int i = 0; i < n; ++i) {
         const auto tag = static_cast<Tag>(events[i].data.u64 & 0xff);
-        if (tag == kTagPid || tag == kTagTimer) {
-            dispatch(tag, events[i].data.u64 >> 8, events[i].events);
+        const uint64_t value = events[i].data.u64 >> 8;
+        // A pool started meanwhile serves connections; an event taken here
+        // goes back to it rather than hold up this caller.
+        if (tag == kTagConnection) {
+            handBack(value);
+        } else if (tag != kTagWake) {
+            dispatch(tag, value, events[i].events);
         }
     }
 }
