@@ -480,6 +480,10 @@ status_t Runtime::awaitReply(Connection* conn, uint64_t seq, Parcel* reply, Dead
 }
 
 status_t Runtime::receiveParcel(const Connection& conn, const Frame& frame, Parcel* out) {
+    if (frame.header.tableCount == 0 && frame.fds.empty()) {
+        // Plain data: no binder can resolve, so none needs a translator.
+        return WireImageCodec::rebuild(frame.payload, frame.header.payloadSize, {}, nullptr, out);
+    }
     const size_t tableSize = frame.header.tableCount * sizeof(BinderRef);
     ReceiveTranslator translator(*this, conn.pid());
     translator.resolve(frame.payload, frame.header.tableCount);

@@ -159,6 +159,7 @@ void Runtime::buryLocked(const std::shared_ptr<Peer>& gone, std::vector<sp<BpHwB
     gone->dead = true;
     auto it = mPeers.find(gone->pid);
     if (it != mPeers.end() && it->second == gone) mPeers.erase(it);
+    mProxyEpoch.fetch_add(1, std::memory_order_release);
     for (auto& [handle, entry] : mProxies) {
         if (entry.peer != gone) continue;
         entry.dead = true;
@@ -246,13 +247,33 @@ sp<IBinder> Runtime::proxyFor(pid_t pid, uint64_t node, uint64_t refs) {
     return proxy;
 }
 
+namespace {
+// The proxy a thread called last: calls mostly go to the same one again.
+struct CachedTarget {
+    const Runtime* runtime = nullptr;
+    uint64_t handle = 0;
+    uint64_t epoch = 0;
+    ProxyTarget target;
+};
+thread_local CachedTarget tCachedTarget;
+}  // namespace
+
 bool Runtime::proxyTarget(uint64_t handle, ProxyTarget* out) {
+    CachedTarget& cached = tCachedTarget;
+    if (cached.runtime == this && cached.handle == handle &&
+        cached.epoch == mProxyEpoch.load(std::memory_order_acquire)) {
+        *out = cached.target;
+        return true;
+    }
     std::lock_guard<std::mutex> lock(mLock);
     auto it = mProxies.find(handle);
     if (it == mProxies.end()) return false;
     out->peer = it->second.peer;
     out->node = it->second.node;
     out->dead = it->second.dead || mStopping;
+    // Changes are made under the lock and move the epoch on: this one holds
+    // until the next.
+    cached = CachedTarget{this, handle, mProxyEpoch.load(std::memory_order_relaxed), *out};
     return true;
 }
 
@@ -273,6 +294,7 @@ void Runtime::proxyDestroyed(uint64_t handle) {
         auto index = mProxyIndex.find({peer->pid, node});
         if (index != mProxyIndex.end() && index->second == handle) mProxyIndex.erase(index);
         mProxies.erase(it);
+        mProxyEpoch.fetch_add(1, std::memory_order_release);
         --peer->proxies;
         forgotten = forgetPeerIfUnusedLocked(peer);
     }

@@ -214,6 +214,9 @@ class Runtime {
     std::unordered_map<uint64_t, ProxyEntry> mProxies;
     std::map<std::pair<pid_t, uint64_t>, uint64_t> mProxyIndex;
     uint64_t mNextHandle = 1;
+    // Moves on whenever a proxy dies or goes, so that what a thread remembers
+    // of the proxy it called last is known to be still true.
+    std::atomic<uint64_t> mProxyEpoch{0};
     std::map<pid_t, std::shared_ptr<Peer>> mPeers;
 
     // The serving loop's descriptors, made at construction.

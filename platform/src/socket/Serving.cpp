@@ -575,6 +575,7 @@ void Runtime::shutdown() {
         std::lock_guard<std::mutex> lock(mLock);
         if (mStopping) return;
         mStopping = true;
+        mProxyEpoch.fetch_add(1, std::memory_order_release);
     }
     // Never drained, so every serving thread sees it.
     uint64_t one = 1;
@@ -609,6 +610,7 @@ void Runtime::shutdown() {
             mContextLockFd = -1;
         }
         for (auto& [handle, entry] : mProxies) entry.dead = true;
+        mProxyEpoch.fetch_add(1, std::memory_order_release);
         peers.swap(mPeers);
         for (auto& [pid, peer] : peers) peer->dead = true;
     }
