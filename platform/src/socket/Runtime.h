@@ -17,6 +17,7 @@
 #include <hwbinder/Binder.h>
 #include <hwbinder/BpHwBinder.h>
 #include <hwbinder/Parcel.h>
+#include <sys/epoll.h>
 #include <sys/types.h>
 
 #include <atomic>
@@ -168,6 +169,11 @@ class Runtime {
     void rearm(Incoming* in, bool withInput);
     // Gives an event taken but not served back to the other threads.
     void handBack(uint64_t id);
+    bool takePending(epoll_event* out);
+    // Hands one pending connection back to the set, for a thread waiting there.
+    void handOnePending();
+    // Some thread's events wait to be served: nobody should linger.
+    bool eventsPending() const;
     void resume(const std::shared_ptr<Peer>& peer);
 
     // Calls.
@@ -255,6 +261,10 @@ class Runtime {
     std::condition_variable mServerGone;
     size_t mServing = 0;               // threads in the serving loop
     std::atomic<int> mIdleServers{0};  // threads waiting for an event
+    // Events taken from the set in a batch and not yet being served.
+    std::mutex mPendingLock;
+    std::deque<epoll_event> mPending;
+    std::atomic<size_t> mPendingCount{0};
 };
 
 }  // namespace socket

@@ -51,11 +51,9 @@ constexpr int kStickyBackoffTurns = 16;
 thread_local int tStickyBackoff = 0;
 
 // A thread that waits while no other does takes up to this many events at
-// once and serves them in turn: under load that saves a wait per call.
-constexpr int kEventBatch = 4;
-// Events this thread took and has yet to serve: it must not linger on one
-// connection meanwhile.
-thread_local bool tEventsPending = false;
+// once: under load that saves a wait per call. It serves the first; the rest
+// go to whichever thread comes free first.
+constexpr int kEventBatch = 8;
 
 // Reports a condition once per process, not once per occurrence.
 void logOnce(std::atomic<bool>* said, const char* format, const char* detail) {
@@ -126,40 +124,48 @@ void Runtime::serveLoop() {
     tServingThread = true;
     bool stop = false;
     while (!stop) {
-        epoll_event events[kEventBatch];
-        // With another thread waiting too, each takes one event, so that
-        // both get work.
-        const int most =
-                mIdleServers.fetch_add(1, std::memory_order_relaxed) == 0 ? kEventBatch : 1;
-        int n = epoll_wait(mEpoll, events, most, -1);
-        mIdleServers.fetch_sub(1, std::memory_order_relaxed);
-        if (n < 0 && errno != EINTR) break;
-        for (int i = 0; i < n; ++i) {
-            const auto tag = static_cast<Tag>(events[i].data.u64 & 0xff);
-            const uint64_t value = events[i].data.u64 >> 8;
-            if (tag == kTagWake) {
-                stop = true;
-                continue;
+        epoll_event event;
+        // Events taken by a thread but not yet reached go first, to whichever
+        // thread comes free: none waits behind another's long call.
+        if (!takePending(&event)) {
+            epoll_event events[kEventBatch];
+            // With another thread waiting too, each takes one event, so that
+            // both get work.
+            const int most =
+                    mIdleServers.fetch_add(1, std::memory_order_relaxed) == 0 ? kEventBatch : 1;
+            const int n = epoll_wait(mEpoll, events, most, -1);
+            mIdleServers.fetch_sub(1, std::memory_order_relaxed);
+            if (n < 0 && errno != EINTR) break;
+            int first = -1;
+            {
+                std::lock_guard<std::mutex> lock(mPendingLock);
+                for (int i = 0; i < n; ++i) {
+                    if ((events[i].data.u64 & 0xff) == kTagWake) {
+                        stop = true;
+                    } else if (first < 0) {
+                        first = i;
+                    } else {
+                        mPending.push_back(events[i]);
+                    }
+                }
+                mPendingCount.store(mPending.size(), std::memory_order_relaxed);
             }
-            // A thread that came free meanwhile takes the rest of the
-            // connections: none waits behind a long call.
-            if (i > 0 && tag == kTagConnection &&
-                mIdleServers.load(std::memory_order_relaxed) > 0) {
-                handBack(value);
-                continue;
-            }
-            tEventsPending = i + 1 < n;
-            try {
-                dispatch(tag, value, events[i].events);
-            } catch (const std::bad_alloc&) {
-                // Out of memory is not fatal: what was being served is given
-                // up or retried later, and the process goes on.
-                logOnce(&gSaidMemory, "hidl socket transport: %s\n",
-                        "out of memory; a connection or event is dropped");
-                recover(tag, value);
-            }
+            if (first < 0) continue;
+            event = events[first];
+            // A thread that waits meanwhile gets one of the rest at once.
+            if (mIdleServers.load(std::memory_order_relaxed) > 0) handOnePending();
         }
-        tEventsPending = false;
+        const auto tag = static_cast<Tag>(event.data.u64 & 0xff);
+        const uint64_t value = event.data.u64 >> 8;
+        try {
+            dispatch(tag, value, event.events);
+        } catch (const std::bad_alloc&) {
+            // Out of memory is not fatal: what was being served is given up
+            // or retried later, and the process goes on.
+            logOnce(&gSaidMemory, "hidl socket transport: %s\n",
+                    "out of memory; a connection or event is dropped");
+            recover(tag, value);
+        }
     }
     tServingThread = false;
     {
@@ -167,6 +173,36 @@ void Runtime::serveLoop() {
         --mServing;
     }
     mServerGone.notify_all();
+}
+
+bool Runtime::takePending(epoll_event* out) {
+    if (mPendingCount.load(std::memory_order_relaxed) == 0) return false;
+    std::lock_guard<std::mutex> lock(mPendingLock);
+    if (mPending.empty()) return false;
+    *out = mPending.front();
+    mPending.pop_front();
+    mPendingCount.store(mPending.size(), std::memory_order_relaxed);
+    return true;
+}
+
+bool Runtime::eventsPending() const {
+    return mPendingCount.load(std::memory_order_relaxed) > 0;
+}
+
+void Runtime::handOnePending() {
+    uint64_t id = 0;
+    {
+        std::lock_guard<std::mutex> lock(mPendingLock);
+        for (auto it = mPending.begin(); it != mPending.end(); ++it) {
+            if ((it->data.u64 & 0xff) != kTagConnection) continue;
+            id = it->data.u64 >> 8;
+            mPending.erase(it);
+            mPendingCount.store(mPending.size(), std::memory_order_relaxed);
+            break;
+        }
+    }
+    // Armed again, its input wakes the waiting thread.
+    if (id != 0) handBack(id);
 }
 
 void Runtime::settleExits() {
@@ -469,7 +505,7 @@ void Runtime::serviceConnection(uint64_t id, uint32_t events) {
             closeIncoming(in);
             return;
         }
-        if (paused || !answered || conn.hasBufferedInput() || tEventsPending) break;
+        if (paused || !answered || conn.hasBufferedInput() || eventsPending()) break;
         // On the fast path the next call comes through the mailbox: watched
         // for a moment without a system call.
         if (conn.spinForMessage()) {
