@@ -123,11 +123,17 @@ void Runtime::serveLoop() {
     }
     tServingThread = true;
     bool stop = false;
-    while (!stop) {
+    // Events this thread took but could not share (no memory for the list):
+    // it serves them itself, in turn.
+    epoll_event kept[kEventBatch];
+    int keptCount = 0;
+    while (!stop || keptCount > 0) {
         epoll_event event;
         // Events taken by a thread but not yet reached go first, to whichever
         // thread comes free: none waits behind another's long call.
-        if (!takePending(&event)) {
+        if (keptCount > 0) {
+            event = kept[--keptCount];
+        } else if (!takePending(&event)) {
             epoll_event events[kEventBatch];
             // With another thread waiting too, each takes one event, so that
             // both get work.
@@ -145,7 +151,11 @@ void Runtime::serveLoop() {
                     } else if (first < 0) {
                         first = i;
                     } else {
-                        mPending.push_back(events[i]);
+                        try {
+                            mPending.push_back(events[i]);
+                        } catch (const std::bad_alloc&) {
+                            kept[keptCount++] = events[i];
+                        }
                     }
                 }
                 mPendingCount.store(mPending.size(), std::memory_order_relaxed);
