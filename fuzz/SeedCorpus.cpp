@@ -193,6 +193,46 @@ void statusSeeds() {
     }
 }
 
+// Operation sequences of registry_fuzzer: a kind byte (operation, caller),
+// then the operation's choices, as the fuzzer reads them.
+uint8_t registryOp(int op, int caller) {
+    for (int b = 0; b < 128; ++b) {
+        if (b % 10 == op && (b >> 4) % 4 == caller) return static_cast<uint8_t>(b);
+    }
+    return static_cast<uint8_t>(op);
+}
+
+void registrySeeds() {
+    enum { kAdd, kGet, kList, kListBy, kNotify, kDump, kTransport, kPassthrough, kKill };
+    ByteWriter w;
+    w.u8(0);  // no policy
+    // Every fingerprint instance, by another pid's new listener.
+    w.u8(registryOp(kNotify, 1)).u8(0).u8(170).u8(0).u8(0);
+    w.u8(registryOp(kAdd, 0)).u8(0).u8(0).u8(2).u8(0).u8(3).u8(0);  // n0, local, this pid
+    w.u8(registryOp(kAdd, 2)).u8(1).u8(0).u8(2).u8(1).u8(3).u8(1);  // n1, remote
+    w.u8(registryOp(kAdd, 3)).u8(1).u8(100).u8(1);                  // n1 again, another pid
+    w.u8(registryOp(kList, 1)).u8(registryOp(kListBy, 1)).u8(1);
+    w.u8(registryOp(kDump, 2)).u8(registryOp(kGet, 3)).u8(1).u8(1);
+    w.u8(registryOp(kKill, 0)).u8(0).u8(registryOp(kList, 0));
+    w.u8(registryOp(kTransport, 1)).u8(0).u8(0).u8(registryOp(kPassthrough, 2)).u8(1).u8(2);
+    save("registry_fuzzer", w.data());
+
+    // Long names and interfaces from several pids, then the listings.
+    ByteWriter floods;
+    floods.u8(1);  // with a policy
+    for (int i = 0; i < 40; ++i) {
+        const auto length = static_cast<uint16_t>(1500 * i);
+        if (i % 3 == 2) {
+            floods.u8(registryOp(kNotify, i % 4)).u8(210).u8(200).u16(length).u8(0).u8(0).u8(0);
+        } else {
+            floods.u8(registryOp(kAdd, i % 4)).u8(200).u16(length).u8(0).u8(1).u8(1);
+            floods.u8(static_cast<uint8_t>(i & 1));
+        }
+    }
+    floods.u8(registryOp(kDump, 1)).u8(registryOp(kList, 2));
+    save("registry_fuzzer", floods.data());
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -215,6 +255,7 @@ int main(int argc, char** argv) {
     proxySeeds();
     frameSeeds(parcels, &translator);
     statusSeeds();
+    registrySeeds();
 
     for (Parcel* p : parcels) delete p;
     native_handle_delete(nh);
