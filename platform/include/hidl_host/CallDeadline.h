@@ -22,6 +22,7 @@
 #pragma once
 
 #include <android/hidl/base/1.0/IBase.h>
+#include <hwbinder/IBinder.h>
 #include <utils/Errors.h>
 #include <utils/StrongPointer.h>
 
@@ -51,6 +52,8 @@ class ScopedCallTimeout {
 // proxy of another process.
 status_t setCallTimeout(const sp<::android::hidl::base::V1_0::IBase>& proxy,
                         std::chrono::milliseconds timeout);
+// The same for a proxy binder.
+status_t setCallTimeout(const sp<IBinder>& proxy, std::chrono::milliseconds timeout);
 
 }  // namespace host
 }  // namespace hardware

@@ -714,7 +714,11 @@ ScopedCallTimeout::~ScopedCallTimeout() {
 status_t setCallTimeout(const sp<::android::hidl::base::V1_0::IBase>& proxy,
                         std::chrono::milliseconds timeout) {
     if (proxy == nullptr) return BAD_VALUE;
-    sp<IBinder> binder = getOrCreateCachedBinder(proxy.get());
+    return setCallTimeout(getOrCreateCachedBinder(proxy.get()), timeout);
+}
+
+status_t setCallTimeout(const sp<IBinder>& binder, std::chrono::milliseconds timeout) {
+    if (binder == nullptr) return BAD_VALUE;
     if (!isSocketBinder(binder)) return INVALID_OPERATION;
     const int64_t ms = timeout.count() < 0 ? -1 : timeout.count();
     return socket::Runtime::get().setProxyTimeout(binder->remoteBinder()->handle(), ms)
