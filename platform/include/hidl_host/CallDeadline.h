@@ -28,6 +28,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <optional>
 
 namespace android {
 namespace hardware {
@@ -39,6 +40,8 @@ class ScopedCallTimeout {
   public:
     explicit ScopedCallTimeout(std::chrono::milliseconds timeout);
     ~ScopedCallTimeout();
+    // The timeout of the innermost scope alive on this thread, if any.
+    static std::optional<std::chrono::milliseconds> current();
     ScopedCallTimeout(const ScopedCallTimeout&) = delete;
     ScopedCallTimeout& operator=(const ScopedCallTimeout&) = delete;
 

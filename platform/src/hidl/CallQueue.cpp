@@ -169,7 +169,7 @@ struct CallQueueSet::State : hidl_death_recipient {
     }
 
     // The worker of key's queue ran out of calls.
-    void drained(const IBinder* key, const std::shared_ptr<CallQueue::Core>& core) {
+    void drained(const void* key, const std::shared_ptr<CallQueue::Core>& core) {
         Object unlink;
         {
             std::lock_guard<std::mutex> guard(lock);
@@ -184,7 +184,7 @@ struct CallQueueSet::State : hidl_death_recipient {
 
     const CallQueueLimits limits;
     mutable std::mutex lock;  // taken before a queue's own
-    std::map<const IBinder*, Entry> queues;
+    std::map<const void*, Entry> queues;
     uint64_t nextCookie = 1;
 };
 
@@ -206,15 +206,19 @@ CallQueueSet::~CallQueueSet() {
 
 status_t CallQueueSet::post(const Object& object, CallQueue::Call call, size_t bytes) {
     if (object == nullptr || !call) return BAD_VALUE;
-    // The binder names the object: every interface wrapper of one remote
-    // object shares it. The entry's reference keeps the address taken.
-    sp<IBinder> binder = getOrCreateCachedBinder(object.get());
-    if (binder == nullptr) return BAD_VALUE;
+    // A remote object is named by its binder, which every interface wrapper
+    // of it shares; a local one by itself. The entry's reference keeps the
+    // address taken.
+    const void* key = object.get();
+    if (object->isRemote()) {
+        sp<IBinder> binder = getOrCreateCachedBinder(object.get());
+        if (binder == nullptr) return BAD_VALUE;
+        key = binder.get();
+    }
     std::unique_lock<std::mutex> guard(mState->lock);
-    auto it = mState->queues.find(binder.get());
+    auto it = mState->queues.find(key);
     if (it == mState->queues.end()) {
         auto core = std::make_shared<CallQueue::Core>(mLimits);
-        const IBinder* key = binder.get();
         wp<State> weak = mState;
         std::weak_ptr<CallQueue::Core> weakCore = core;
         core->drained = [weak, key, weakCore] {

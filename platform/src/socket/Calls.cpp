@@ -711,6 +711,12 @@ ScopedCallTimeout::~ScopedCallTimeout() {
     socket::tScopedTimeoutMs = mPrevious;
 }
 
+std::optional<std::chrono::milliseconds> ScopedCallTimeout::current() {
+    const int64_t ms = socket::tScopedTimeoutMs;
+    if (ms < 0) return std::nullopt;
+    return std::chrono::milliseconds(ms);
+}
+
 status_t setCallTimeout(const sp<::android::hidl::base::V1_0::IBase>& proxy,
                         std::chrono::milliseconds timeout) {
     if (proxy == nullptr) return BAD_VALUE;
