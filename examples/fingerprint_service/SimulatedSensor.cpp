@@ -1,7 +1,13 @@
 #include "SimulatedSensor.h"
 
+#include <hidl/HidlBinderSupport.h>
 #include <hidl/Status.h>
+#include <hidl_host/SocketTransport.h>
+#include <hwbinder/IPCThreadState.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <chrono>
 #include <cstdarg>
 #include <cstdio>
 #include <utility>
@@ -40,41 +46,35 @@ Record filled(uint8_t marker) {
 
 SimulatedSensor::SimulatedSensor()
     : mConfig{{"sensor.model", "zuv-sim-1"}, {"match.threshold", "42"}, {"led.color", "green"}},
-      mEnrollments{"finger-1", "finger-2"} {
-    mWorker = std::thread([this] { worker(); });
-}
+      mEnrollments{"finger-1", "finger-2"} {}
 
-SimulatedSensor::~SimulatedSensor() {
+SimulatedSensor::~SimulatedSensor() = default;
+
+int32_t SimulatedSensor::post(const sp<fp::IZuvExtendedFingerprintCallback>& callback,
+                              const char* operation, size_t bytes, std::function<void()> report) {
+    const ::android::status_t err = mReports.post(callback, std::move(report), bytes);
+    if (err == ::android::OK) return 0;
+    // At most a line a second: a client asking on regardless must not fill
+    // the log.
+    const auto now = std::chrono::steady_clock::now();
+    size_t unsaid = 0;
     {
         std::lock_guard<std::mutex> lock(mLock);
-        mStopping = true;
+        if (now - mLastRefusalSaid < std::chrono::seconds(1)) {
+            ++mRefusalsUnsaid;
+            return kReportQueueFull;
+        }
+        mLastRefusalSaid = now;
+        unsaid = mRefusalsUnsaid;
+        mRefusalsUnsaid = 0;
     }
-    mWork.notify_all();
-    mWorker.join();
-}
-
-void SimulatedSensor::post(std::function<void()> report) {
-    {
-        std::lock_guard<std::mutex> lock(mLock);
-        mReports.push_back(std::move(report));
-    }
-    mWork.notify_one();
-}
-
-void SimulatedSensor::worker() {
-    std::unique_lock<std::mutex> lock(mLock);
-    while (true) {
-        mWork.wait(lock, [&] { return mStopping || !mReports.empty(); });
-        if (mReports.empty()) return;
-        auto report = std::move(mReports.front());
-        mReports.pop_front();
-        mReporting = true;
-        lock.unlock();
-        report();
-        lock.lock();
-        mReporting = false;
-        if (mReports.empty()) mIdle.notify_all();
-    }
+    const auto& limits = mReports.limits();
+    say("%s from pid %d refused (%d): its callback's report queue is full (%zu reports, %zu "
+        "KiB); the client must return from its callbacks before it asks for more (%zu "
+        "refusals not shown)",
+        operation, ::android::hardware::IPCThreadState::self()->getCallingPid(), kReportQueueFull,
+        limits.maxCalls, limits.maxBytes / 1024, unsaid);
+    return kReportQueueFull;
 }
 
 Return<void> SimulatedSensor::setConfigValue(const hidl_string& key, const hidl_string& value) {
@@ -136,7 +136,8 @@ Return<int32_t> SimulatedSensor::match(const sp<fp::IZuvExtendedFingerprintCallb
         known ? "matched" : "no match");
     std::string name = finger;
     std::vector<uint8_t> data(image.begin(), image.end());
-    post([this, callback, framework, known, name, data] {
+    const size_t bytes = data.size() + name.size();
+    return post(callback, "match", bytes, [this, callback, framework, known, name, data] {
         // Holding a wake lock while reading the finger, as a device would.
         if (framework != nullptr) check(framework->setWakelock(1, 0), "setWakelock");
         {
@@ -152,7 +153,6 @@ Return<int32_t> SimulatedSensor::match(const sp<fp::IZuvExtendedFingerprintCallb
         check(callback->onMatch(known ? kMatched : kNoMatch, name, score, data, {}), "onMatch");
         if (framework != nullptr) check(framework->setWakelock(0, 0), "setWakelock");
     });
-    return 0;
 }
 
 Return<int32_t> SimulatedSensor::cancel() {
@@ -165,13 +165,12 @@ Return<int32_t> SimulatedSensor::startCapture(
         const sp<fp::IZuvExtendedFingerprintCallback>& callback, int32_t value) {
     if (callback == nullptr) return -1;
     say("capture requested (mode %d)", value);
-    post([callback] {
-        constexpr uint32_t kWidth = 8, kHeight = 8;
+    constexpr uint32_t kWidth = 8, kHeight = 8;
+    return post(callback, "startCapture", kWidth * kHeight, [callback] {
         std::vector<uint8_t> frame(kWidth * kHeight);
         for (size_t i = 0; i < frame.size(); ++i) frame[i] = static_cast<uint8_t>(i * 3);
         check(callback->onCapture(kWidth, kHeight, frame), "onCapture");
     });
-    return 0;
 }
 
 Return<int32_t> SimulatedSensor::retrieveDebugData(
@@ -182,14 +181,13 @@ Return<int32_t> SimulatedSensor::retrieveDebugData(
         std::lock_guard<std::mutex> lock(mLock);
         last = mLastMatch;
     }
-    post([callback, last] {
+    return post(callback, "retrieveDebugData", last.size(), [callback, last] {
         fp::CaptureDebugData entry;
         entry.text = "last match: " + (last.empty() ? std::string("none") : last);
         entry.bytes = std::vector<uint8_t>{0xde, 0xbf};
         check(callback->onCaptureDebugData(std::vector<fp::CaptureDebugData>{entry}),
               "onCaptureDebugData");
     });
-    return 0;
 }
 
 Return<int32_t> SimulatedSensor::registerAndroidServices(
@@ -283,11 +281,16 @@ Return<int32_t> SimulatedSensor::notifyPowerState(int32_t value) {
 Return<int32_t> SimulatedSensor::testInit() {
     return 0;
 }
-// Ends a test session: returns once every pending report has reached the
-// client, so a client may exit right after without cutting one off.
+// Ends a test session: returns once every pending report to the caller's
+// callbacks has reached it (or failed), so a client may exit right after
+// without cutting one off. Other clients' reports are not waited for.
 Return<int32_t> SimulatedSensor::testDeinit() {
-    std::unique_lock<std::mutex> lock(mLock);
-    mIdle.wait(lock, [&] { return mStopping || (mReports.empty() && !mReporting); });
+    pid_t caller = ::android::hardware::IPCThreadState::self()->getCallingPid();
+    if (caller == getpid()) caller = 0;  // its objects are local, pid 0 below
+    mReports.waitIdle([caller](const ::android::hardware::host::CallQueueSet::Object& object) {
+        return ::android::hardware::host::socketBinderPid(
+                       ::android::hardware::getOrCreateCachedBinder(object.get())) == caller;
+    });
     return 0;
 }
 Return<void> SimulatedSensor::testParamGet(int32_t paramId, testParamGet_cb _hidl_cb) {

@@ -1,21 +1,24 @@
 // A fingerprint service without hardware: configuration values, a few
 // enrolled fingers, and a matcher that reports through the client's callback
 // object from a worker thread, as a real sensor reports after the finger
-// has been read.
+// has been read. Each callback object has its own bounded report queue
+// (hidl_host/CallQueue.h): a client that does not take its reports delays
+// only itself, and once its queue is full the operation that would add a
+// report answers kReportQueueFull.
 #pragma once
 
+#include <hidl_host/CallQueue.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/IDaxAndroidServices.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/IZuvExtendedFingerprint.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/IZuvExtendedFingerprintCallback.h>
 
-#include <condition_variable>
+#include <cerrno>
+#include <chrono>
 #include <cstdint>
-#include <deque>
 #include <functional>
 #include <map>
 #include <mutex>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace zuv_demo {
@@ -29,6 +32,9 @@ using ::android::hardware::Return;
 // Results reported through onMatch's first argument.
 constexpr int32_t kMatched = 0;
 constexpr int32_t kNoMatch = 1;
+// What match, startCapture and retrieveDebugData answer when the callback's
+// report queue is full.
+constexpr int32_t kReportQueueFull = -ENOBUFS;
 
 class SimulatedSensor : public fp::IZuvExtendedFingerprint {
   public:
@@ -103,9 +109,10 @@ class SimulatedSensor : public fp::IZuvExtendedFingerprint {
     Return<int32_t> skipFingerDetect() override;
 
   private:
-    // Runs reports one at a time, after the call that asked for them returned.
-    void post(std::function<void()> report);
-    void worker();
+    // Queues a report to callback, run after the call that asked for it has
+    // returned; 0, or kReportQueueFull (said on stdout) when refused.
+    int32_t post(const sp<fp::IZuvExtendedFingerprintCallback>& callback, const char* operation,
+                 size_t bytes, std::function<void()> report);
 
     std::mutex mLock;
     std::map<std::string, std::string> mConfig;
@@ -116,13 +123,11 @@ class SimulatedSensor : public fp::IZuvExtendedFingerprint {
     bool mIvv = false;
     bool mCancelled = false;
     std::string mLastMatch;
+    std::chrono::steady_clock::time_point mLastRefusalSaid{};
+    size_t mRefusalsUnsaid = 0;
 
-    std::condition_variable mWork;
-    std::condition_variable mIdle;  // the worker has nothing queued or running
-    std::deque<std::function<void()>> mReports;
-    bool mReporting = false;
-    bool mStopping = false;
-    std::thread mWorker;
+    // Last member: destroyed first, while the reports may still use the rest.
+    ::android::hardware::host::CallQueueSet mReports;
 };
 
 }  // namespace zuv_demo

@@ -41,6 +41,7 @@ enum Code : uint32_t {
     kBlob = 13,           // int32 size, buffer -> size, byte sum
     kReturn = 14,         // binder -> the same binder
     kReadFd = 15,         // native handle of one fd -> the int32 read from it
+    kSleep = 16,          // int32 ms -> ms, answered after that long
     kRegister = 100,      // hub: int32 tag, binder
     kNotify = 101,        // hub: int32 value
 };
@@ -145,6 +146,11 @@ class TestObject : public BHwBinder {
                 if (hub != nullptr) hub->transact(kNotify, note, &ignored);
                 for (;;) pause();
             }
+            case kSleep:
+                data.readInt32(&v);
+                std::this_thread::sleep_for(std::chrono::milliseconds(v));
+                reply->writeInt32(v);
+                break;
             case kBlob: {
                 int32_t size = 0;
                 data.readInt32(&size);

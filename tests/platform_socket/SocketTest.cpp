@@ -1,6 +1,7 @@
 // Calls between real processes: two-way and oneway, ordering, concurrency,
 // callbacks, objects handed to a third process, reference counts across
 // processes and the death of peers.
+#include <hidl_host/CallDeadline.h>
 #include <hidl_host/Loopback.h>
 
 #include <atomic>
@@ -114,6 +115,47 @@ TEST_F(SocketTest, CallbackIsServedWhileTheCallerWaits) {
         data.writeInt32(99);
         EXPECT_EQ(statusAndValue(object, code, data), std::make_pair(int32_t{OK}, 99)) << code;
     }
+}
+
+TEST_F(SocketTest, DeadlinesOfThreadAndProxyEndOnlyTheirOwnCalls) {
+    using android::TIMED_OUT;
+    using android::hardware::host::ScopedCallTimeout;
+    using android::hardware::host::setCallTimeout;
+    sp<IBinder> object = startPeer(2);
+    ASSERT_NE(object, nullptr);
+    int32_t got = -1;
+    auto sleepy = [&](int32_t ms) {
+        Parcel data, reply;
+        data.writeInt32(ms);
+        got = -1;
+        status_t err = object->transact(peer::kSleep, data, &reply);
+        if (err == OK) reply.readInt32(&got);
+        return err;
+    };
+    {
+        ScopedCallTimeout bound(100ms);
+        const auto start = std::chrono::steady_clock::now();
+        EXPECT_EQ(sleepy(400), TIMED_OUT);
+        // Right after, a call as short fails at once; one without a deadline
+        // is made, and takes its own reply, not the late one.
+        EXPECT_EQ(sleepy(0), TIMED_OUT);
+        {
+            ScopedCallTimeout unbounded(0ms);
+            EXPECT_EQ(sleepy(5), OK);
+            EXPECT_EQ(got, 5);
+        }
+        EXPECT_LT(std::chrono::steady_clock::now() - start, 300ms);
+    }
+    // The proxy's own deadline holds on any thread; a thread's outranks it.
+    ASSERT_EQ(setCallTimeout(object, 100ms), OK);
+    EXPECT_EQ(std::async(std::launch::async, [&] { return sleepy(400); }).get(), TIMED_OUT);
+    {
+        ScopedCallTimeout longer(2000ms);
+        EXPECT_EQ(sleepy(300), OK);
+        EXPECT_EQ(got, 300);
+    }
+    EXPECT_EQ(setCallTimeout(sp<IBinder>(new peer::TestObject()), 100ms),
+              android::INVALID_OPERATION);
 }
 
 TEST_F(SocketTest, ForwardedNodeIsCalledDirectlyAndLivesWhileAnyProcessHoldsIt) {

@@ -60,7 +60,8 @@ sp<IBinder> getContextObject();
 // connect, the send and the wait for the reply. Zero (the default, as on a
 // device) waits as long as the peer takes. A call past its deadline fails with
 // TIMED_OUT and its connection is closed. ZUV_HIDL_CALL_TIMEOUT_MS sets the
-// starting value; the service-manager daemon sets its own.
+// starting value; the service-manager daemon sets its own. A thread or a
+// proxy may have its own (hidl_host/CallDeadline.h).
 constexpr const char* kCallTimeoutEnvVar = "ZUV_HIDL_CALL_TIMEOUT_MS";
 void setCallTimeout(std::chrono::milliseconds timeout);
 std::chrono::milliseconds callTimeout();

@@ -1,10 +1,13 @@
 // Carrying transactions: the binder translation of each parcel, the call
 // path of a proxy and the serving of incoming frames.
+#include <hidl/HidlBinderSupport.h>
+#include <hidl_host/CallDeadline.h>
 #include <hidl_host/CallingIdentity.h>
 #include <hidl_host/WireImage.h>
 #include <signal.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -78,8 +81,18 @@ void closeAll(const std::vector<int>& fds) {
     for (int fd : fds) ::close(fd);
 }
 
-Deadline callDeadline() {
-    const std::chrono::milliseconds timeout = callTimeout();
+// The timeout of the innermost ScopedCallTimeout alive on this thread; -1
+// when there is none. Read on every call, so a plain thread-local.
+thread_local int64_t tScopedTimeoutMs = -1;
+
+// This thread's timeout for a call through a proxy with proxyTimeoutMs.
+std::chrono::milliseconds timeoutFor(int64_t proxyTimeoutMs) {
+    int64_t ms = tScopedTimeoutMs;
+    if (ms < 0) ms = proxyTimeoutMs;
+    return ms < 0 ? callTimeout() : std::chrono::milliseconds(ms);
+}
+
+Deadline deadlineAfter(std::chrono::milliseconds timeout) {
     if (timeout.count() == 0) return std::nullopt;
     return Clock::now() + timeout;
 }
@@ -373,15 +386,16 @@ status_t Runtime::transact(uint64_t handle, uint32_t code, const Parcel& data, P
     header.code = code;
     header.flags = oneway ? IBinder::FLAG_ONEWAY : 0;
 
+    const std::chrono::milliseconds timeout = timeoutFor(target.timeoutMs);
     bool sent = false;
     if (oneway) {
-        err = sendOneway(target.peer, header, translator.table, &image, false);
+        err = sendOneway(target.peer, header, translator.table, &image, false, timeout);
         sent = err == OK;
     } else {
         // Even an unwanted reply is rebuilt: binders in it hold references.
         std::optional<Parcel> discarded;
         if (reply == nullptr) reply = &discarded.emplace();
-        err = roundTrip(target.peer, header, translator.table, &image, reply, &sent);
+        err = roundTrip(target.peer, header, translator.table, &image, reply, &sent, timeout);
     }
     if (!sent) translator.rollback();
     return err;
@@ -394,24 +408,26 @@ status_t Runtime::requestGrant(const std::shared_ptr<Peer>& owner, uint64_t node
     header.node = node;
     header.code = static_cast<uint32_t>(grantee);
     bool sent = false;
-    status_t err = roundTrip(owner, header, {}, nullptr, nullptr, &sent);
+    status_t err = roundTrip(owner, header, {}, nullptr, nullptr, &sent, timeoutFor(-1));
     // The transaction being built fails, not its target.
     return err == OK ? OK : FAILED_TRANSACTION;
 }
 
 status_t Runtime::roundTrip(const std::shared_ptr<Peer>& peer, const FrameHeader& header,
                             const std::vector<BinderRef>& table, const WireImage* image,
-                            Parcel* reply, bool* sent) {
+                            Parcel* reply, bool* sent, std::chrono::milliseconds timeout) {
     *sent = false;
-    const Deadline deadline = callDeadline();
+    const Deadline deadline = deadlineAfter(timeout);
     Connection* conn = nestedConnectionTo(peer->pid);
     std::unique_ptr<Connection> owned;
     if (conn == nullptr) {
         if (deadline) {
             std::lock_guard<std::mutex> lock(peer->poolLock);
-            // It did not answer within the deadline a moment ago; asking
-            // again now would only hold this thread as long again.
-            if (Clock::now() < peer->unresponsiveUntil) return TIMED_OUT;
+            // It did not answer within as long a moment ago; asking again
+            // now would only hold this thread as long again.
+            if (Clock::now() < peer->unresponsiveUntil && timeout <= peer->unresponsiveWithin) {
+                return TIMED_OUT;
+            }
         }
         status_t err = takeConnection(peer, deadline, &owned);
         if (err != OK) return err;
@@ -424,9 +440,14 @@ status_t Runtime::roundTrip(const std::shared_ptr<Peer>& peer, const FrameHeader
         *sent = true;
         err = awaitReply(conn, header.seq, reply, deadline);
     }
-    if (err == TIMED_OUT) {
+    if (err == TIMED_OUT && deadline) {
         std::lock_guard<std::mutex> lock(peer->poolLock);
-        peer->unresponsiveUntil = Clock::now() + callTimeout();
+        const Clock::time_point now = Clock::now();
+        // A longer timeout that expired still stands for the calls it covers.
+        if (now >= peer->unresponsiveUntil || timeout >= peer->unresponsiveWithin) {
+            peer->unresponsiveUntil = now + timeout;
+            peer->unresponsiveWithin = timeout;
+        }
     }
     if (owned != nullptr) returnConnection(peer, std::move(owned));
     return err;
@@ -434,8 +455,8 @@ status_t Runtime::roundTrip(const std::shared_ptr<Peer>& peer, const FrameHeader
 
 status_t Runtime::sendOneway(const std::shared_ptr<Peer>& peer, const FrameHeader& header,
                              const std::vector<BinderRef>& table, const WireImage* image,
-                             bool mayQueue) {
-    const Deadline deadline = callDeadline();
+                             bool mayQueue, std::chrono::milliseconds timeout) {
+    const Deadline deadline = deadlineAfter(timeout);
     std::lock_guard<std::mutex> lock(peer->onewayLock);
     if (peer->dead) return DEAD_OBJECT;
     if (peer->oneway == nullptr || peer->oneway->broken()) {
@@ -680,6 +701,37 @@ void Runtime::serveTransaction(Connection* conn, Frame& frame) {
 }
 
 }  // namespace socket
+
+ScopedCallTimeout::ScopedCallTimeout(std::chrono::milliseconds timeout)
+    : mPrevious(socket::tScopedTimeoutMs) {
+    socket::tScopedTimeoutMs = std::max<int64_t>(timeout.count(), 0);
+}
+
+ScopedCallTimeout::~ScopedCallTimeout() {
+    socket::tScopedTimeoutMs = mPrevious;
+}
+
+std::optional<std::chrono::milliseconds> ScopedCallTimeout::current() {
+    const int64_t ms = socket::tScopedTimeoutMs;
+    if (ms < 0) return std::nullopt;
+    return std::chrono::milliseconds(ms);
+}
+
+status_t setCallTimeout(const sp<::android::hidl::base::V1_0::IBase>& proxy,
+                        std::chrono::milliseconds timeout) {
+    if (proxy == nullptr) return BAD_VALUE;
+    return setCallTimeout(getOrCreateCachedBinder(proxy.get()), timeout);
+}
+
+status_t setCallTimeout(const sp<IBinder>& binder, std::chrono::milliseconds timeout) {
+    if (binder == nullptr) return BAD_VALUE;
+    if (!isSocketBinder(binder)) return INVALID_OPERATION;
+    const int64_t ms = timeout.count() < 0 ? -1 : timeout.count();
+    return socket::Runtime::get().setProxyTimeout(binder->remoteBinder()->handle(), ms)
+                   ? OK
+                   : INVALID_OPERATION;
+}
+
 }  // namespace host
 }  // namespace hardware
 }  // namespace android

@@ -239,7 +239,7 @@ sp<IBinder> Runtime::proxyFor(pid_t pid, uint64_t node, uint64_t refs) {
         const uint64_t handle = mNextHandle++;
         proxy = new BpHwBinder(mLink, handle);
         dead = peer->dead;
-        mProxies[handle] = ProxyEntry{peer, node, refs, proxy, dead};
+        mProxies[handle] = ProxyEntry{peer, node, refs, proxy, dead, -1};
         if (!dead) mProxyIndex[{pid, node}] = handle;
         ++peer->proxies;
     }
@@ -271,9 +271,20 @@ bool Runtime::proxyTarget(uint64_t handle, ProxyTarget* out) {
     out->peer = it->second.peer;
     out->node = it->second.node;
     out->dead = it->second.dead || mStopping;
+    out->timeoutMs = it->second.timeoutMs;
     // Changes are made under the lock and move the epoch on: this one holds
     // until the next.
     cached = CachedTarget{this, handle, mProxyEpoch.load(std::memory_order_relaxed), *out};
+    return true;
+}
+
+bool Runtime::setProxyTimeout(uint64_t handle, int64_t timeoutMs) {
+    std::lock_guard<std::mutex> lock(mLock);
+    auto it = mProxies.find(handle);
+    if (it == mProxies.end()) return false;
+    it->second.timeoutMs = timeoutMs;
+    // What threads remember of the proxy is stale now.
+    mProxyEpoch.fetch_add(1, std::memory_order_release);
     return true;
 }
 
@@ -311,7 +322,7 @@ void Runtime::proxyDestroyed(uint64_t handle) {
         header.code = count;
         // Never waits for the peer; a lost release only keeps the node until
         // this process dies.
-        (void)sendOneway(peer, header, {}, nullptr, true);
+        (void)sendOneway(peer, header, {}, nullptr, true, callTimeout());
     }
 }
 

@@ -21,6 +21,7 @@
 #include <sys/types.h>
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
@@ -67,7 +68,7 @@ struct Peer {
     std::condition_variable poolFree;
     std::vector<std::unique_ptr<Connection>> idle;
     size_t outgoing = 0;
-    std::atomic<size_t> poolWaiters{0};     // callers waiting for a connection to come back
+    std::atomic<size_t> poolWaiters{0};  // callers waiting for a connection to come back
     // The connection given back last, owned here and passed on without the
     // pool's lock: a thread calling one peer again and again takes it back.
     std::atomic<Connection*> hot{nullptr};
@@ -75,7 +76,10 @@ struct Peer {
     std::unique_ptr<Connection> takeHot() {
         return std::unique_ptr<Connection>(hot.exchange(nullptr, std::memory_order_seq_cst));
     }
-    Clock::time_point unresponsiveUntil{};  // calls with a deadline fail at once until then
+    // After a call timed out: until then, calls whose timeout is no longer
+    // than the one that expired fail at once.
+    Clock::time_point unresponsiveUntil{};
+    std::chrono::milliseconds unresponsiveWithin{0};
 
     // Every oneway call and release to this peer goes down this one
     // connection, so they arrive in the order sent.
@@ -93,6 +97,7 @@ struct ProxyTarget {
     std::shared_ptr<Peer> peer;
     uint64_t node = 0;
     bool dead = true;
+    int64_t timeoutMs = -1;  // the proxy's own call timeout; -1: none set
 };
 
 // A connection a peer opened to this process.
@@ -142,6 +147,8 @@ class Runtime {
     sp<BHwBinder> findTarget(uint64_t node, pid_t caller);
     sp<BHwBinder> findHome(uint64_t node);
     bool proxyTarget(uint64_t handle, ProxyTarget* out);
+    // False when no such proxy exists.
+    bool setProxyTimeout(uint64_t handle, int64_t timeoutMs);
 
   private:
     Runtime();
@@ -184,9 +191,10 @@ class Runtime {
     void returnConnection(const std::shared_ptr<Peer>& peer, std::unique_ptr<Connection> conn);
     status_t roundTrip(const std::shared_ptr<Peer>& peer, const FrameHeader& header,
                        const std::vector<BinderRef>& table, const WireImage* image, Parcel* reply,
-                       bool* sent);
+                       bool* sent, std::chrono::milliseconds timeout);
     status_t sendOneway(const std::shared_ptr<Peer>& peer, const FrameHeader& header,
-                        const std::vector<BinderRef>& table, const WireImage* image, bool mayQueue);
+                        const std::vector<BinderRef>& table, const WireImage* image, bool mayQueue,
+                        std::chrono::milliseconds timeout);
     status_t awaitReply(Connection* conn, uint64_t seq, Parcel* reply, Deadline deadline);
     status_t receiveParcel(const Connection& conn, const Frame& frame, Parcel* out);
 
@@ -216,6 +224,7 @@ class Runtime {
         uint64_t refs;  // references granted to us, released when the proxy goes
         wp<BpHwBinder> proxy;
         bool dead;
+        int64_t timeoutMs = -1;
     };
     std::unordered_map<uint64_t, ProxyEntry> mProxies;
     std::map<std::pair<pid_t, uint64_t>, uint64_t> mProxyIndex;

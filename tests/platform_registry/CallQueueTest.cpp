@@ -1,0 +1,75 @@
+// The ordered, bounded call queues a service reports through.
+#include <gtest/gtest.h>
+#include <hidl_host/CallDeadline.h>
+#include <hidl_host/CallQueue.h>
+
+#include <atomic>
+#include <chrono>
+#include <future>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using namespace std::chrono_literals;
+using android::OK;
+using android::sp;
+using android::hardware::host::CallQueue;
+using android::hardware::host::CallQueueLimits;
+using android::hardware::host::CallQueueSet;
+using android::hardware::host::kCallQueueFull;
+using android::hardware::host::ScopedCallTimeout;
+using android::hidl::base::V1_0::IBase;
+
+TEST(CallQueueTest, RunsInOrderUnderItsDeadlineAndRefusesPastItsBounds) {
+    CallQueue queue(CallQueueLimits{4, 100, 250ms});
+    std::promise<void> release;
+    std::shared_future<void> released = release.get_future().share();
+    std::mutex lock;
+    std::vector<int> order;
+    std::vector<std::optional<std::chrono::milliseconds>> deadlines;
+    for (int i = 0; i < 4; ++i) {
+        ASSERT_EQ(queue.post(
+                          [&, i] {
+                              if (i == 0) released.wait();
+                              std::lock_guard<std::mutex> guard(lock);
+                              order.push_back(i);
+                              deadlines.push_back(ScopedCallTimeout::current());
+                          },
+                          20),
+                  OK);
+    }
+    // Full by count, and by bytes once there is room again.
+    EXPECT_EQ(queue.post([] {}), kCallQueueFull);
+    release.set_value();
+    ASSERT_TRUE(queue.waitIdle(std::chrono::steady_clock::now() + 5s));
+    EXPECT_EQ(order, (std::vector<int>{0, 1, 2, 3}));
+    EXPECT_EQ(deadlines, decltype(deadlines)(4, 250ms));
+    EXPECT_EQ(queue.post([] {}, 101), kCallQueueFull);
+    EXPECT_EQ(queue.post([] {}, 100), OK);
+    EXPECT_FALSE(ScopedCallTimeout::current());  // the poster's thread is left alone
+}
+
+TEST(CallQueueTest, StalledObjectDelaysNoOtherAndIdleQueuesAreDropped) {
+    CallQueueSet queues;
+    sp<IBase> stalled = new IBase(), other = new IBase();
+    std::promise<void> release;
+    std::shared_future<void> released = release.get_future().share();
+    ASSERT_EQ(queues.post(stalled, [released] { released.wait(); }), OK);
+    std::promise<void> ran;
+    ASSERT_EQ(queues.post(other, [&ran] { ran.set_value(); }), OK);
+    EXPECT_EQ(ran.get_future().wait_for(2s), std::future_status::ready);
+    // Waiting for the other object's queue does not wait for the stalled one.
+    EXPECT_TRUE(queues.waitIdle([&](const CallQueueSet::Object& o) { return o == other; },
+                                std::chrono::steady_clock::now() + 2s));
+    EXPECT_EQ(queues.size(), 1u);
+    release.set_value();
+    EXPECT_TRUE(queues.waitIdle([](const CallQueueSet::Object&) { return true; },
+                                std::chrono::steady_clock::now() + 2s));
+    // The worker drops the queue right after it ran dry.
+    for (int i = 0; i < 200 && queues.size() != 0; ++i) std::this_thread::sleep_for(5ms);
+    EXPECT_EQ(queues.size(), 0u);
+}
+
+}  // namespace
