@@ -73,6 +73,9 @@ bool ownerAlive(pid_t owner, unsigned long long start) {
 
 }  // namespace
 
+// Set by the registry's destructor when it runs on one of its own delivery threads.
+static thread_local const void* tDestroyed = nullptr;
+
 // Holds the registry weakly: the registry holds the watch.
 class InProcessServiceManager::DeathWatch : public hidl_death_recipient {
   public:
@@ -95,8 +98,11 @@ InProcessServiceManager::~InProcessServiceManager() {
     }
     mWork.notify_all();
     for (std::thread& t : threads) {
-        // A listener of this process may drop the last reference on a delivery thread.
+        // A listener of this process may drop the last reference on a
+        // delivery thread: that thread returns at once instead of touching
+        // what is gone.
         if (t.get_id() == std::this_thread::get_id()) {
+            tDestroyed = this;
             t.detach();
         } else {
             t.join();
@@ -625,12 +631,14 @@ void InProcessServiceManager::deliveryLoop() {
                 if (linked && watch != nullptr) (void)object->unlinkToDeath(watch).isOk();
             }
             objects.clear();  // proxies released outside the lock
+            if (tDestroyed == this) return;
             lock.lock();
         } else if (!mDeadLinks.empty()) {
             std::vector<sp<IBase>> released;
             cleanUpSliceLocked(&released);
             lock.unlock();
             released.clear();
+            if (tDestroyed == this) return;
             lock.lock();
         } else if (!mReady.empty()) {
             const uint64_t id = mReady.front();
@@ -660,6 +668,7 @@ void InProcessServiceManager::deliveryLoop() {
                 }
             }
             callback.clear();
+            if (tDestroyed == this) return;
             lock.lock();
             it = mListeners.find(id);
             if (it == mListeners.end()) continue;
