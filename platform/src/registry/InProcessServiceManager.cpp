@@ -220,9 +220,9 @@ Return<bool> InProcessServiceManager::add(const hidl_string& name, const sp<IBas
     int32_t exception = Status::EX_SECURITY;
     bool logRefusal = true;
     {
-        std::lock_guard<std::mutex> lock(mLock);
+        std::unique_lock<std::mutex> lock(mLock);
         uint64_t link = 0;
-        if (identity != nullptr) {
+        while (identity != nullptr) {
             auto known = mLinkOf.find(identity);
             if (known != mLinkOf.end()) {
                 link = known->second;
@@ -232,6 +232,14 @@ Return<bool> InProcessServiceManager::add(const hidl_string& name, const sp<IBas
                     mUnlink.push_back({service, true});
                     schedule();
                 }
+            } else if (newLink == 0) {
+                // The link seen a moment ago went with its last entry.
+                lock.unlock();
+                bool alive = true;
+                newLink = watch(service, &alive);
+                if (!alive) return false;
+                lock.lock();
+                continue;
             } else {
                 auto pending = mPendingLinks.find(newLink);
                 const bool dead = pending == mPendingLinks.end() || pending->second;
@@ -241,6 +249,7 @@ Return<bool> InProcessServiceManager::add(const hidl_string& name, const sp<IBas
                 mLinks[link] = Link{service, identity, {}, 0};
                 mLinkOf[identity] = link;
             }
+            break;
         }
         // Checked for the whole chain before anything changes.
         size_t added = 0;

@@ -127,7 +127,8 @@ class InProcessServiceManager : public ::android::hidl::manager::V1_0::IServiceM
     void deliveryLoop();
     // Under mLock.
     void dropListenerLocked(uint64_t listenerId);
-    // Gives up slot's entry key: its owner's count and its place in a death link other than keptLink.
+    // Gives up slot's entry key: its owner's count, and its place in a
+    // death link other than keptLink.
     void detachLocked(const Instance& slot, const Key& key, uint64_t keptLink);
     void cleanUpSliceLocked(std::vector<sp<IBase>>* released);
     size_t countLocked() const;
