@@ -10,6 +10,13 @@
 //   stuck-listener           a registration listener whose socket never accepts
 //   sink NAME                serves NAME, counting its oneway calls ("count" answers)
 //   send NAME ID COUNT       COUNT oneway calls to NAME, exiting right after the last
+//   flood NAMES LISTENS LEN  one object added under NAMES distinct names, then one
+//                            listener registered for LISTENS distinct interfaces, all
+//                            names about LEN bytes; tells "names ACCEPTED STATUS" and
+//                            "listeners ACCEPTED STATUS" (the first refusal, or "none")
+//   slow-listener REGS ADDS  one listener that takes 0.5 s over each notification,
+//                            registered REGS times for every ITest, then ADDS ITest
+//                            objects added; "ready REGISTERED ADDED SLOWEST_ADD_MS"
 //
 // Prints "ready ..." once the attack is in place, then holds everything until
 // stdin closes. "open" answers how many of its connections the other side
@@ -31,6 +38,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstring>
@@ -292,6 +300,97 @@ void sink(const std::string& name) {
         std::to_string(::android::hardware::details::registerAsServiceInternal(service, name)));
 }
 
+constexpr const char* kFloodDescriptor = "vendor.zuv.test@1.0::IFlood";
+constexpr const char* kTestDescriptor = "vendor.zuv.test@1.0::ITest";
+
+struct Object : IBase {
+    explicit Object(std::string chainHead) : mDescriptor(std::move(chainHead)) {}
+    Return<void> interfaceChain(interfaceChain_cb cb) override {
+        cb({mDescriptor, IBase::descriptor});
+        return Void();
+    }
+    Return<void> interfaceDescriptor(interfaceDescriptor_cb cb) override {
+        cb(mDescriptor);
+        return Void();
+    }
+    const std::string mDescriptor;
+};
+
+void publishable(const char* descriptor) {
+    ::android::hardware::details::getBnConstructorMap().set(
+            descriptor, [](void* iface) -> sp<::android::hardware::IBinder> {
+                return new BnHwBase(static_cast<IBase*>(iface));
+            });
+}
+
+std::string padded(const std::string& head, size_t length) {
+    return head + std::string(length > head.size() ? length - head.size() : 0, 'x');
+}
+
+// Each call's outcome, counted until the first refusal, whose reason is told.
+template <typename Call>
+void flooding(const char* what, size_t count, Call call) {
+    size_t accepted = 0;
+    std::string refusal = "none";
+    for (size_t i = 0; i < count; ++i) {
+        Return<bool> ret = call(i);
+        if (ret.isOk() && static_cast<bool>(ret)) {
+            ++accepted;
+        } else if (refusal == "none") {
+            refusal = ret.isOk() ? "false" : ret.description();
+        }
+    }
+    say(std::string(what) + " " + std::to_string(accepted) + " " + refusal);
+}
+
+void flood(size_t names, size_t listens, size_t length) {
+    publishable(kFloodDescriptor);
+    ::android::hardware::ProcessState::self()->startThreadPool();
+    auto sm = ::android::hardware::defaultServiceManager();
+    if (sm == nullptr) return say("ready no daemon");
+    static sp<IBase> object = new Object(kFloodDescriptor);
+    flooding("names", names,
+             [&](size_t i) { return sm->add(padded(std::to_string(i), length), object); });
+    static sp<Listener> listener = new Listener();
+    flooding("listeners", listens, [&](size_t i) {
+        return sm->registerForNotifications(
+                padded("vendor.zuv.flood" + std::to_string(i) + "@1.0::I", length), "", listener);
+    });
+    say("ready");
+}
+
+struct SlowListener : ::android::hidl::manager::V1_0::IServiceNotification {
+    Return<void> onRegistration(const hidl_string&, const hidl_string&, bool) override {
+        std::this_thread::sleep_for(std::chrono::milliseconds(500));
+        return Void();
+    }
+};
+
+void slowListener(size_t registrations, size_t adds) {
+    publishable(kTestDescriptor);
+    ::android::hardware::ProcessState::self()->startThreadPool();
+    auto sm = ::android::hardware::defaultServiceManager();
+    if (sm == nullptr) return say("ready no daemon");
+    static sp<SlowListener> listener = new SlowListener();
+    size_t registered = 0, added = 0;
+    for (size_t i = 0; i < registrations; ++i) {
+        registered +=
+                sm->registerForNotifications(kTestDescriptor, "", listener).withDefault(false);
+    }
+    static std::vector<sp<IBase>> objects;
+    long slowest = 0;
+    for (size_t i = 0; i < adds; ++i) {
+        objects.push_back(new Object(kTestDescriptor));
+        const auto start = std::chrono::steady_clock::now();
+        added += sm->add("slow" + std::to_string(i), objects.back()).withDefault(false);
+        slowest = std::max<long>(slowest, std::chrono::duration_cast<std::chrono::milliseconds>(
+                                                  std::chrono::steady_clock::now() - start)
+                                                  .count());
+    }
+    say("ready " + std::to_string(registered) + " " + std::to_string(added) + " " +
+        std::to_string(slowest));
+}
+
 [[noreturn]] void sendOneway(const std::string& name, uint32_t id, uint32_t count) {
     sp<IBase> base =
             ::android::hardware::details::getRawServiceInternal(kSinkDescriptor, name, true, false);
@@ -333,6 +432,10 @@ int main(int argc, char** argv) {
         stuckListener();
     } else if (mode == "sink") {
         sink(target);
+    } else if (mode == "flood") {
+        flood(num(1), num(2), num(3));
+    } else if (mode == "slow-listener") {
+        slowListener(num(1), num(2));
     } else if (mode == "send") {
         sendOneway(target, static_cast<uint32_t>(num(2)), static_cast<uint32_t>(num(3)));
     } else {

@@ -100,6 +100,17 @@ class Hostile : public ProcessTest {
         auto l = answer(p, "tryget " + name + " " + fqName, "got " + name);
         return l.rfind("got ", 0) == 0 ? l.substr(0, l.rfind(' ')) : l;  // without the time
     }
+
+  public:
+    // Whether the full list arrives within the deadline.
+    static bool listedWithin(Process& p, std::chrono::milliseconds deadline) {
+        return listed(p, deadline);
+    }
+    static std::string answerOf(Process& p, const std::string& command, const std::string& prefix) {
+        return answer(p, command, prefix);
+    }
+
+  protected:
     // Whether the full list arrives within the deadline.
     static bool listed(Process& p, std::chrono::milliseconds deadline = kServed) {
         if (!p.send("list")) return false;

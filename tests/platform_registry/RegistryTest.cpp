@@ -75,6 +75,17 @@ class Listener : public IServiceNotification {
     std::vector<Event> mEvents;
 };
 
+// Notifications and cleanup after a death run on the registry's own threads.
+template <typename Get, typename T>
+T eventually(Get get, const T& expected) {
+    T value = get();
+    for (auto end = std::chrono::steady_clock::now() + 2s;
+         value != expected && std::chrono::steady_clock::now() < end; value = get()) {
+        std::this_thread::sleep_for(5ms);
+    }
+    return value;
+}
+
 std::vector<std::string> names(const hidl_vec<hidl_string>& v) {
     std::vector<std::string> out(v.begin(), v.end());
     std::sort(out.begin(), out.end());
@@ -129,9 +140,14 @@ TEST(InProcessRegistry, NotificationsForPresentAndLaterRegistrationsOutsideTheLo
     sp<Listener> every = new Listener();
     sp<Listener> other = new Listener();
     sp<Listener> base = new Listener();
-    // Present services are told before registerForNotifications returns.
+    auto events = [](const sp<Listener>& l, std::vector<Event> expected) {
+        return eventually([&] { return l->events(); }, expected);
+    };
+    // Present services are told; the same registration again is nothing new.
     ASSERT_TRUE(listen(sm, ITest::kDescriptor, "early", one));
-    EXPECT_EQ(one->events(), (std::vector<Event>{{ITest::kDescriptor, "early", true}}));
+    ASSERT_TRUE(listen(sm, ITest::kDescriptor, "early", one));
+    EXPECT_EQ(events(one, {{ITest::kDescriptor, "early", true}}),
+              (std::vector<Event>{{ITest::kDescriptor, "early", true}}));
     ASSERT_TRUE(listen(sm, ITest::kDescriptor, "", every));
     ASSERT_TRUE(listen(sm, ITest::kDescriptor, "x", other));
     // A listener for a parent interface hears about registrations of children.
@@ -142,15 +158,18 @@ TEST(InProcessRegistry, NotificationsForPresentAndLaterRegistrationsOutsideTheLo
     sp<IBase> seen;
     base->onEvent = [&] { seen = get(sm, ITest::kDescriptor, "late"); };
     ASSERT_TRUE(add(sm, "late", late));
+    const std::vector<Event> baseEvents{{IBase::descriptor, "late", false}};
+    EXPECT_EQ(events(base, baseEvents), baseEvents);
     EXPECT_EQ(seen, late);
     ASSERT_TRUE(add(sm, "early", new TestService("early2")));
-    EXPECT_EQ(one->events(), (std::vector<Event>{{ITest::kDescriptor, "early", true},
-                                                 {ITest::kDescriptor, "early", false}}));
-    EXPECT_EQ(every->events(), (std::vector<Event>{{ITest::kDescriptor, "early", true},
-                                                   {ITest::kDescriptor, "late", false},
-                                                   {ITest::kDescriptor, "early", false}}));
+    const std::vector<Event> oneEvents{{ITest::kDescriptor, "early", true},
+                                       {ITest::kDescriptor, "early", false}};
+    EXPECT_EQ(events(one, oneEvents), oneEvents);
+    const std::vector<Event> everyEvents{{ITest::kDescriptor, "early", true},
+                                         {ITest::kDescriptor, "late", false},
+                                         {ITest::kDescriptor, "early", false}};
+    EXPECT_EQ(events(every, everyEvents), everyEvents);
     EXPECT_TRUE(other->events().empty());
-    EXPECT_EQ(base->events(), (std::vector<Event>{{IBase::descriptor, "late", false}}));
 }
 
 // Lookups and registrations through defaultServiceManager(), pointed at a
@@ -321,13 +340,15 @@ TEST_F(ManagerOverLoopback, ADeadServiceLeavesAndADeadListenerIsDropped) {
     ASSERT_TRUE(listen(proxy, ITest::kDescriptor, "", listener));
 
     // The listener crossed the wire and hears of present services.
-    EXPECT_EQ(listener->events(), (std::vector<Event>{{ITest::kDescriptor, "doomed", true},
-                                                      {ITest::kDescriptor, "kept", true}}));
+    const std::vector<Event> present{{ITest::kDescriptor, "doomed", true},
+                                     {ITest::kDescriptor, "kept", true}};
+    EXPECT_EQ(eventually([&] { return listener->events(); }, present), present);
 
     // The stubs the registry's proxies lead to stand for the two processes.
     ASSERT_TRUE(host::killLoopbackTarget(getOrCreateCachedBinder(doomed.get())));
-    EXPECT_EQ(list(), (std::vector<std::string>{"android.hidl.base@1.0::IBase/kept",
-                                                "vendor.zuv.test@1.0::ITest/kept"}));
+    const std::vector<std::string> kept{"android.hidl.base@1.0::IBase/kept",
+                                        "vendor.zuv.test@1.0::ITest/kept"};
+    EXPECT_EQ(eventually([&] { return list(); }, kept), kept);
     Return<sp<IBase>> gone = proxy->get(ITest::kDescriptor, "doomed");
     ASSERT_TRUE(gone.isOk());
     EXPECT_EQ(static_cast<sp<IBase>>(gone), nullptr);
@@ -337,7 +358,7 @@ TEST_F(ManagerOverLoopback, ADeadServiceLeavesAndADeadListenerIsDropped) {
     ASSERT_TRUE(host::killLoopbackTarget(getOrCreateCachedBinder(listener.get())));
     ASSERT_TRUE(add(proxy, "doomed", new TestService("again")));
     EXPECT_EQ(listener->events().size(), 2u);
-    EXPECT_EQ(list().size(), 4u);
+    EXPECT_EQ(eventually([&] { return list().size(); }, size_t{4}), 4u);
 
     // A service already dead when it is added is refused.
     sp<IBase> deadProxy = new BpHwBase(host::loopbackProxyFor(new BnHwBase(new TestService("x"))));
@@ -345,6 +366,44 @@ TEST_F(ManagerOverLoopback, ADeadServiceLeavesAndADeadListenerIsDropped) {
     Return<bool> refused = registry->add("dead", deadProxy);
     ASSERT_TRUE(refused.isOk());
     EXPECT_FALSE(static_cast<bool>(refused));
+}
+
+// The registry's estimate of a reply against the transport's real limit:
+// every answer either crosses the wire or is refused with a status saying so,
+// and debugDump always answers, ending with a note when it left entries out.
+TEST_F(ManagerOverLoopback, RepliesFitATransactionOrSaySo) {
+    size_t lastListed = 0;
+    bool refusedOnce = false, truncatedOnce = false;
+    for (int i = 0; i < 180; ++i) {
+        // Lengths around 4000 bytes, so the padding of each string varies.
+        const std::string name = std::to_string(i) + std::string(3990 - i % 9, 'n');
+        ASSERT_TRUE(add(proxy, name, new TestService("big")));
+        std::vector<std::string> listed;
+        Return<void> l = proxy->list([&](const auto& v) { listed = names(v); });
+        if (l.isOk()) {
+            lastListed = listed.size();
+        } else {
+            EXPECT_NE(l.description().find("one reply may carry"), std::string::npos)
+                    << l.description();
+            refusedOnce = true;
+        }
+        Return<void> byInterface = proxy->listByInterface(ITest::kDescriptor, [](const auto&) {});
+        EXPECT_TRUE(byInterface.isOk() ||
+                    byInterface.description().find("one reply may carry") != std::string::npos)
+                << byInterface.description();
+        size_t dumped = 0;
+        std::string last;
+        Return<void> d = proxy->debugDump([&](const auto& infos) {
+            dumped = infos.size();
+            if (dumped > 0) last = infos[dumped - 1].interfaceName;
+        });
+        ASSERT_TRUE(d.isOk()) << d.description();
+        if (last == host::kDebugDumpTruncated) truncatedOnce = true;
+        EXPECT_TRUE(l.isOk() || last == host::kDebugDumpTruncated) << "at " << i;
+    }
+    EXPECT_TRUE(refusedOnce && truncatedOnce);
+    // Not refused long before the limit: about 4 KiB an entry.
+    EXPECT_GT(lastListed * 4100, 1000u * 1024);
 }
 
 TEST_F(ManagerOverLoopback, MalformedRequestsAreRefusedAtTheStub) {

@@ -115,8 +115,14 @@ int runList(const char* tool, bool ping, bool debug, bool asJson) {
     }
 
     std::vector<Entry> entries;
+    std::string leftOut;
     Return<void> dumped = sm->debugDump([&](const auto& infos) {
         for (size_t i = 0; i < infos.size(); ++i) {
+            // The daemon's note that the rest did not fit in its reply.
+            if (i + 1 == infos.size() && infos[i].interfaceName == host::kDebugDumpTruncated) {
+                leftOut = infos[i].instanceName.c_str();
+                continue;
+            }
             Entry e;
             e.interface = infos[i].interfaceName.c_str();
             e.instance = infos[i].instanceName.c_str();
@@ -175,6 +181,12 @@ int runList(const char* tool, bool ping, bool debug, bool asJson) {
         std::printf("%zu services in %s\n", entries.size(), host::runtimeDirectory().c_str());
     }
     std::fflush(stdout);
+    if (!leftOut.empty()) {
+        std::fprintf(stderr,
+                     "%s: not all services are listed: %s (a process holds very many names; "
+                     "the daemon's --max-names bounds them)\n",
+                     tool, leftOut.c_str());
+    }
     // The transport's threads are not asked to stop, so the exit handlers do
     // not run: a trace asked for is written here.
     if (!host::traceFilePath().empty()) (void)host::flushTrace();

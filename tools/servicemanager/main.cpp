@@ -11,6 +11,7 @@
 #include <systemd/sd-daemon.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
@@ -18,6 +19,7 @@
 #include <cstring>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Policy.h"
@@ -33,11 +35,14 @@ namespace {
 
 constexpr size_t kDefaultThreads = 4;
 constexpr long kDefaultCallTimeoutMs = 1000;
+const host::RegistryLimits kDefaults;
 
 void usage(FILE* out) {
     std::fprintf(out,
                  "usage: zuv_hwservicemanager [--runtime-dir DIR] [--threads N] [--policy FILE]\n"
-                 "                            [--call-timeout-ms N] [--verbose]\n"
+                 "                            [--call-timeout-ms N] [--max-names N]\n"
+                 "                            [--max-listeners N] [--max-name-length N]\n"
+                 "                            [--max-queued-notifications N] [--verbose]\n"
                  "  --runtime-dir DIR     serve the processes using DIR (default: $%s, else\n"
                  "                        the transport's default)\n"
                  "  --threads N           binder threads serving requests (default %zu)\n"
@@ -49,12 +54,27 @@ void usage(FILE* out) {
                  "                        Without it every process of the user may add.\n"
                  "  --call-timeout-ms N   deadline of each call to another process, such as a\n"
                  "                        notification (default %ld; 0 waits for ever)\n"
+                 "  --max-names N         (interface, instance) entries one process may hold;\n"
+                 "                        a service counts once per interface of its chain\n"
+                 "                        (default $ZUV_HIDL_MAX_NAMES, else %zu)\n"
+                 "  --max-listeners N     notification registrations one process may hold\n"
+                 "                        (default $ZUV_HIDL_MAX_LISTENERS, else %zu)\n"
+                 "  --max-name-length N   bytes of an interface or instance name\n"
+                 "                        (default $ZUV_HIDL_MAX_NAME_LENGTH, else %zu)\n"
+                 "  --max-queued-notifications N\n"
+                 "                        notifications waiting for one process's listeners;\n"
+                 "                        a listener beyond it is dropped\n"
+                 "                        (default $ZUV_HIDL_MAX_QUEUED_NOTIFICATIONS, else %zu)\n"
                  "  --verbose             report registrations and deaths on stderr\n"
                  "A name belongs to the process that registered it until that process dies.\n"
+                 "A request beyond a limit is refused with a status naming it; the process\n"
+                 "keeps what it had.\n"
                  "Prints \"ready\" on stdout once it serves; SIGTERM or SIGINT stops it.\n"
                  "Started by systemd socket activation, it serves the one listening socket\n"
                  "handed over instead of making its own.\n",
-                 host::kRuntimeDirEnvVar, kDefaultThreads, kDefaultCallTimeoutMs);
+                 host::kRuntimeDirEnvVar, kDefaultThreads, kDefaultCallTimeoutMs,
+                 kDefaults.maxNames, kDefaults.maxListeners, kDefaults.maxNameLength,
+                 kDefaults.maxQueuedNotifications);
 }
 
 bool parseNumber(const char* text, long min, long max, long* out) {
@@ -107,10 +127,24 @@ int main(int argc, char** argv) {
     size_t threads = kDefaultThreads;
     long callTimeoutMs = kDefaultCallTimeoutMs;
     std::optional<zuv_sm::Policy> policy;
+    host::RegistryLimits limits = host::registryLimitsFromEnvironment();
+    const std::pair<const char*, size_t host::RegistryLimits::*> limitOptions[] = {
+            {"--max-names", &host::RegistryLimits::maxNames},
+            {"--max-listeners", &host::RegistryLimits::maxListeners},
+            {"--max-name-length", &host::RegistryLimits::maxNameLength},
+            {"--max-queued-notifications", &host::RegistryLimits::maxQueuedNotifications}};
     for (int i = 1; i < argc; ++i) {
         const std::string arg = argv[i];
         long n = 0;
-        if (arg == "--runtime-dir" && i + 1 < argc) {
+        auto limit = std::find_if(std::begin(limitOptions), std::end(limitOptions),
+                                  [&](const auto& o) { return arg == o.first; });
+        if (limit != std::end(limitOptions) && i + 1 < argc) {
+            if (!parseNumber(argv[++i], 1, 1 << 24, &n)) {
+                std::fprintf(stderr, "zuv_hwservicemanager: %s wants 1..16777216\n", limit->first);
+                return 2;
+            }
+            limits.*(limit->second) = static_cast<size_t>(n);
+        } else if (arg == "--runtime-dir" && i + 1 < argc) {
             setenv(host::kRuntimeDirEnvVar, argv[++i], 1);
         } else if (arg == "--threads" && i + 1 < argc) {
             if (!parseNumber(argv[++i], 1, 64, &n)) {
@@ -165,7 +199,7 @@ int main(int argc, char** argv) {
             return rules.check(pid, uid, fqName, name);
         };
     }
-    sp<IServiceManager> registry = host::makeInProcessServiceManager(std::move(check));
+    sp<IServiceManager> registry = host::makeInProcessServiceManager(std::move(check), limits);
     // Lookups made inside the daemon go straight to its own registry, never
     // through the socket back to itself.
     host::setDefaultServiceManager(registry);

@@ -30,6 +30,7 @@
 #include <utils/StrongPointer.h>
 
 #include <chrono>
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <vector>
@@ -52,7 +53,37 @@ constexpr const char* kDebuggableEnvVar = "ZUV_HIDL_DEBUGGABLE";
 constexpr const char* kDebugEnvVar = "ZUV_HIDL_DEBUG";
 constexpr const char* kServiceManagerEnvVar = "ZUV_HIDL_SERVICE_MANAGER";
 
+constexpr const char* kMaxNamesEnvVar = "ZUV_HIDL_MAX_NAMES";
+constexpr const char* kMaxListenersEnvVar = "ZUV_HIDL_MAX_LISTENERS";
+constexpr const char* kMaxNameLengthEnvVar = "ZUV_HIDL_MAX_NAME_LENGTH";
+constexpr const char* kMaxQueuedNotificationsEnvVar = "ZUV_HIDL_MAX_QUEUED_NOTIFICATIONS";
+
 constexpr std::chrono::milliseconds kDefaultGetServiceTimeout{5000};
+
+// What one process may cost a registry. The registry's own process is not
+// counted.
+struct RegistryLimits {
+    // (interface, instance) entries held: a service counts once for every
+    // interface of its chain, IBase included.
+    size_t maxNames = 256;
+    // Notification registrations held; the same listener for the same
+    // interface and instance again is not a second one.
+    size_t maxListeners = 256;
+    // Bytes of an interface or instance name.
+    size_t maxNameLength = 4096;
+    // Notifications waiting for all the process's listeners together; a
+    // listener whose notification would go beyond it is dropped.
+    size_t maxQueuedNotifications = 256;
+};
+
+// The defaults above, overridden by ZUV_HIDL_MAX_NAMES, ZUV_HIDL_MAX_LISTENERS,
+// ZUV_HIDL_MAX_NAME_LENGTH and ZUV_HIDL_MAX_QUEUED_NOTIFICATIONS.
+RegistryLimits registryLimitsFromEnvironment();
+
+// debugDump answers what fits in one transaction; when entries were left
+// out, its last record has this interface name, the number left out as pid
+// and a sentence saying so as instance name.
+constexpr const char* kDebugDumpTruncated = "(truncated)";
 
 // The bounded wait of a retrying lookup. The setter overrides the environment;
 // resetGetServiceTimeout() returns to it.
@@ -77,8 +108,11 @@ using AddPolicy = std::function<std::string(pid_t pid, uid_t uid, const std::str
 // A new, empty in-process registry, independent of the process-wide one.
 // Every registration belongs to the process that added it: while that process
 // lives, nobody else may replace it. policy, when given, is asked first.
+// Limits default to registryLimitsFromEnvironment().
 sp<::android::hidl::manager::V1_0::IServiceManager> makeInProcessServiceManager(
         AddPolicy policy = nullptr);
+sp<::android::hidl::manager::V1_0::IServiceManager> makeInProcessServiceManager(
+        AddPolicy policy, const RegistryLimits& limits);
 
 // Replaces what defaultServiceManager() answers (and so what every lookup and
 // registration uses), whatever ZUV_HIDL_SERVICE_MANAGER says; null restores

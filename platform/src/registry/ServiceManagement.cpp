@@ -141,7 +141,16 @@ class DaemonServiceManager : public BpHwServiceManager {
         if (ret.isOkUnchecked() && ret.withDefault(false)) {
             Recovery& r = recovery();
             std::lock_guard<std::mutex> lock(r.lock);
-            r.listeners.push_back({fqName, name, callback, mBinder});
+            // The daemon counts the same listener for the same name once; so does the record.
+            auto same = std::find_if(
+                    r.listeners.begin(), r.listeners.end(), [&](const Recovery::Listener& l) {
+                        return l.listener == callback && l.fqName == fqName && l.name == name;
+                    });
+            if (same == r.listeners.end()) {
+                r.listeners.push_back({fqName, name, callback, mBinder});
+            } else {
+                same->givenTo = mBinder;
+            }
         }
         return ret;
     }
@@ -365,8 +374,25 @@ std::chrono::milliseconds getGetServiceTimeout() {
             kGetServiceTimeoutEnvVar, kDefaultGetServiceTimeout.count(), 0, kMaxTimeoutMs));
 }
 
+RegistryLimits registryLimitsFromEnvironment() {
+    RegistryLimits limits;
+    auto read = [](const char* name, size_t def) {
+        return static_cast<size_t>(settingInteger(name, static_cast<int64_t>(def), 1, 1 << 24));
+    };
+    limits.maxNames = read(kMaxNamesEnvVar, limits.maxNames);
+    limits.maxListeners = read(kMaxListenersEnvVar, limits.maxListeners);
+    limits.maxNameLength = read(kMaxNameLengthEnvVar, limits.maxNameLength);
+    limits.maxQueuedNotifications =
+            read(kMaxQueuedNotificationsEnvVar, limits.maxQueuedNotifications);
+    return limits;
+}
+
 sp<IServiceManager> makeInProcessServiceManager(AddPolicy policy) {
-    return new details::InProcessServiceManager(std::move(policy));
+    return makeInProcessServiceManager(std::move(policy), registryLimitsFromEnvironment());
+}
+
+sp<IServiceManager> makeInProcessServiceManager(AddPolicy policy, const RegistryLimits& limits) {
+    return new details::InProcessServiceManager(std::move(policy), limits);
 }
 
 void setDefaultServiceManager(const sp<IServiceManager>& sm) {
