@@ -10,6 +10,9 @@
 //   stuck-listener           a registration listener whose socket never accepts
 //   sink NAME                serves NAME, counting its oneway calls ("count" answers)
 //   send NAME ID COUNT       COUNT oneway calls to NAME, exiting right after the last
+//   pool FQNAME NAME N       a well-behaved client of NAME: "calls MS" pings it from N
+//                            threads for MS ms ("calls TOTAL FAILED"), which leaves up to
+//                            N pooled connections open
 //
 // Prints "ready ..." once the attack is in place, then holds everything until
 // stdin closes. "open" answers how many of its connections the other side
@@ -31,6 +34,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <cstring>
@@ -311,6 +315,32 @@ void sink(const std::string& name) {
     _exit(0);  // at once: nothing may wait for the calls to be read
 }
 
+sp<IBase> gPooled;
+int gPoolThreads = 0;
+
+void pool(const std::string& fqName, const std::string& name, int threads) {
+    ::android::hardware::ProcessState::self()->startThreadPool();
+    gPooled = ::android::hardware::details::getRawServiceInternal(fqName, name, true, false);
+    gPoolThreads = threads;
+    say(std::string("ready ") + (gPooled != nullptr ? "1" : "0"));
+}
+
+void pooledCalls(long ms) {
+    std::atomic<long> total{0}, failed{0};
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(ms);
+    std::vector<std::thread> callers;
+    for (int i = 0; i < gPoolThreads; ++i) {
+        callers.emplace_back([&] {
+            do {
+                ++total;
+                if (gPooled == nullptr || !gPooled->ping().isOk()) ++failed;
+            } while (std::chrono::steady_clock::now() < end);
+        });
+    }
+    for (auto& t : callers) t.join();
+    say("calls " + std::to_string(total) + " " + std::to_string(failed));
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -333,6 +363,8 @@ int main(int argc, char** argv) {
         stuckListener();
     } else if (mode == "sink") {
         sink(target);
+    } else if (mode == "pool") {
+        pool(target, args.size() > 2 ? args[2] : "", static_cast<int>(num(3)));
     } else if (mode == "send") {
         sendOneway(target, static_cast<uint32_t>(num(2)), static_cast<uint32_t>(num(3)));
     } else {
@@ -343,6 +375,7 @@ int main(int argc, char** argv) {
     while (std::getline(std::cin, line)) {
         if (line == "open") say("open " + std::to_string(openConnections()));
         if (line == "count") SinkStub::report();
+        if (line.rfind("calls ", 0) == 0) pooledCalls(std::stol(line.substr(6)));
         if (line == "release") {
             for (int fd : gConnections) close(fd);
             gConnections.clear();

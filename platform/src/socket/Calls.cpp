@@ -264,7 +264,8 @@ void Runtime::offerFastPath(Connection* conn, Deadline deadline) {
     offer.seq = mNextSeq.fetch_add(1, std::memory_order_relaxed);
     status_t err = conn->send(offer, nullptr, 0, nullptr, 0, {memfd}, deadline, false);
     ::close(memfd);
-    if (err != OK) return;
+    // Refused unread, the peer says goodbye: read, it lets the caller retry.
+    if (err != OK && !conn->writeClosed()) return;
     Frame answer;
     err = conn->waitFrame(&answer, deadline);
     closeAll(answer.fds);
@@ -278,49 +279,55 @@ void Runtime::offerFastPath(Connection* conn, Deadline deadline) {
 }
 
 status_t Runtime::takeConnection(const std::shared_ptr<Peer>& peer, Deadline deadline,
-                                 std::unique_ptr<Connection>* out) {
+                                 std::unique_ptr<Connection>* out, bool refused) {
     if (peer->dead) return DEAD_OBJECT;
     *out = peer->takeHot();
     if (*out != nullptr) return OK;
-    {
-        std::unique_lock<std::mutex> lock(peer->poolLock);
-        // No more connections than the peer accepts from one process: past
-        // that, callers wait for one to come back.
-        const size_t most = limits().maxPeerConnections - 1;  // one is the oneway connection
-        for (;;) {
-            if (peer->dead) return DEAD_OBJECT;
-            if (!peer->idle.empty()) {
-                *out = std::move(peer->idle.back());
-                peer->idle.pop_back();
-                return OK;
-            }
-            if (peer->outgoing < most) break;
-            // Counted before the hot slot is looked at, and a connection is
-            // put there before the count is: one of the two sees the other.
-            ++peer->poolWaiters;
-            *out = peer->takeHot();
-            if (*out != nullptr) {
+    for (;;) {
+        {
+            std::unique_lock<std::mutex> lock(peer->poolLock);
+            // No more connections than the peer accepts from one process: past
+            // that, callers wait for one to come back. So do they once the peer
+            // refused a new one (it is at its limit), while one of ours is in use.
+            const size_t most = limits().maxPeerConnections - 1;  // one is the oneway connection
+            for (;;) {
+                if (peer->dead) return DEAD_OBJECT;
+                if (!peer->idle.empty()) {
+                    *out = std::move(peer->idle.back());
+                    peer->idle.pop_back();
+                    return OK;
+                }
+                if (peer->outgoing < (refused ? std::min<size_t>(most, 1) : most)) break;
+                // Counted before the hot slot is looked at, and a connection is
+                // put there before the count is: one of the two sees the other.
+                ++peer->poolWaiters;
+                *out = peer->takeHot();
+                if (*out != nullptr) {
+                    --peer->poolWaiters;
+                    return OK;
+                }
+                const bool timedOut = !deadline ? (peer->poolFree.wait(lock), false)
+                                                : peer->poolFree.wait_until(lock, *deadline) ==
+                                                          std::cv_status::timeout;
                 --peer->poolWaiters;
-                return OK;
+                if (timedOut) return TIMED_OUT;
             }
-            const bool timedOut = !deadline ? (peer->poolFree.wait(lock), false)
-                                            : peer->poolFree.wait_until(lock, *deadline) ==
-                                                      std::cv_status::timeout;
-            --peer->poolWaiters;
-            if (timedOut) return TIMED_OUT;
+            ++peer->outgoing;
         }
-        ++peer->outgoing;
+        *out = connectPeer(peer->pid, deadline, true);
+        if (*out != nullptr && !(*out)->broken()) return OK;
+        const bool timedOut = *out == nullptr && errno == ETIMEDOUT;
+        // Refused before the offer of the fast path was read.
+        const bool goodbye = *out != nullptr && (*out)->saidGoodbye();
+        out->reset();
+        {
+            std::lock_guard<std::mutex> lock(peer->poolLock);
+            --peer->outgoing;
+        }
+        peer->poolFree.notify_one();
+        if (!goodbye || refused) return timedOut ? TIMED_OUT : DEAD_OBJECT;
+        refused = true;
     }
-    *out = connectPeer(peer->pid, deadline, true);
-    if (*out != nullptr && (*out)->broken()) out->reset();
-    if (*out != nullptr) return OK;
-    const bool timedOut = errno == ETIMEDOUT;
-    {
-        std::lock_guard<std::mutex> lock(peer->poolLock);
-        --peer->outgoing;
-    }
-    peer->poolFree.notify_one();
-    return timedOut ? TIMED_OUT : DEAD_OBJECT;
 }
 
 void Runtime::returnConnection(const std::shared_ptr<Peer>& peer,
@@ -417,19 +424,41 @@ status_t Runtime::roundTrip(const std::shared_ptr<Peer>& peer, const FrameHeader
         if (err != OK) return err;
         conn = owned.get();
     }
-    // Into a connection this thread serves, the answer is queued like any
-    // other; a fresh one is written through.
-    status_t err = writeFrame(conn, header, table, image, deadline, owned == nullptr);
-    if (err == OK) {
-        *sent = true;
-        err = awaitReply(conn, header.seq, reply, deadline);
-    }
+    status_t err = exchange(peer, &owned, conn, header, table, image, reply, deadline, sent);
     if (err == TIMED_OUT) {
         std::lock_guard<std::mutex> lock(peer->poolLock);
         peer->unresponsiveUntil = Clock::now() + callTimeout();
     }
     if (owned != nullptr) returnConnection(peer, std::move(owned));
     return err;
+}
+
+// Sends a call down conn and waits for its answer. A pooled connection the
+// peer closed to make room for others, before reading the call, answers
+// with a goodbye (Serving.cpp, evictIdle): the call goes again on another
+// connection. A peer that stopped after reading it is never asked twice.
+status_t Runtime::exchange(const std::shared_ptr<Peer>& peer, std::unique_ptr<Connection>* owned,
+                           Connection* conn, const FrameHeader& header,
+                           const std::vector<BinderRef>& table, const WireImage* image,
+                           Parcel* reply, Deadline deadline, bool* sent) {
+    for (size_t attempt = 0;; ++attempt) {
+        // Into a connection this thread serves, the answer is queued like any
+        // other; a pooled one is written through.
+        status_t err = writeFrame(conn, header, table, image, deadline, *owned == nullptr);
+        *sent = err == OK;
+        // A send the peer no longer read may still have been taken (the fast
+        // path's mailbox): its answer or its goodbye tells.
+        if (err != OK && (*owned == nullptr || !conn->writeClosed())) return err;
+        err = awaitReply(conn, header.seq, reply, deadline);
+        if (*owned == nullptr || !conn->saidGoodbye() || attempt > limits().maxPeerConnections) {
+            if (err != DEAD_OBJECT && err != TIMED_OUT) *sent = true;
+            return err;
+        }
+        returnConnection(peer, std::move(*owned));
+        err = takeConnection(peer, deadline, owned, true);
+        if (err != OK) return err;
+        conn = owned->get();
+    }
 }
 
 status_t Runtime::sendOneway(const std::shared_ptr<Peer>& peer, const FrameHeader& header,
@@ -443,6 +472,13 @@ status_t Runtime::sendOneway(const std::shared_ptr<Peer>& peer, const FrameHeade
         if (peer->oneway == nullptr) return errno == ETIMEDOUT ? TIMED_OUT : DEAD_OBJECT;
     }
     status_t err = writeFrame(peer->oneway.get(), header, table, image, deadline, mayQueue);
+    // The peer stopped reading before this frame went in, so none of it was
+    // read: it goes down a new connection. A release is not worth a wait.
+    if (err != OK && peer->oneway->writeClosed() && !mayQueue) {
+        peer->oneway = connectPeer(peer->pid, deadline, false);
+        if (peer->oneway == nullptr) return errno == ETIMEDOUT ? TIMED_OUT : DEAD_OBJECT;
+        err = writeFrame(peer->oneway.get(), header, table, image, deadline, mayQueue);
+    }
     if (peer->oneway->broken()) peer->oneway.reset();
     return err;
 }
