@@ -283,51 +283,50 @@ status_t Runtime::takeConnection(const std::shared_ptr<Peer>& peer, Deadline dea
     if (peer->dead) return DEAD_OBJECT;
     *out = peer->takeHot();
     if (*out != nullptr) return OK;
-    for (;;) {
-        {
-            std::unique_lock<std::mutex> lock(peer->poolLock);
-            // No more connections than the peer accepts from one process: past
-            // that, callers wait for one to come back. So do they once the peer
-            // refused a new one (it is at its limit), while one of ours is in use.
-            const size_t most = limits().maxPeerConnections - 1;  // one is the oneway connection
-            for (;;) {
-                if (peer->dead) return DEAD_OBJECT;
-                if (!peer->idle.empty()) {
-                    *out = std::move(peer->idle.back());
-                    peer->idle.pop_back();
-                    return OK;
-                }
-                if (peer->outgoing < (refused ? std::min<size_t>(most, 1) : most)) break;
-                // Counted before the hot slot is looked at, and a connection is
-                // put there before the count is: one of the two sees the other.
-                ++peer->poolWaiters;
-                *out = peer->takeHot();
-                if (*out != nullptr) {
-                    --peer->poolWaiters;
-                    return OK;
-                }
-                const bool timedOut = !deadline ? (peer->poolFree.wait(lock), false)
-                                                : peer->poolFree.wait_until(lock, *deadline) ==
-                                                          std::cv_status::timeout;
-                --peer->poolWaiters;
-                if (timedOut) return TIMED_OUT;
+    {
+        std::unique_lock<std::mutex> lock(peer->poolLock);
+        // No more connections than the peer accepts from one process: past
+        // that, callers wait for one to come back. So do they once the peer
+        // refused a new one (it is at its limit), while one of ours is in use.
+        // One of the peer's maximum is the oneway connection.
+        const size_t most = refused ? 1 : limits().maxPeerConnections - 1;
+        for (;;) {
+            if (peer->dead) return DEAD_OBJECT;
+            if (!peer->idle.empty()) {
+                *out = std::move(peer->idle.back());
+                peer->idle.pop_back();
+                return OK;
             }
-            ++peer->outgoing;
+            if (peer->outgoing < most) break;
+            // Counted before the hot slot is looked at, and a connection is
+            // put there before the count is: one of the two sees the other.
+            ++peer->poolWaiters;
+            *out = peer->takeHot();
+            if (*out != nullptr) {
+                --peer->poolWaiters;
+                return OK;
+            }
+            const bool timedOut = !deadline ? (peer->poolFree.wait(lock), false)
+                                            : peer->poolFree.wait_until(lock, *deadline) ==
+                                                      std::cv_status::timeout;
+            --peer->poolWaiters;
+            if (timedOut) return TIMED_OUT;
         }
-        *out = connectPeer(peer->pid, deadline, true);
-        if (*out != nullptr && !(*out)->broken()) return OK;
-        const bool timedOut = *out == nullptr && errno == ETIMEDOUT;
-        // Refused before the offer of the fast path was read.
-        const bool goodbye = *out != nullptr && (*out)->saidGoodbye();
-        out->reset();
-        {
-            std::lock_guard<std::mutex> lock(peer->poolLock);
-            --peer->outgoing;
-        }
-        peer->poolFree.notify_one();
-        if (!goodbye || refused) return timedOut ? TIMED_OUT : DEAD_OBJECT;
-        refused = true;
+        ++peer->outgoing;
     }
+    *out = connectPeer(peer->pid, deadline, true);
+    // Refused unread (the goodbye came before the answer to the fast path's offer).
+    const bool goodbye = *out != nullptr && (*out)->saidGoodbye();
+    if (*out != nullptr && (*out)->broken()) out->reset();
+    if (*out != nullptr) return OK;
+    const bool timedOut = errno == ETIMEDOUT;
+    {
+        std::lock_guard<std::mutex> lock(peer->poolLock);
+        --peer->outgoing;
+    }
+    peer->poolFree.notify_one();
+    if (goodbye && !refused) return takeConnection(peer, deadline, out, true);
+    return timedOut ? TIMED_OUT : DEAD_OBJECT;
 }
 
 void Runtime::returnConnection(const std::shared_ptr<Peer>& peer,
