@@ -10,9 +10,10 @@
 //   stuck-listener           a registration listener whose socket never accepts
 //   sink NAME                serves NAME, counting its oneway calls ("count" answers)
 //   send NAME ID COUNT       COUNT oneway calls to NAME, exiting right after the last
-//   pool FQNAME NAME N       a well-behaved client of NAME: "calls MS" pings it from N
-//                            threads for MS ms ("calls TOTAL FAILED"), which leaves up to
-//                            N pooled connections open
+//   pool NAME N              a well-behaved client of sink NAME: "widen" makes N slow
+//                            calls at once, which leaves N pooled connections open
+//                            ("widened FAILED"); "calls MS" pings it from N threads for
+//                            MS ms ("calls TOTAL FAILED")
 //
 // Prints "ready ..." once the attack is in place, then holds everything until
 // stdin closes. "open" answers how many of its connections the other side
@@ -60,6 +61,7 @@ namespace {
 
 constexpr const char* kSinkDescriptor = "vendor.zuv.test@1.0::ISink";
 constexpr uint32_t kCountCode = 1;  // the first code an interface may use
+constexpr uint32_t kPauseCode = 2;  // a two-way call that takes 100 ms
 
 std::vector<int> gConnections;
 
@@ -250,6 +252,10 @@ class SinkStub : public BnHwBase {
     using BnHwBase::BnHwBase;
     ::android::status_t onTransact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags,
                                    TransactCallback cb) override {
+        if (code == kPauseCode) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+            return ::android::OK;
+        }
         if (code != kCountCode) return BnHwBase::onTransact(code, data, reply, flags, cb);
         uint32_t sender = 0, seq = 0;
         if (data.readUint32(&sender) != ::android::OK || data.readUint32(&seq) != ::android::OK) {
@@ -318,11 +324,30 @@ void sink(const std::string& name) {
 sp<IBase> gPooled;
 int gPoolThreads = 0;
 
-void pool(const std::string& fqName, const std::string& name, int threads) {
+void pool(const std::string& name, int threads) {
     ::android::hardware::ProcessState::self()->startThreadPool();
-    gPooled = ::android::hardware::details::getRawServiceInternal(fqName, name, true, false);
+    gPooled =
+            ::android::hardware::details::getRawServiceInternal(kSinkDescriptor, name, true, false);
     gPoolThreads = threads;
     say(std::string("ready ") + (gPooled != nullptr ? "1" : "0"));
+}
+
+void widen() {
+    sp<::android::hardware::IBinder> binder =
+            gPooled != nullptr ? ::android::hardware::getOrCreateCachedBinder(gPooled.get())
+                               : nullptr;
+    std::atomic<int> failed{0};
+    std::vector<std::thread> callers;
+    for (int i = 0; i < gPoolThreads; ++i) {
+        callers.emplace_back([&] {
+            Parcel data, reply;
+            if (binder == nullptr || binder->transact(kPauseCode, data, &reply) != ::android::OK) {
+                ++failed;
+            }
+        });
+    }
+    for (auto& t : callers) t.join();
+    say("widened " + std::to_string(failed));
 }
 
 void pooledCalls(long ms) {
@@ -364,7 +389,7 @@ int main(int argc, char** argv) {
     } else if (mode == "sink") {
         sink(target);
     } else if (mode == "pool") {
-        pool(target, args.size() > 2 ? args[2] : "", static_cast<int>(num(3)));
+        pool(target, static_cast<int>(num(2)));
     } else if (mode == "send") {
         sendOneway(target, static_cast<uint32_t>(num(2)), static_cast<uint32_t>(num(3)));
     } else {
@@ -376,6 +401,7 @@ int main(int argc, char** argv) {
         if (line == "open") say("open " + std::to_string(openConnections()));
         if (line == "count") SinkStub::report();
         if (line.rfind("calls ", 0) == 0) pooledCalls(std::stol(line.substr(6)));
+        if (line == "widen") widen();
         if (line == "release") {
             for (int fd : gConnections) close(fd);
             gConnections.clear();
