@@ -472,8 +472,15 @@ status_t Runtime::sendOneway(const std::shared_ptr<Peer>& peer, const FrameHeade
     }
     status_t err = writeFrame(peer->oneway.get(), header, table, image, deadline, mayQueue);
     // The peer stopped reading before this frame went in, so none of it was
-    // read: it goes down a new connection. A release is not worth a wait.
+    // read. Once it has read what came before (its goodbye says so), the
+    // frame goes down a new connection, in order. A release is not worth a wait.
     if (err != OK && peer->oneway->writeClosed() && !mayQueue) {
+        Frame stray;
+        while (peer->oneway->waitFrame(&stray, deadline) == OK) closeAll(stray.fds);
+        if (!peer->oneway->saidGoodbye()) {
+            peer->oneway.reset();
+            return err;
+        }
         peer->oneway = connectPeer(peer->pid, deadline, false);
         if (peer->oneway == nullptr) return errno == ETIMEDOUT ? TIMED_OUT : DEAD_OBJECT;
         err = writeFrame(peer->oneway.get(), header, table, image, deadline, mayQueue);

@@ -106,7 +106,6 @@ struct Incoming {
     const std::shared_ptr<Peer> peer;
     Connection conn;
     std::mutex owner;  // held by the thread serving it
-    const Clock::time_point accepted = Clock::now();
     // Guarded by owner.
     bool closed = false;    // evicted: nothing more is read or written
     bool evicting = false;  // read only up to what came before; goodbye at its end

@@ -68,10 +68,8 @@ std::atomic<bool> gSaidConnections{false};
 std::atomic<bool> gSaidMemory{false};
 
 // At the total connection limit, connections closed at once for one
-// newcomer (see makeRoomFor), and how long a new connection is spared: the
-// oneway connection is known only once its first frame has been read.
+// newcomer (see makeRoomFor).
 constexpr size_t kEvictBatch = 4;
-constexpr auto kEvictMinAge = std::chrono::milliseconds(250);
 
 // Shuts a connection's reading side, so that the peer's sends fail from now
 // on; true when it had sent something before.
@@ -704,14 +702,13 @@ bool Runtime::makeRoomFor(pid_t pid) {
             if (it != byPeer.end()) it->second->conns.push_back(in);
         }
     }
-    const auto settled = Clock::now() - kEvictMinAge;
     for (Holder& h : holders) {
         size_t want = std::clamp<size_t>((h.count - mine) / 2, 1, kEvictBatch);
         size_t evicted = 0;
         const uint64_t oneway = h.peer->onewayConn.load(std::memory_order_relaxed);
         for (const auto& in : h.conns) {
             if (evicted == want) break;
-            if (in->id == oneway || in->accepted > settled) continue;
+            if (in->id == oneway) continue;
             if (evictIdle(in)) ++evicted;
         }
         if (evicted > 0) return true;
