@@ -17,6 +17,10 @@
 //   slow-listener REGS ADDS  one listener that takes 0.5 s over each notification,
 //                            registered REGS times for every ITest, then ADDS ITest
 //                            objects added; "ready REGISTERED ADDED SLOWEST_ADD_MS"
+//   pool NAME N              a well-behaved client of sink NAME: "widen" makes N slow
+//                            calls at once, which leaves N pooled connections open
+//                            ("widened FAILED"); "calls MS" pings it from N threads for
+//                            MS ms ("calls TOTAL FAILED")
 //
 // Prints "ready ..." once the attack is in place, then holds everything until
 // stdin closes. "open" answers how many of its connections the other side
@@ -39,6 +43,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <cstring>
@@ -64,6 +69,7 @@ namespace {
 
 constexpr const char* kSinkDescriptor = "vendor.zuv.test@1.0::ISink";
 constexpr uint32_t kCountCode = 1;  // the first code an interface may use
+constexpr uint32_t kPauseCode = 2;  // a two-way call that takes 100 ms
 
 std::vector<int> gConnections;
 
@@ -254,6 +260,10 @@ class SinkStub : public BnHwBase {
     using BnHwBase::BnHwBase;
     ::android::status_t onTransact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags,
                                    TransactCallback cb) override {
+        if (code == kPauseCode) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+            return ::android::OK;
+        }
         if (code != kCountCode) return BnHwBase::onTransact(code, data, reply, flags, cb);
         uint32_t sender = 0, seq = 0;
         if (data.readUint32(&sender) != ::android::OK || data.readUint32(&seq) != ::android::OK) {
@@ -410,6 +420,51 @@ void slowListener(size_t registrations, size_t adds) {
     _exit(0);  // at once: nothing may wait for the calls to be read
 }
 
+sp<IBase> gPooled;
+int gPoolThreads = 0;
+
+void pool(const std::string& name, int threads) {
+    ::android::hardware::ProcessState::self()->startThreadPool();
+    gPooled =
+            ::android::hardware::details::getRawServiceInternal(kSinkDescriptor, name, true, false);
+    gPoolThreads = threads;
+    say(std::string("ready ") + (gPooled != nullptr ? "1" : "0"));
+}
+
+void widen() {
+    sp<::android::hardware::IBinder> binder =
+            gPooled != nullptr ? ::android::hardware::getOrCreateCachedBinder(gPooled.get())
+                               : nullptr;
+    std::atomic<int> failed{0};
+    std::vector<std::thread> callers;
+    for (int i = 0; i < gPoolThreads; ++i) {
+        callers.emplace_back([&] {
+            Parcel data, reply;
+            if (binder == nullptr || binder->transact(kPauseCode, data, &reply) != ::android::OK) {
+                ++failed;
+            }
+        });
+    }
+    for (auto& t : callers) t.join();
+    say("widened " + std::to_string(failed));
+}
+
+void pooledCalls(long ms) {
+    std::atomic<long> total{0}, failed{0};
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(ms);
+    std::vector<std::thread> callers;
+    for (int i = 0; i < gPoolThreads; ++i) {
+        callers.emplace_back([&] {
+            do {
+                ++total;
+                if (gPooled == nullptr || !gPooled->ping().isOk()) ++failed;
+            } while (std::chrono::steady_clock::now() < end);
+        });
+    }
+    for (auto& t : callers) t.join();
+    say("calls " + std::to_string(total) + " " + std::to_string(failed));
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -436,6 +491,8 @@ int main(int argc, char** argv) {
         flood(num(1), num(2), num(3));
     } else if (mode == "slow-listener") {
         slowListener(num(1), num(2));
+    } else if (mode == "pool") {
+        pool(target, static_cast<int>(num(2)));
     } else if (mode == "send") {
         sendOneway(target, static_cast<uint32_t>(num(2)), static_cast<uint32_t>(num(3)));
     } else {
@@ -446,6 +503,8 @@ int main(int argc, char** argv) {
     while (std::getline(std::cin, line)) {
         if (line == "open") say("open " + std::to_string(openConnections()));
         if (line == "count") SinkStub::report();
+        if (line.rfind("calls ", 0) == 0) pooledCalls(std::stol(line.substr(6)));
+        if (line == "widen") widen();
         if (line == "release") {
             for (int fd : gConnections) close(fd);
             gConnections.clear();

@@ -277,7 +277,8 @@ void Runtime::offerFastPath(Connection* conn, Deadline deadline) {
     offer.seq = mNextSeq.fetch_add(1, std::memory_order_relaxed);
     status_t err = conn->send(offer, nullptr, 0, nullptr, 0, {memfd}, deadline, false);
     ::close(memfd);
-    if (err != OK) return;
+    // Refused unread, the peer says goodbye: read, it lets the caller retry.
+    if (err != OK && !conn->writeClosed()) return;
     Frame answer;
     err = conn->waitFrame(&answer, deadline);
     closeAll(answer.fds);
@@ -291,15 +292,17 @@ void Runtime::offerFastPath(Connection* conn, Deadline deadline) {
 }
 
 status_t Runtime::takeConnection(const std::shared_ptr<Peer>& peer, Deadline deadline,
-                                 std::unique_ptr<Connection>* out) {
+                                 std::unique_ptr<Connection>* out, bool refused) {
     if (peer->dead) return DEAD_OBJECT;
     *out = peer->takeHot();
     if (*out != nullptr) return OK;
     {
         std::unique_lock<std::mutex> lock(peer->poolLock);
         // No more connections than the peer accepts from one process: past
-        // that, callers wait for one to come back.
-        const size_t most = limits().maxPeerConnections - 1;  // one is the oneway connection
+        // that, callers wait for one to come back. So do they once the peer
+        // refused a new one (it is at its limit), while one of ours is in use.
+        // One of the peer's maximum is the oneway connection.
+        const size_t most = refused ? 1 : limits().maxPeerConnections - 1;
         for (;;) {
             if (peer->dead) return DEAD_OBJECT;
             if (!peer->idle.empty()) {
@@ -325,6 +328,8 @@ status_t Runtime::takeConnection(const std::shared_ptr<Peer>& peer, Deadline dea
         ++peer->outgoing;
     }
     *out = connectPeer(peer->pid, deadline, true);
+    // Refused unread (the goodbye came before the answer to the fast path's offer).
+    const bool goodbye = *out != nullptr && (*out)->saidGoodbye();
     if (*out != nullptr && (*out)->broken()) out->reset();
     if (*out != nullptr) return OK;
     const bool timedOut = errno == ETIMEDOUT;
@@ -333,6 +338,7 @@ status_t Runtime::takeConnection(const std::shared_ptr<Peer>& peer, Deadline dea
         --peer->outgoing;
     }
     peer->poolFree.notify_one();
+    if (goodbye && !refused) return takeConnection(peer, deadline, out, true);
     return timedOut ? TIMED_OUT : DEAD_OBJECT;
 }
 
@@ -433,13 +439,7 @@ status_t Runtime::roundTrip(const std::shared_ptr<Peer>& peer, const FrameHeader
         if (err != OK) return err;
         conn = owned.get();
     }
-    // Into a connection this thread serves, the answer is queued like any
-    // other; a fresh one is written through.
-    status_t err = writeFrame(conn, header, table, image, deadline, owned == nullptr);
-    if (err == OK) {
-        *sent = true;
-        err = awaitReply(conn, header.seq, reply, deadline);
-    }
+    status_t err = exchange(peer, &owned, conn, header, table, image, reply, deadline, sent);
     if (err == TIMED_OUT && deadline) {
         std::lock_guard<std::mutex> lock(peer->poolLock);
         const Clock::time_point now = Clock::now();
@@ -453,6 +453,34 @@ status_t Runtime::roundTrip(const std::shared_ptr<Peer>& peer, const FrameHeader
     return err;
 }
 
+// Sends a call down conn and waits for its answer. A pooled connection the
+// peer closed to make room for others, before reading the call, answers
+// with a goodbye (Serving.cpp, evictIdle): the call goes again on another
+// connection. A peer that stopped after reading it is never asked twice.
+status_t Runtime::exchange(const std::shared_ptr<Peer>& peer, std::unique_ptr<Connection>* owned,
+                           Connection* conn, const FrameHeader& header,
+                           const std::vector<BinderRef>& table, const WireImage* image,
+                           Parcel* reply, Deadline deadline, bool* sent) {
+    for (size_t attempt = 0;; ++attempt) {
+        // Into a connection this thread serves, the answer is queued like any
+        // other; a pooled one is written through.
+        status_t err = writeFrame(conn, header, table, image, deadline, *owned == nullptr);
+        *sent = err == OK;
+        // A send the peer no longer read may still have been taken (the fast
+        // path's mailbox): its answer or its goodbye tells.
+        if (err != OK && (*owned == nullptr || !conn->writeClosed())) return err;
+        err = awaitReply(conn, header.seq, reply, deadline);
+        if (*owned == nullptr || !conn->saidGoodbye() || attempt > limits().maxPeerConnections) {
+            if (err != DEAD_OBJECT && err != TIMED_OUT) *sent = true;
+            return err;
+        }
+        returnConnection(peer, std::move(*owned));
+        err = takeConnection(peer, deadline, owned, true);
+        if (err != OK) return err;
+        conn = owned->get();
+    }
+}
+
 status_t Runtime::sendOneway(const std::shared_ptr<Peer>& peer, const FrameHeader& header,
                              const std::vector<BinderRef>& table, const WireImage* image,
                              bool mayQueue, std::chrono::milliseconds timeout) {
@@ -464,6 +492,20 @@ status_t Runtime::sendOneway(const std::shared_ptr<Peer>& peer, const FrameHeade
         if (peer->oneway == nullptr) return errno == ETIMEDOUT ? TIMED_OUT : DEAD_OBJECT;
     }
     status_t err = writeFrame(peer->oneway.get(), header, table, image, deadline, mayQueue);
+    // The peer stopped reading before this frame went in, so none of it was
+    // read. Once it has read what came before (its goodbye says so), the
+    // frame goes down a new connection, in order. A release is not worth a wait.
+    if (err != OK && peer->oneway->writeClosed() && !mayQueue) {
+        Frame stray;
+        while (peer->oneway->waitFrame(&stray, deadline) == OK) closeAll(stray.fds);
+        if (!peer->oneway->saidGoodbye()) {
+            peer->oneway.reset();
+            return err;
+        }
+        peer->oneway = connectPeer(peer->pid, deadline, false);
+        if (peer->oneway == nullptr) return errno == ETIMEDOUT ? TIMED_OUT : DEAD_OBJECT;
+        err = writeFrame(peer->oneway.get(), header, table, image, deadline, mayQueue);
+    }
     if (peer->oneway->broken()) peer->oneway.reset();
     return err;
 }

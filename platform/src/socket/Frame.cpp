@@ -73,7 +73,7 @@ int timeoutMs(Deadline deadline) {
 
 bool headerIsSane(const FrameHeader& h) {
     if (h.magic != kFrameMagic || h.reserved != 0) return false;
-    if (h.kind < kTransact || h.kind > kShmOffer) return false;
+    if (h.kind < kTransact || h.kind > kGoodbye) return false;
     if (h.kind == kShmOffer) return h.payloadSize == 0 && h.fdCount == 1 && h.tableCount == 0;
     if (h.fdCount > limits().maxFrameFds) return false;
     if (h.tableCount > limits().maxFrameRefs) return false;
@@ -179,6 +179,10 @@ status_t Connection::flush() {
         if (n < 0) {
             if (errno == EINTR) continue;
             if (errno == EAGAIN || errno == EWOULDBLOCK) return WOULD_BLOCK;
+            if (errno == EPIPE || errno == ECONNRESET) {
+                mWriteClosed = true;
+                return DEAD_OBJECT;
+            }
             return breakWith(DEAD_OBJECT);
         }
         if (chunk.sent == 0) {
@@ -209,7 +213,7 @@ status_t Connection::waitWritable(Deadline deadline) {
 status_t Connection::send(const FrameHeader& header, const void* table, size_t tableSize,
                           const void* image, size_t imageSize, const std::vector<int>& fds,
                           Deadline deadline, bool mayQueue) {
-    if (mBroken) return DEAD_OBJECT;
+    if (broken()) return DEAD_OBJECT;
     if (fds.size() > kMaxFrameFds) return BAD_VALUE;
     iovec iov[3] = {
             {const_cast<FrameHeader*>(&header), sizeof(header)},
@@ -329,7 +333,11 @@ status_t Connection::sendSocket(iovec* iov, const std::vector<int>& fds, Deadlin
                 if (err != OK) return err;
                 continue;
             }
-            return breakWith((errno == EPIPE || errno == ECONNRESET) ? DEAD_OBJECT : -errno);
+            if (errno == EPIPE || errno == ECONNRESET) {
+                mWriteClosed = true;
+                return DEAD_OBJECT;
+            }
+            return breakWith(-errno);
         }
         sendFds = false;
         auto left = static_cast<size_t>(n);
@@ -462,6 +470,7 @@ status_t Connection::takeShared(Frame* frame) {
     memcpy(&frame->header, mSharedIn.data(), sizeof(FrameHeader));
     if (!headerIsSane(frame->header) || frame->header.fdCount != 0 ||
         frame->header.kind == kDoorbell || frame->header.kind == kShmOffer ||
+        frame->header.kind == kGoodbye ||
         sizeof(FrameHeader) + frame->header.payloadSize != length) {
         return breakWith(BAD_VALUE);
     }
@@ -476,6 +485,12 @@ status_t Connection::nextOnSocket(Frame* frame) {
     if (mEnd - mStart < sizeof(FrameHeader)) return WOULD_BLOCK;
     memcpy(&frame->header, mIn.data() + mStart, sizeof(FrameHeader));
     if (!headerIsSane(frame->header)) return breakWith(BAD_VALUE);
+    // Nothing follows it; whoever waits for an answer learns the call was
+    // never read.
+    if (frame->header.kind == kGoodbye) {
+        mGoodbye = true;
+        return breakWith(DEAD_OBJECT);
+    }
     const size_t total = sizeof(FrameHeader) + frame->header.payloadSize;
     if (mEnd - mStart < total) return WOULD_BLOCK;
     // A frame owns exactly the descriptors that arrived with its bytes.
@@ -562,6 +577,20 @@ bool Connection::spinForMessage() {
     box.rxState.store(kRxAway, std::memory_order_seq_cst);
     // Seen after going away, or the sender saw us spinning and rang no bell.
     return got || box.seq.load(std::memory_order_seq_cst) != mSeenSeq;
+}
+
+void Connection::sayGoodbye() {
+    // Never ahead of answers still queued: without them it is not said.
+    if (!mOut.empty() && flush() != OK) return;
+    sendGoodbye(mFd);
+    ::shutdown(mFd, SHUT_RDWR);
+}
+
+void sendGoodbye(int fd) {
+    FrameHeader bye{};
+    bye.magic = kFrameMagic;
+    bye.kind = kGoodbye;
+    (void)sendBytes(fd, &bye, sizeof(bye), MSG_NOSIGNAL | MSG_DONTWAIT);
 }
 
 status_t Connection::read(FrameHeader* header, const uint8_t** payload, std::vector<int>* fds) {

@@ -30,6 +30,8 @@ enum FrameKind : uint16_t {
     kRelease = 4,   // exporter: the sender drops `code` references to node
     kDoorbell = 5,  // look at the shared mailbox (fast path)
     kShmOffer = 6,  // the region of a fast path, as its one descriptor (answered by kReply)
+    kGoodbye = 7,   // the receiver closes this connection, having read nothing since its
+                    // last answer (socket only; see Runtime::evictIdle)
 };
 
 struct FrameHeader {
@@ -153,9 +155,17 @@ class Connection {
     // time; true when a message came.
     bool spinForMessage();
 
-    // Set when the stream is out of step and must not be reused.
-    bool broken() const { return mBroken; }
+    // Set when the stream is out of step or closed, and must not be reused.
+    bool broken() const { return mBroken || mWriteClosed; }
     void markBroken() { mBroken = true; }
+    // The peer stopped reading: a send failed. What it wrote before can
+    // still be read.
+    bool writeClosed() const { return mWriteClosed; }
+    // The peer closed with a goodbye frame where the next frame was due.
+    bool saidGoodbye() const { return mGoodbye; }
+    // Server side: the last frame on the socket, after whatever is queued,
+    // then the socket is shut in both directions.
+    void sayGoodbye();
 
     static size_t openCount();
 
@@ -189,6 +199,8 @@ class Connection {
     ByteBudget* const mTotalBudget;
     bool mBroken = false;
     bool mEof = false;
+    bool mWriteClosed = false;
+    bool mGoodbye = false;
 
     std::vector<uint8_t> mIn;  // [mStart, mEnd) not yet taken
     size_t mStart = 0;
@@ -212,6 +224,9 @@ class Connection {
 };
 
 int timeoutMs(Deadline deadline);
+
+// Writes a goodbye frame without waiting (see kGoodbye).
+void sendGoodbye(int fd);
 
 }  // namespace socket
 }  // namespace host

@@ -61,6 +61,9 @@ struct Peer {
     Clock::time_point diedAt{};
 
     ByteBudget budget;  // bytes buffered for it, in and out
+    // The incoming connection that last carried its oneway calls or
+    // releases: never evicted, since its sender never reads it.
+    std::atomic<uint64_t> onewayConn{0};
 
     // Outgoing connections for two-way calls: a caller takes an idle one for
     // the length of its call, or opens one while fewer than the limit exist.
@@ -108,6 +111,9 @@ struct Incoming {
     const std::shared_ptr<Peer> peer;
     Connection conn;
     std::mutex owner;  // held by the thread serving it
+    // Guarded by owner.
+    bool closed = false;    // evicted: nothing more is read or written
+    bool evicting = false;  // read only up to what came before; goodbye at its end
     // Changed under the runtime's oneway lock; paused is also read without.
     std::atomic<bool> paused{false};  // not read until its peer's oneway queue drains
     bool busy = false;                // a thread holds it
@@ -173,6 +179,10 @@ class Runtime {
     void armTimerLocked();
     void serviceConnection(uint64_t id, uint32_t events);
     void closeIncoming(const std::shared_ptr<Incoming>& in);
+    // At the total connection limit: closes idle connections of the process
+    // holding the most, if that is fair to pid. True when room was made.
+    bool makeRoomFor(pid_t pid);
+    bool evictIdle(const std::shared_ptr<Incoming>& in);
     void rearm(Incoming* in, bool withInput);
     // Gives an event taken but not served back to the other threads.
     void handBack(uint64_t id);
@@ -186,8 +196,10 @@ class Runtime {
     // Calls.
     std::unique_ptr<Connection> connectPeer(pid_t pid, Deadline deadline, bool twoWay);
     void offerFastPath(Connection* conn, Deadline deadline);
+    // refused: the peer just closed a connection of ours unread (it is at
+    // its limit); then a new one is opened only while none is in use.
     status_t takeConnection(const std::shared_ptr<Peer>& peer, Deadline deadline,
-                            std::unique_ptr<Connection>* out);
+                            std::unique_ptr<Connection>* out, bool refused = false);
     void returnConnection(const std::shared_ptr<Peer>& peer, std::unique_ptr<Connection> conn);
     status_t roundTrip(const std::shared_ptr<Peer>& peer, const FrameHeader& header,
                        const std::vector<BinderRef>& table, const WireImage* image, Parcel* reply,
@@ -195,6 +207,10 @@ class Runtime {
     status_t sendOneway(const std::shared_ptr<Peer>& peer, const FrameHeader& header,
                         const std::vector<BinderRef>& table, const WireImage* image, bool mayQueue,
                         std::chrono::milliseconds timeout);
+    status_t exchange(const std::shared_ptr<Peer>& peer, std::unique_ptr<Connection>* owned,
+                      Connection* conn, const FrameHeader& header,
+                      const std::vector<BinderRef>& table, const WireImage* image, Parcel* reply,
+                      Deadline deadline, bool* sent);
     status_t awaitReply(Connection* conn, uint64_t seq, Parcel* reply, Deadline deadline);
     status_t receiveParcel(const Connection& conn, const Frame& frame, Parcel* out);
 

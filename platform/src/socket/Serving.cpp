@@ -4,6 +4,7 @@
 #include <hwbinder/ProcessState.h>
 #include <poll.h>
 #include <sys/epoll.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/timerfd.h>
 #include <unistd.h>
@@ -15,6 +16,7 @@
 #include <new>
 #include <system_error>
 #include <thread>
+#include <unordered_map>
 
 #include "socket/Events.h"
 #include "socket/Runtime.h"
@@ -64,6 +66,23 @@ std::atomic<bool> gSaidEmfile{false};
 std::atomic<bool> gSaidThreads{false};
 std::atomic<bool> gSaidConnections{false};
 std::atomic<bool> gSaidMemory{false};
+
+// At the total connection limit, connections closed at once for one
+// newcomer (see makeRoomFor).
+constexpr size_t kEvictBatch = 4;
+
+// Shuts a connection's reading side, so that the peer's sends fail from now
+// on; true when it had sent something before.
+bool shutReading(int fd) {
+    int unread = 0;
+    return ::shutdown(fd, SHUT_RD) == 0 && ioctl(fd, FIONREAD, &unread) == 0 && unread > 0;
+}
+
+// Frames that travel on a process's oneway connection.
+bool carriesOneway(const FrameHeader& header) {
+    return header.kind == kRelease ||
+           (header.kind == kTransact && (header.flags & IBinder::FLAG_ONEWAY) != 0);
+}
 
 // Whether the sender waits for a reply to this frame.
 bool answers(const FrameHeader& header) {
@@ -343,29 +362,48 @@ void Runtime::acceptPending(int listenFd) {
             ::close(fd);
             continue;
         }
-        std::lock_guard<std::mutex> lock(mLock);
+        std::unique_lock<std::mutex> lock(mLock);
         std::shared_ptr<Peer> peer = peerLocked(pid);
         size_t open;
         {
             std::lock_guard<std::mutex> conns(mConnLock);
             open = mIncoming.size();
         }
-        if (mStopping || open >= limits().maxConnections ||
-            peer->incoming >= limits().maxPeerConnections) {
-            // Refused at once, so the peer's call fails instead of waiting.
-            logOnce(&gSaidConnections,
-                    "hidl socket transport: refusing a connection over the limit (%s); see "
-                    "ZUV_HIDL_MAX_CONNECTIONS and ZUV_HIDL_MAX_PEER_CONNECTIONS\n",
-                    open >= limits().maxConnections ? "all peers" : "one peer");
-            ::close(fd);
-            forgetPeerIfUnusedLocked(peer);
-            continue;
+        bool full = open >= limits().maxConnections;
+        if (full && !mStopping && peer->incoming < limits().maxPeerConnections) {
+            lock.unlock();
+            full = !makeRoomFor(pid);
+            lock.lock();
+            // Looked up again: its record may have been forgotten meanwhile.
+            peer = peerLocked(pid);
+        }
+        bool drainOnly = false;
+        if (mStopping || full || peer->incoming >= limits().maxPeerConnections) {
+            // What it sent already would be lost unread (a oneway call): that
+            // much is served before the connection closes.
+            if (!mStopping && full && peer->incoming < limits().maxPeerConnections &&
+                shutReading(fd)) {
+                drainOnly = true;
+            } else {
+                // Refused at once, so the peer's call fails instead of waiting;
+                // the goodbye tells it nothing was read.
+                logOnce(&gSaidConnections,
+                        "hidl socket transport: refusing a connection over the limit (%s); see "
+                        "ZUV_HIDL_MAX_CONNECTIONS and ZUV_HIDL_MAX_PEER_CONNECTIONS\n",
+                        full ? "all peers, and its process holds as many as any other"
+                             : "one peer");
+                sendGoodbye(fd);
+                ::close(fd);
+                forgetPeerIfUnusedLocked(peer);
+                continue;
+            }
         }
         std::lock_guard<std::mutex> conns(mConnLock);
         const uint64_t id = mNextConnId++;
         std::shared_ptr<Incoming> in;
         try {
             in = std::make_shared<Incoming>(id, peer, fd, uid, &mTotalBudget);
+            in->evicting = drainOnly;
             mIncoming[id] = in;
         } catch (const std::bad_alloc&) {
             // The connection owns the descriptor only once it exists.
@@ -453,9 +491,10 @@ void Runtime::serviceConnection(uint64_t id, uint32_t events) {
         if (it == mIncoming.end()) return;
         in = it->second;
     }
-    // Never contended (the event is one-shot); it hands the connection from
-    // thread to thread visibly, to the thread sanitizer too.
+    // Contended only by an eviction (the event is one-shot); it hands the
+    // connection from thread to thread visibly, to the thread sanitizer too.
     std::lock_guard<std::mutex> owning(in->owner);
+    if (in->closed) return;
     Connection& conn = in->conn;
     {
         std::lock_guard<std::mutex> lock(mOnewayLock);
@@ -477,15 +516,23 @@ void Runtime::serviceConnection(uint64_t id, uint32_t events) {
             }
         }
         bool answered = false;
+        bool drained = false;  // no complete frame is left
         for (int served = 0; !paused && served < kFramesPerTurn; ++served) {
             Frame frame;
             status_t err = conn.next(&frame);
-            if (err == WOULD_BLOCK) break;
+            if (err == WOULD_BLOCK) {
+                drained = true;
+                break;
+            }
             if (err != OK) {
                 closeIncoming(in);
                 return;
             }
             answered = answered || answers(frame.header);
+            if (carriesOneway(frame.header) &&
+                in->peer->onewayConn.load(std::memory_order_relaxed) != in->id) {
+                in->peer->onewayConn.store(in->id, std::memory_order_relaxed);
+            }
             bool room = true;
             try {
                 room = serveFrame(&conn, frame);
@@ -511,7 +558,9 @@ void Runtime::serviceConnection(uint64_t id, uint32_t events) {
                 }
             }
         }
-        if (conn.endOfStream() && !conn.hasBufferedInput()) {
+        // What is left of a frame cut short by the end never completes.
+        if (conn.endOfStream() && (drained || !conn.hasBufferedInput())) {
+            if (in->evicting) conn.sayGoodbye();
             closeIncoming(in);
             return;
         }
@@ -596,8 +645,9 @@ void Runtime::resume(const std::shared_ptr<Peer>& peer) {
 void Runtime::closeIncoming(const std::shared_ptr<Incoming>& in) {
     epoll_ctl(mEpoll, EPOLL_CTL_DEL, in->conn.fd(), nullptr);
     {
+        // Once only, whoever comes first: an eviction and a failing serve.
         std::lock_guard<std::mutex> lock(mConnLock);
-        mIncoming.erase(in->id);
+        if (mIncoming.erase(in->id) == 0) return;
     }
     std::vector<sp<BpHwBinder>> obituaries;
     std::vector<sp<BHwBinder>> released;
@@ -612,6 +662,85 @@ void Runtime::closeIncoming(const std::shared_ptr<Incoming>& in) {
         }
     }
     for (const sp<BpHwBinder>& proxy : obituaries) proxy->sendObituary();
+}
+
+// --- sharing connections at the limit ---
+
+// The fair rule, by process (pid): a newcomer holding `mine` connections
+// gets one when another process holds at least mine + 2. Idle connections
+// of the process holding the most are closed, up to half the difference
+// and at most kEvictBatch at once (a burst of newcomers then does not pay
+// one eviction each), so the donor never ends up holding fewer than the
+// newcomer. When that process has none idle, the next largest gives. A
+// newcomer that holds as many as anyone else is refused.
+bool Runtime::makeRoomFor(pid_t pid) {
+    struct Holder {
+        std::shared_ptr<Peer> peer;
+        size_t count;
+        std::vector<std::shared_ptr<Incoming>> conns;
+    };
+    std::vector<Holder> holders;
+    size_t mine = 0;
+    {
+        std::lock_guard<std::mutex> lock(mLock);
+        auto me = mPeers.find(pid);
+        if (me != mPeers.end()) mine = me->second->incoming;
+        for (const auto& [p, peer] : mPeers) {
+            if (p != pid && peer->incoming >= mine + 2)
+                holders.push_back({peer, peer->incoming, {}});
+        }
+    }
+    if (holders.empty()) return false;
+    std::sort(holders.begin(), holders.end(),
+              [](const Holder& a, const Holder& b) { return a.count > b.count; });
+    {
+        std::unordered_map<const Peer*, Holder*> byPeer;
+        for (Holder& h : holders) byPeer[h.peer.get()] = &h;
+        std::lock_guard<std::mutex> conns(mConnLock);
+        for (const auto& [id, in] : mIncoming) {
+            auto it = byPeer.find(in->peer.get());
+            if (it != byPeer.end()) it->second->conns.push_back(in);
+        }
+    }
+    for (Holder& h : holders) {
+        size_t want = std::clamp<size_t>((h.count - mine) / 2, 1, kEvictBatch);
+        size_t evicted = 0;
+        const uint64_t oneway = h.peer->onewayConn.load(std::memory_order_relaxed);
+        for (const auto& in : h.conns) {
+            if (evicted == want) break;
+            if (in->id == oneway) continue;
+            if (evictIdle(in)) ++evicted;
+        }
+        if (evicted > 0) return true;
+    }
+    return false;
+}
+
+// Closes a connection that carries no call: nobody serves it, nothing of a
+// frame is buffered either way, and its socket holds no unread bytes. Its
+// reading is shut first, so that a call the peer sends from then on fails
+// to send; a call that went in before is still read and answered. Only
+// after that does the peer get the goodbye frame, so a goodbye where an
+// answer was due tells it the call was never read and may go again.
+bool Runtime::evictIdle(const std::shared_ptr<Incoming>& in) {
+    std::unique_lock<std::mutex> owning(in->owner, std::try_to_lock);
+    if (!owning.owns_lock() || in->closed || in->evicting) return false;
+    Connection& conn = in->conn;
+    if (in->paused.load(std::memory_order_acquire) || conn.broken() || conn.hasBufferedInput() ||
+        conn.outPending()) {
+        return false;
+    }
+    int unread = 0;
+    if (ioctl(conn.fd(), FIONREAD, &unread) != 0 || unread > 0) return false;
+    if (shutReading(conn.fd())) {
+        // Sent just before: served as usual, and told goodbye at its end.
+        in->evicting = true;
+        return true;
+    }
+    in->closed = true;
+    conn.sayGoodbye();
+    closeIncoming(in);
+    return true;
 }
 
 // --- stopping ---
