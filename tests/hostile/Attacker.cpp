@@ -54,6 +54,7 @@
 #include <thread>
 #include <vector>
 
+#include "ChainedService.h"
 #include "socket/Frame.h"
 
 using ::android::sp;
@@ -287,17 +288,6 @@ class SinkStub : public BnHwBase {
     static inline long sDisordered = 0;
 };
 
-struct Sink : IBase {
-    Return<void> interfaceChain(interfaceChain_cb cb) override {
-        cb({kSinkDescriptor, IBase::descriptor});
-        return Void();
-    }
-    Return<void> interfaceDescriptor(interfaceDescriptor_cb cb) override {
-        cb(kSinkDescriptor);
-        return Void();
-    }
-};
-
 void sink(const std::string& name) {
     ::android::hardware::details::getBnConstructorMap().set(
             kSinkDescriptor, [](void* iface) -> sp<::android::hardware::IBinder> {
@@ -305,7 +295,7 @@ void sink(const std::string& name) {
             });
     ::android::hardware::configureRpcThreadpool(4, false);
     ::android::hardware::ProcessState::self()->startThreadPool();
-    static sp<IBase> service = new Sink();
+    static sp<IBase> service = new zuv_test::ChainedService(kSinkDescriptor);
     say("ready " +
         std::to_string(::android::hardware::details::registerAsServiceInternal(service, name)));
 }
@@ -313,25 +303,7 @@ void sink(const std::string& name) {
 constexpr const char* kFloodDescriptor = "vendor.zuv.test@1.0::IFlood";
 constexpr const char* kTestDescriptor = "vendor.zuv.test@1.0::ITest";
 
-struct Object : IBase {
-    explicit Object(std::string chainHead) : mDescriptor(std::move(chainHead)) {}
-    Return<void> interfaceChain(interfaceChain_cb cb) override {
-        cb({mDescriptor, IBase::descriptor});
-        return Void();
-    }
-    Return<void> interfaceDescriptor(interfaceDescriptor_cb cb) override {
-        cb(mDescriptor);
-        return Void();
-    }
-    const std::string mDescriptor;
-};
-
-void publishable(const char* descriptor) {
-    ::android::hardware::details::getBnConstructorMap().set(
-            descriptor, [](void* iface) -> sp<::android::hardware::IBinder> {
-                return new BnHwBase(static_cast<IBase*>(iface));
-            });
-}
+using zuv_test::publishable;
 
 std::string padded(const std::string& head, size_t length) {
     return head + std::string(length > head.size() ? length - head.size() : 0, 'x');
@@ -358,7 +330,7 @@ void flood(size_t names, size_t listens, size_t length) {
     ::android::hardware::ProcessState::self()->startThreadPool();
     auto sm = ::android::hardware::defaultServiceManager();
     if (sm == nullptr) return say("ready no daemon");
-    static sp<IBase> object = new Object(kFloodDescriptor);
+    static sp<IBase> object = new zuv_test::ChainedService(kFloodDescriptor);
     flooding("names", names,
              [&](size_t i) { return sm->add(padded(std::to_string(i), length), object); });
     static sp<Listener> listener = new Listener();
@@ -390,7 +362,7 @@ void slowListener(size_t registrations, size_t adds) {
     static std::vector<sp<IBase>> objects;
     long slowest = 0;
     for (size_t i = 0; i < adds; ++i) {
-        objects.push_back(new Object(kTestDescriptor));
+        objects.push_back(new zuv_test::ChainedService(kTestDescriptor));
         const auto start = std::chrono::steady_clock::now();
         added += sm->add("slow" + std::to_string(i), objects.back()).withDefault(false);
         slowest = std::max<long>(slowest, std::chrono::duration_cast<std::chrono::milliseconds>(

@@ -33,6 +33,8 @@
 #include <sstream>
 #include <string>
 
+#include "ChainedService.h"
+
 using ::android::sp;
 using ::android::hardware::hidl_death_recipient;
 using ::android::hardware::hidl_string;
@@ -60,19 +62,6 @@ void say(const char* format, ...) {
     std::printf("\n");
     std::fflush(stdout);
 }
-
-struct TestService : IBase {
-    explicit TestService(std::string chainHead) : mDescriptor(std::move(chainHead)) {}
-    Return<void> interfaceChain(interfaceChain_cb cb) override {
-        cb({mDescriptor, IBase::descriptor});
-        return Void();
-    }
-    Return<void> interfaceDescriptor(interfaceDescriptor_cb cb) override {
-        cb(mDescriptor);
-        return Void();
-    }
-    const std::string mDescriptor;
-};
 
 class DeathCounter : public hidl_death_recipient {
   public:
@@ -103,12 +92,7 @@ struct Listener : IServiceNotification {
     }
 };
 
-// Objects of this descriptor get a stub when handed to another process.
-void publishable(const std::string& descriptor) {
-    ::android::hardware::details::getBnConstructorMap().set(
-            std::string(descriptor),
-            [](void* iface) -> sp<IBinder> { return new BnHwBase(static_cast<IBase*>(iface)); });
-}
+using zuv_test::publishable;
 
 std::map<std::string, sp<IBase>> gServices;  // registered here or found
 std::map<std::string, sp<DeathCounter>> gDeaths;
@@ -159,7 +143,7 @@ int main() {
         const std::string descriptor = extra.empty() ? kTestDescriptor : extra;
         if (command == "register") {
             publishable(descriptor);
-            sp<IBase> service = new TestService(descriptor);
+            sp<IBase> service = new zuv_test::ChainedService(descriptor);
             gServices[name] = service;
             ::android::status_t err =
                     ::android::hardware::details::registerAsServiceInternal(service, name);
