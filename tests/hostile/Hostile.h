@@ -34,11 +34,19 @@ constexpr auto kServed = 4s;
 // memory waits in quarantine (256 MiB at most) and every allocation has
 // shadow memory, so resident memory says little of the code's own use: the
 // bound holds there only with that much slack, and the default build checks it.
+// Likewise a bound on time or CPU: a sanitizer makes the code several times
+// slower, the thread sanitizer most.
 #ifdef ZUV_SANITIZED
 constexpr long kSanitizerSlackKb = 320 * 1024;
+constexpr long kSanitizerSlowdown = 5;
 #else
 constexpr long kSanitizerSlackKb = 0;
+constexpr long kSanitizerSlowdown = 1;
 #endif
+template <typename T>
+T timeBound(T t) {
+    return t * kSanitizerSlowdown;
+}
 inline long memoryBoundKb(long kb) {
     return kb + kSanitizerSlackKb;
 }

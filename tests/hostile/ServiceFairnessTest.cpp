@@ -56,7 +56,7 @@ TEST_F(ServiceFairness, ReportsQueuedForStalledClientAreBounded) {
               3)
             << *flood;
     EXPECT_EQ(failed, 0u) << *flood;
-    EXPECT_GE(refused, 180u) << *flood;  // the queue holds 16 reports or 4 MiB
+    EXPECT_GE(refused, 150u) << *flood;  // the queue holds 16 reports or 4 MiB; some drain
     const long growthKb = status(service->pid(), "VmRSS") - rssBefore;
     EXPECT_LT(growthKb, memoryBoundKb(24 * 1024)) << "the service grew by " << growthKb << " kB";
     EXPECT_TRUE(service->line("service: match from pid " + std::to_string(stalled->pid()) +
