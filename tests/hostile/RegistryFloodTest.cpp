@@ -109,8 +109,8 @@ TEST_F(Hostile, FloodsStopAtTheQuotasAndAreCleanedUpQuickly) {
     EXPECT_LT(slowestListing, timeBound(250ms));  // as the test sees it, scheduling included
     EXPECT_LT(slowestLookup, timeBound(100L));
     const long cpuCleanup = cpuTicks(sm->pid()) - cpuBefore;
-    EXPECT_LT(cpuCleanup, timeBound(sysconf(_SC_CLK_TCK) / 2))
-            << "ticks spent forgetting the flooder";
+    // The second of listings above counts too; the quadratic cleanup took five.
+    EXPECT_LT(cpuCleanup, timeBound(sysconf(_SC_CLK_TCK))) << "ticks spent forgetting the flooder";
     auto after = run({ZUV_LSHAL_PATH});
     EXPECT_EQ(after.err.find("not all"), std::string::npos) << after.err;
 }
