@@ -75,6 +75,13 @@ std::vector<ObjectInfo>& scratchInfo(size_t count) {
     return info;
 }
 
+// Which buffers become slices, by object index.
+std::vector<uint8_t>& scratchSliced(size_t count) {
+    thread_local std::vector<uint8_t> sliced;
+    sliced.assign(count, 0);
+    return sliced;
+}
+
 std::vector<size_t>& scratchPositions(size_t count) {
     thread_local std::vector<size_t> positions;
     positions.assign(count, kNone);
@@ -92,9 +99,10 @@ void appendZeros(std::vector<uint8_t>* bytes, size_t count) {
 
 }  // namespace
 
-status_t WireImageCodec::flatten(const Parcel& parcel, BinderTranslator* translator,
-                                 WireImage* out) {
+status_t WireImageCodec::flatten(const Parcel& parcel, BinderTranslator* translator, WireImage* out,
+                                 size_t gatherFrom) {
     out->fds.clear();
+    out->slices.clear();
     const size_t dataSize = parcel.mData.size();
     const size_t count = parcel.mObjects.size();
     if (count == 0 && dataSize <= kMaxTransactionSize - sizeof(ImageHeader)) {
@@ -115,21 +123,37 @@ status_t WireImageCodec::flatten(const Parcel& parcel, BinderTranslator* transla
         return FAILED_TRANSACTION;
     }
 
-    // Size everything first so the image is allocated once.
+    // Size everything first so the image is allocated once. A buffer an fd
+    // array points into is rewritten in the image, so it is never a slice.
+    std::vector<uint8_t>& sliced = scratchSliced(count);
     size_t buffersSize = 0;
+    size_t slicedSize = 0;
     for (size_t i = 0; i < count; ++i) {
         binder_buffer_object obj;
-        if (!parcel.bufferAt(i, &obj) || obj.buffer == 0) continue;
+        if (!parcel.bufferAt(i, &obj)) {
+            binder_fd_array_object fda;
+            if (parcel.mObjects[i] + sizeof(fda) <= dataSize) {
+                memcpy(&fda, parcel.mData.data() + parcel.mObjects[i], sizeof(fda));
+                if (fda.hdr.type == BINDER_TYPE_FDA && fda.parent < i) sliced[fda.parent] = 0;
+            }
+            continue;
+        }
+        if (obj.buffer == 0) continue;
         if (obj.length > kMaxTransactionSize) return FAILED_TRANSACTION;
         buffersSize += align8(obj.length);
         if (buffersSize > kMaxTransactionSize) return FAILED_TRANSACTION;
+        sliced[i] = obj.length >= gatherFrom ? 1 : 0;
+    }
+    for (size_t i = 0; i < count; ++i) {
+        binder_buffer_object obj;
+        if (sliced[i] != 0 && parcel.bufferAt(i, &obj)) slicedSize += obj.length;
     }
     const size_t dataPadded = align8(dataSize);
     const size_t total = sizeof(ImageHeader) + dataPadded + count * sizeof(uint64_t) + buffersSize;
     if (total > kMaxTransactionSize) return FAILED_TRANSACTION;
 
     std::vector<uint8_t>& bytes = out->bytes;
-    bytes.reserve(total);
+    bytes.reserve(total - slicedSize);
     bytes.resize(sizeof(ImageHeader));
     bytes.insert(bytes.end(), parcel.mData.begin(), parcel.mData.end());
     appendZeros(&bytes, dataPadded - dataSize);
@@ -140,6 +164,7 @@ status_t WireImageCodec::flatten(const Parcel& parcel, BinderTranslator* transla
     auto fail = [out](status_t err) {
         out->bytes.clear();
         out->fds.clear();
+        out->slices.clear();
         return err;
     };
 
@@ -153,9 +178,13 @@ status_t WireImageCodec::flatten(const Parcel& parcel, BinderTranslator* transla
                 binder_buffer_object obj;
                 memcpy(&obj, image, sizeof(obj));
                 if (obj.buffer != 0) {
-                    positions[i] = bytes.size();
                     const auto* src = reinterpret_cast<const uint8_t*>(obj.buffer);
-                    bytes.insert(bytes.end(), src, src + obj.length);
+                    if (sliced[i] != 0) {
+                        out->slices.push_back({bytes.size(), src, obj.length});
+                    } else {
+                        positions[i] = bytes.size();
+                        bytes.insert(bytes.end(), src, src + obj.length);
+                    }
                     appendZeros(&bytes, align8(obj.length) - obj.length);
                     obj.buffer = kPresentBuffer;
                 } else if (obj.length != 0) {
@@ -225,6 +254,11 @@ status_t WireImageCodec::flatten(const Parcel& parcel, BinderTranslator* transla
 
 status_t WireImageCodec::rebuild(const uint8_t* bytes, size_t size, std::vector<int> fds,
                                  BinderTranslator* translator, Parcel* out) {
+    return rebuild(ImageBlock(), bytes, size, std::move(fds), translator, out);
+}
+
+status_t WireImageCodec::rebuild(ImageBlock block, const uint8_t* bytes, size_t size,
+                                 std::vector<int> fds, BinderTranslator* translator, Parcel* out) {
     out->freeData();
     auto fail = [&fds, out](status_t err) {
         for (int fd : fds) {
@@ -266,9 +300,18 @@ status_t WireImageCodec::rebuild(const uint8_t* bytes, size_t size, std::vector<
     out->mObjects.resize(count);
     if (count != 0) memcpy(out->mObjects.data(), imageOffsets, count * sizeof(uint64_t));
     uint8_t* area = nullptr;
-    if (buffersSize != 0) {
-        out->mOwnedBuffers.reset(new uint64_t[buffersSize / sizeof(uint64_t)]);
-        area = reinterpret_cast<uint8_t*>(out->mOwnedBuffers.get());
+    const bool inBlock = block && bytes >= block.data() &&
+                         static_cast<size_t>(bytes - block.data()) <= block.size() &&
+                         size <= block.size() - static_cast<size_t>(bytes - block.data()) &&
+                         reinterpret_cast<uintptr_t>(imageBuffers) % alignof(uint64_t) == 0;
+    if (buffersSize != 0 && inBlock) {
+        // The image is ours alone: its buffers become the parcel's as they lie.
+        area = block.data() + (imageBuffers - block.data());
+        out->mOwnedBuffers = std::move(block);
+    } else if (buffersSize != 0) {
+        out->mOwnedBuffers = ImageBlock::allocate(buffersSize);
+        if (!out->mOwnedBuffers) return fail(NO_MEMORY);
+        area = out->mOwnedBuffers.data();
         memcpy(area, imageBuffers, buffersSize);
     }
 

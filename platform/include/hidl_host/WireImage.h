@@ -6,6 +6,7 @@
 // the image.
 #pragma once
 
+#include <hidl_host/ImageBlock.h>
 #include <hwbinder/Parcel.h>
 #include <utils/Errors.h>
 #include <utils/StrongPointer.h>
@@ -29,7 +30,7 @@ constexpr size_t kMaxTransactionSize = 1024 * 1024;
 // unflatten turns a received reference back into a binder, refusing anything
 // the peer was not given.
 class BinderTranslator {
-public:
+  public:
     virtual ~BinderTranslator() = default;
     // binder is never null; *type must be BINDER_TYPE_BINDER or
     // BINDER_TYPE_HANDLE.
@@ -39,23 +40,50 @@ public:
 
 // A flattened transaction. fds are the file descriptors of native handles,
 // in object order; they are borrowed from the source parcel.
+//
+// A transport that can send from several places at once (a socket's
+// scatter-gather send, a copy into shared memory) asks flatten to leave large
+// buffers where they are: each is then a slice whose bytes belong at offset
+// `at` of bytes, ahead of what bytes holds there. Slices are borrowed from
+// the parcel's writer, like the fds.
 struct WireImage {
+    struct Slice {
+        size_t at;
+        const uint8_t* data;
+        size_t length;
+    };
     std::vector<uint8_t> bytes;
     std::vector<int> fds;
+    std::vector<Slice> slices;  // ascending by at
+
+    // The whole image's size, slices included.
+    size_t size() const {
+        size_t total = bytes.size();
+        for (const Slice& s : slices) total += s.length;
+        return total;
+    }
 };
 
 class WireImageCodec {
-public:
+  public:
     // Flattens parcel; fails when it exceeds kMaxTransactionSize or holds a
     // binder the translator refuses. translator may be null when the parcel
-    // holds no binders.
-    static status_t flatten(const Parcel& parcel, BinderTranslator* translator, WireImage* out);
+    // holds no binders. Buffers of gatherFrom bytes or more become slices
+    // (see WireImage) unless the image must differ from them; by default
+    // everything is copied into bytes.
+    static constexpr size_t kNoSlices = SIZE_MAX;
+    static status_t flatten(const Parcel& parcel, BinderTranslator* translator, WireImage* out,
+                            size_t gatherFrom = kNoSlices);
 
     // Rebuilds a parcel from image bytes, validating everything first. out is
     // cleared and then owns its data, buffers, binders and the given fds
     // (which it closes when done; on failure they are closed here).
     static status_t rebuild(const uint8_t* bytes, size_t size, std::vector<int> fds,
                             BinderTranslator* translator, Parcel* out);
+    // The same for an image that lies in block, which the parcel takes over:
+    // its buffers stay where they are instead of being copied out.
+    static status_t rebuild(ImageBlock block, const uint8_t* bytes, size_t size,
+                            std::vector<int> fds, BinderTranslator* translator, Parcel* out);
 };
 
 }  // namespace host

@@ -10,6 +10,7 @@
 #pragma once
 
 #include <cutils/native_handle.h>
+#include <hidl_host/ImageBlock.h>
 #include <hidl_host/ParcelBytes.h>
 #include <linux/android/binder.h>
 #include <utils/Errors.h>
@@ -179,7 +180,7 @@ class Parcel {
     // its 1-based index here (0 for a null binder), never a pointer.
     std::vector<sp<IBinder>> mBinders;
     // Memory and fds owned by a parcel rebuilt from a wire image.
-    std::unique_ptr<uint64_t[]> mOwnedBuffers;
+    host::ImageBlock mOwnedBuffers;
     std::vector<int> mOwnedFds;
     mutable size_t mDataPos = 0;
     mutable size_t mNextObjectHint = 0;

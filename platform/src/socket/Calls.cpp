@@ -209,20 +209,41 @@ FrameHeader makeHeader(uint16_t kind, uint64_t seq, const std::vector<BinderRef>
     header.kind = kind;
     header.seq = seq;
     header.tableCount = static_cast<uint32_t>(table.size());
-    const size_t imageSize = image != nullptr ? image->bytes.size() : 0;
+    const size_t imageSize = image != nullptr ? image->size() : 0;
     header.payloadSize = static_cast<uint32_t>(table.size() * sizeof(BinderRef) + imageSize);
     header.fdCount = static_cast<uint16_t>(image != nullptr ? image->fds.size() : 0);
     return header;
+}
+
+// Large buffers stay in the parcel's memory and are sent from there (see
+// WireImage): few enough that a frame's parts always fit one send.
+constexpr size_t kSliceFrom = 16 * 1024;
+static_assert(2 * (kMaxTransactionSize / kSliceFrom) + 2 <= kMaxFrameParts,
+              "a frame's slices fit in one send");
+
+status_t flattenForSend(const Parcel& parcel, BinderTranslator* translator, WireImage* out) {
+    return WireImageCodec::flatten(parcel, translator, out, kSliceFrom);
 }
 
 status_t writeFrame(Connection* conn, const FrameHeader& header,
                     const std::vector<BinderRef>& table, const WireImage* image, Deadline deadline,
                     bool mayQueue) {
     static const std::vector<int> kNoFds;
-    return conn->send(header, table.data(), table.size() * sizeof(BinderRef),
-                      image != nullptr ? image->bytes.data() : nullptr,
-                      image != nullptr ? image->bytes.size() : 0,
-                      image != nullptr ? image->fds : kNoFds, deadline, mayQueue);
+    iovec parts[kMaxFrameParts];
+    size_t count = 0;
+    parts[count++] = {const_cast<BinderRef*>(table.data()), table.size() * sizeof(BinderRef)};
+    if (image != nullptr) {
+        // The image's bytes with its slices in their places.
+        size_t at = 0;
+        for (const WireImage::Slice& slice : image->slices) {
+            parts[count++] = {const_cast<uint8_t*>(image->bytes.data()) + at, slice.at - at};
+            parts[count++] = {const_cast<uint8_t*>(slice.data), slice.length};
+            at = slice.at;
+        }
+        parts[count++] = {const_cast<uint8_t*>(image->bytes.data()) + at, image->bytes.size() - at};
+    }
+    return conn->send(header, parts, count, image != nullptr ? image->fds : kNoFds, deadline,
+                      mayQueue);
 }
 
 // A frame this process serves is answered without waiting for the peer to
@@ -275,7 +296,7 @@ void Runtime::offerFastPath(Connection* conn, Deadline deadline) {
     offer.kind = kShmOffer;
     offer.fdCount = 1;
     offer.seq = mNextSeq.fetch_add(1, std::memory_order_relaxed);
-    status_t err = conn->send(offer, nullptr, 0, nullptr, 0, {memfd}, deadline, false);
+    status_t err = conn->send(offer, nullptr, 0, {memfd}, deadline, false);
     ::close(memfd);
     // Refused unread, the peer says goodbye: read, it lets the caller retry.
     if (err != OK && !conn->writeClosed()) return;
@@ -381,7 +402,7 @@ status_t Runtime::transact(uint64_t handle, uint32_t code, const Parcel& data, P
     SendTranslator translator(*this, to);
     ScratchImage scratch;
     WireImage& image = *scratch.get();
-    status_t err = WireImageCodec::flatten(data, &translator, &image);
+    status_t err = flattenForSend(data, &translator, &image);
     if (err != OK) {
         translator.rollback();
         return err;
@@ -538,21 +559,26 @@ status_t Runtime::awaitReply(Connection* conn, uint64_t seq, Parcel* reply, Dead
             closeAll(frame.fds);
             return frame.header.status;
         }
-        return receiveParcel(*conn, frame, reply);
+        return receiveParcel(conn->pid(), frame, reply);
     }
 }
 
-status_t Runtime::receiveParcel(const Connection& conn, const Frame& frame, Parcel* out) {
+status_t Runtime::receiveParcel(pid_t from, Frame& frame, Parcel* out) {
+    // A frame in a block of its own hands the block to the parcel, which
+    // keeps its buffers where they are.
     if (frame.header.tableCount == 0 && frame.fds.empty()) {
         // Plain data: no binder can resolve, so none needs a translator.
-        return WireImageCodec::rebuild(frame.payload, frame.header.payloadSize, {}, nullptr, out);
+        return WireImageCodec::rebuild(std::move(frame.block), frame.payload,
+                                       frame.header.payloadSize, {}, nullptr, out);
     }
     const size_t tableSize = frame.header.tableCount * sizeof(BinderRef);
-    ReceiveTranslator translator(*this, conn.pid());
+    ReceiveTranslator translator(*this, from);
     translator.resolve(frame.payload, frame.header.tableCount);
-    std::vector<int> fds = frame.fds;
-    return WireImageCodec::rebuild(frame.payload + tableSize, frame.header.payloadSize - tableSize,
-                                   std::move(fds), &translator, out);
+    std::vector<int> fds = std::move(frame.fds);
+    frame.fds.clear();
+    return WireImageCodec::rebuild(std::move(frame.block), frame.payload + tableSize,
+                                   frame.header.payloadSize - tableSize, std::move(fds),
+                                   &translator, out);
 }
 
 void Runtime::writeStatusReply(Connection* conn, uint64_t seq, status_t status) {
@@ -620,15 +646,7 @@ bool Runtime::queueOneway(Connection* conn, Frame& frame) {
         return true;
     }
     auto data = std::make_unique<Parcel>();
-    std::vector<int> fds = std::move(frame.fds);
-    frame.fds.clear();
-    const size_t tableSize = frame.header.tableCount * sizeof(BinderRef);
-    ReceiveTranslator translator(*this, conn->pid());
-    translator.resolve(frame.payload, frame.header.tableCount);
-    if (WireImageCodec::rebuild(frame.payload + tableSize, frame.header.payloadSize - tableSize,
-                                std::move(fds), &translator, data.get()) != OK) {
-        return true;
-    }
+    if (receiveParcel(conn->pid(), frame, data.get()) != OK) return true;
     std::shared_ptr<Peer> from;
     {
         std::lock_guard<std::mutex> lock(mLock);
@@ -697,8 +715,7 @@ void Runtime::serveTransaction(Connection* conn, Frame& frame) {
         frame.fds.clear();
         err = PERMISSION_DENIED;
     } else {
-        err = receiveParcel(*conn, frame, &data);
-        frame.fds.clear();
+        err = receiveParcel(conn->pid(), frame, &data);
     }
     if (err != OK) {
         writeStatusReply(conn, header.seq, err);
@@ -707,38 +724,44 @@ void Runtime::serveTransaction(Connection* conn, Frame& frame) {
     const uint64_t seq = header.seq;
 
     ScopedCallingIdentity caller(conn->pid(), conn->uid());
+    // The reply goes out as the stub hands it over, as on a device: its
+    // values live only now, and large buffers are sent from where they lie.
     // One pointer for the callback to hold, so that it needs no allocation.
     struct Answer {
-        Answer(Runtime& runtime, pid_t to) : translator(runtime, to) {}
+        Answer(Runtime& r, Connection* c, uint64_t s)
+            : runtime(r), translator(r, c->pid()), conn(c), seq(s) {}
+        Runtime& runtime;
         SendTranslator translator;
-        ScratchImage scratch;
-        WireImage& image = *scratch.get();
-        bool flattened = false;
-        status_t err = OK;
-        void flatten(const Parcel& given) {
-            if (flattened) return;
-            flattened = true;
-            err = WireImageCodec::flatten(given, &translator, &image);
+        Connection* const conn;
+        const uint64_t seq;
+        bool sent = false;
+        void send(const Parcel& given) {
+            if (sent) return;
+            sent = true;
+            ScratchImage scratch;
+            WireImage& image = *scratch.get();
+            status_t err = flattenForSend(given, &translator, &image);
+            if (err == OK) {
+                const FrameHeader out = makeHeader(kReply, seq, translator.table, &image);
+                err = writeAnswer(conn, out, translator.table, &image);
+            } else {
+                runtime.writeStatusReply(conn, seq, err);
+            }
+            if (err != OK) translator.rollback();
         }
-    } answer(*this, conn->pid());
+    } answer(*this, conn, seq);
     Parcel reply;
     {
         ServingScope scope(conn);
         Answer* a = &answer;
-        // What the stub hands over is the reply; its values live only now.
         err = target->transact(header.code, data, &reply, 0,
-                               [a](Parcel& given) { a->flatten(given); });
-        if (err == OK) answer.flatten(reply);
+                               [a](Parcel& given) { a->send(given); });
     }
-    const status_t status = err != OK ? err : answer.err;
-    if (status != OK) {
-        answer.translator.rollback();
-        writeStatusReply(conn, seq, status);
-        return;
-    }
-    FrameHeader out = makeHeader(kReply, seq, answer.translator.table, &answer.image);
-    if (writeAnswer(conn, out, answer.translator.table, &answer.image) != OK) {
-        answer.translator.rollback();
+    if (answer.sent) return;
+    if (err == OK) {
+        answer.send(reply);
+    } else {
+        writeStatusReply(conn, seq, err);
     }
 }
 

@@ -73,8 +73,10 @@ int timeoutMs(Deadline deadline) {
 
 bool headerIsSane(const FrameHeader& h) {
     if (h.magic != kFrameMagic || h.reserved != 0) return false;
-    if (h.kind < kTransact || h.kind > kGoodbye) return false;
-    if (h.kind == kShmOffer) return h.payloadSize == 0 && h.fdCount == 1 && h.tableCount == 0;
+    if (h.kind < kTransact || h.kind > kBulkOffer) return false;
+    if (h.kind == kShmOffer || h.kind == kBulkOffer) {
+        return h.payloadSize == 0 && h.fdCount == 1 && h.tableCount == 0;
+    }
     if (h.fdCount > limits().maxFrameFds) return false;
     if (h.tableCount > limits().maxFrameRefs) return false;
     const size_t table = static_cast<size_t>(h.tableCount) * sizeof(BinderRef);
@@ -93,7 +95,8 @@ Connection::Connection(int fd, pid_t pid, uid_t uid, ByteBudget* peerBudget,
 Connection::~Connection() {
     for (const FdBatch& batch : mFds) closeFds(batch.fds);
     for (const OutChunk& chunk : mOut) closeFds(chunk.fds);
-    unreserve(mIn.size() + mOutBytes + (mShared != nullptr ? sizeof(SharedLayout) : 0));
+    unreserve(mIn.size() + mOutBytes + (mShared != nullptr ? sizeof(SharedLayout) : 0) +
+              (mLarge ? mLarge.size() : 0) + (mBulkIn != nullptr ? mBulkIn->size() : 0));
     ::close(mFd);
     gOpenConnections.fetch_sub(1, std::memory_order_relaxed);
 }
@@ -210,45 +213,60 @@ status_t Connection::waitWritable(Deadline deadline) {
     }
 }
 
-status_t Connection::send(const FrameHeader& header, const void* table, size_t tableSize,
-                          const void* image, size_t imageSize, const std::vector<int>& fds,
-                          Deadline deadline, bool mayQueue) {
+status_t Connection::send(const FrameHeader& header, const iovec* parts, size_t partCount,
+                          const std::vector<int>& fds, Deadline deadline, bool mayQueue) {
     if (broken()) return DEAD_OBJECT;
-    if (fds.size() > kMaxFrameFds) return BAD_VALUE;
-    iovec iov[3] = {
-            {const_cast<FrameHeader*>(&header), sizeof(header)},
-            {const_cast<void*>(table), tableSize},
-            {const_cast<void*>(image), imageSize},
-    };
-    if (mShared != nullptr) return sendShared(iov, fds, deadline, mayQueue);
-    return sendSocket(iov, fds, deadline, mayQueue);
+    if (fds.size() > kMaxFrameFds || partCount > kMaxFrameParts) return BAD_VALUE;
+    iovec iov[kMaxFrameParts + 1];
+    size_t count = 0;
+    iov[count++] = {const_cast<FrameHeader*>(&header), sizeof(header)};
+    for (size_t i = 0; i < partCount; ++i) {
+        if (parts[i].iov_len > 0) iov[count++] = parts[i];
+    }
+    if (mShared != nullptr) return sendShared(iov, count, fds, deadline, mayQueue);
+    return sendSocket(iov, count, fds, deadline, mayQueue);
 }
 
-status_t Connection::sendShared(iovec* iov, const std::vector<int>& fds, Deadline deadline,
-                                bool mayQueue) {
+namespace {
+
+size_t totalOf(const iovec* iov, size_t count) {
+    size_t total = 0;
+    for (size_t i = 0; i < count; ++i) total += iov[i].iov_len;
+    return total;
+}
+
+void gatherInto(uint8_t* to, const iovec* iov, size_t count) {
+    for (size_t i = 0; i < count; ++i) {
+        memcpy(to, iov[i].iov_base, iov[i].iov_len);
+        to += iov[i].iov_len;
+    }
+}
+
+}  // namespace
+
+status_t Connection::sendShared(iovec* iov, size_t count, const std::vector<int>& fds,
+                                Deadline deadline, bool mayQueue) {
     Mailbox& box = mShared->out(mClientSide);
-    const size_t total = iov[0].iov_len + iov[1].iov_len + iov[2].iov_len;
-    bool onSocket = true;
-    if (fds.empty() && total <= kSlotBytes && mOut.empty()) {
-        size_t at = 0;
-        for (int i = 0; i < 3; ++i) {
-            if (iov[i].iov_len == 0) continue;
-            memcpy(box.bytes + at, iov[i].iov_base, iov[i].iov_len);
-            at += iov[i].iov_len;
-        }
-        box.mseq = mOutNumber++;
+    const size_t total = totalOf(iov, count);
+    bool onSocket = false;
+    if (fds.empty() && mOut.empty() && total <= kSlotBytes) {
+        gatherInto(box.bytes, iov, count);
         box.kind = kInline;
         box.length = static_cast<uint32_t>(total);
-        onSocket = false;
+    } else if (fds.empty() && mOut.empty() && putInBulk(iov, count, total, deadline, mayQueue)) {
+        box.kind = kInBulk;
+        box.length = static_cast<uint32_t>(total);
+        box.generation = mBulkOutGeneration;
     } else {
-        // Too big for the mailbox, or with descriptors: the frame goes over
-        // the socket and the mailbox says so, in its turn.
-        status_t err = sendSocket(iov, fds, deadline, mayQueue);
+        // With descriptors, behind queued bytes, or too large: the frame goes
+        // over the socket and the mailbox says so, in its turn.
+        status_t err = sendSocket(iov, count, fds, deadline, mayQueue);
         if (err != OK) return err;
-        box.mseq = mOutNumber++;
         box.kind = kOnSocket;
         box.length = 0;
+        onSocket = true;
     }
+    box.mseq = mOutNumber++;
     // Sequentially consistent with the receiver's store of its state: one of
     // the two always sees the other's.
     box.seq.fetch_add(1, std::memory_order_seq_cst);
@@ -263,48 +281,81 @@ status_t Connection::sendShared(iovec* iov, const std::vector<int>& fds, Deadlin
             FrameHeader bell{};
             bell.magic = kFrameMagic;
             bell.kind = kDoorbell;
-            iovec bellIov[3] = {{&bell, sizeof(bell)}, {nullptr, 0}, {nullptr, 0}};
+            iovec bellIov[1] = {{&bell, sizeof(bell)}};
             static const std::vector<int> kNoFds;
-            return sendSocket(bellIov, kNoFds, deadline, mayQueue);
+            return sendSocket(bellIov, 1, kNoFds, deadline, mayQueue);
         }
     }
 }
 
-status_t Connection::sendSocket(iovec* iov, const std::vector<int>& fds, Deadline deadline,
-                                bool mayQueue) {
+bool Connection::putInBulk(const iovec* iov, size_t count, size_t total, Deadline deadline,
+                           bool mayQueue) {
+    if (total > kMaxBulkBytes) return false;
+    if (mBulkOut != nullptr && mBulkOut->size() >= total) {
+        // Not before the receiver has mapped this region.
+        if (mShared->out(mClientSide).bulkTaken.load(std::memory_order_acquire) !=
+            mBulkOutGeneration) {
+            return false;
+        }
+        gatherInto(mBulkOut->data(), iov, count);
+        return true;
+    }
+    // Each size is offered once: a receiver that declined it (its budget for
+    // us is spent) is not asked again, and this message goes by socket.
+    size_t size = kMinBulkBytes;
+    while (size < total) size *= 2;
+    if (size <= mBulkOffered) return false;
+    mBulkOffered = size;
+    int fd = -1;
+    std::unique_ptr<BulkRegion> region = BulkRegion::create(size, &fd);
+    if (region == nullptr) return false;
+    FrameHeader offer{};
+    offer.magic = kFrameMagic;
+    offer.kind = kBulkOffer;
+    offer.fdCount = 1;
+    offer.code = mBulkOutGeneration + 1;
+    iovec offerIov[1] = {{&offer, sizeof(offer)}};
+    const status_t err = sendSocket(offerIov, 1, {fd}, deadline, mayQueue);
+    ::close(fd);
+    if (err == OK) {
+        mBulkOut = std::move(region);
+        ++mBulkOutGeneration;
+    }
+    return false;
+}
+
+status_t Connection::sendSocket(iovec* iov, size_t count, const std::vector<int>& fds,
+                                Deadline deadline, bool mayQueue) {
     // What is kept goes first, to keep the stream in order.
     while (!mOut.empty()) {
         status_t err = flush();
         if (err == OK) break;
         if (err != WOULD_BLOCK) return err;
-        if (mayQueue) return queue(iov, 3, &fds);
+        if (mayQueue) return queue(iov, count, &fds);
         err = waitWritable(deadline);
         if (err != OK) return err;
     }
-    size_t iovFirst = 0;
     alignas(cmsghdr) unsigned char control[CMSG_SPACE(sizeof(int) * kMaxFrameFds)];
     bool sendFds = !fds.empty();
     // A small frame without descriptors goes out gathered, in one plain
-    // send: the kernel's cheapest way, and most calls are small.
+    // send: the kernel's cheapest way, and most calls are small. A large one
+    // goes from where its parts lie.
     unsigned char gathered[kGatherBytes];
-    const size_t total = iov[0].iov_len + iov[1].iov_len + iov[2].iov_len;
-    if (!sendFds && total <= sizeof(gathered)) {
-        size_t at = 0;
-        for (int i = 0; i < 3; ++i) {
-            if (iov[i].iov_len > 0) memcpy(gathered + at, iov[i].iov_base, iov[i].iov_len);
-            at += iov[i].iov_len;
-            iov[i].iov_len = 0;
-        }
+    const size_t total = totalOf(iov, count);
+    if (!sendFds && count > 1 && total <= sizeof(gathered)) {
+        gatherInto(gathered, iov, count);
         iov[0] = {gathered, total};
+        count = 1;
     }
-    while (iovFirst < 3) {
-        if (iov[iovFirst].iov_len == 0) {
-            ++iovFirst;
+    size_t first = 0;
+    while (first < count) {
+        if (iov[first].iov_len == 0) {
+            ++first;
             continue;
         }
         msghdr msg{};
-        msg.msg_iov = iov + iovFirst;
-        msg.msg_iovlen = 3 - iovFirst;
+        msg.msg_iov = iov + first;
+        msg.msg_iovlen = count - first;
         if (sendFds) {
             msg.msg_control = control;
             msg.msg_controllen = CMSG_SPACE(sizeof(int) * fds.size());
@@ -314,17 +365,15 @@ status_t Connection::sendSocket(iovec* iov, const std::vector<int>& fds, Deadlin
             c->cmsg_len = CMSG_LEN(sizeof(int) * fds.size());
             memcpy(CMSG_DATA(c), fds.data(), sizeof(int) * fds.size());
         }
-        const bool single =
-                !sendFds &&
-                (iovFirst == 2 || (iov[2].iov_len == 0 && (iovFirst == 1 || iov[1].iov_len == 0)));
-        ssize_t n = single ? sendBytes(mFd, iov[iovFirst].iov_base, iov[iovFirst].iov_len,
+        const bool single = !sendFds && first + 1 == count;
+        ssize_t n = single ? sendBytes(mFd, iov[first].iov_base, iov[first].iov_len,
                                        MSG_NOSIGNAL | MSG_DONTWAIT)
                            : ::sendmsg(mFd, &msg, MSG_NOSIGNAL | MSG_DONTWAIT);
         if (n < 0) {
             if (errno == EINTR) continue;
             if (errno == EAGAIN || errno == EWOULDBLOCK) {
                 if (mayQueue) {
-                    status_t err = queue(iov + iovFirst, 3 - iovFirst, sendFds ? &fds : nullptr);
+                    status_t err = queue(iov + first, count - first, sendFds ? &fds : nullptr);
                     // A frame cut short cannot be followed by anything.
                     if (err != OK && !sendFds) mBroken = true;
                     return err;
@@ -341,14 +390,14 @@ status_t Connection::sendSocket(iovec* iov, const std::vector<int>& fds, Deadlin
         }
         sendFds = false;
         auto left = static_cast<size_t>(n);
-        while (iovFirst < 3 && left >= iov[iovFirst].iov_len) {
-            left -= iov[iovFirst].iov_len;
-            iov[iovFirst].iov_len = 0;
-            ++iovFirst;
+        while (first < count && left >= iov[first].iov_len) {
+            left -= iov[first].iov_len;
+            iov[first].iov_len = 0;
+            ++first;
         }
-        if (iovFirst < 3) {
-            iov[iovFirst].iov_base = static_cast<char*>(iov[iovFirst].iov_base) + left;
-            iov[iovFirst].iov_len -= left;
+        if (first < count) {
+            iov[first].iov_base = static_cast<char*>(iov[first].iov_base) + left;
+            iov[first].iov_len -= left;
         }
     }
     return OK;
@@ -357,6 +406,7 @@ status_t Connection::sendSocket(iovec* iov, const std::vector<int>& fds, Deadlin
 status_t Connection::receive(bool wait) {
     if (mBroken) return DEAD_OBJECT;
     if (mEof) return DEAD_OBJECT;
+    if (mLarge) return receiveLarge(wait);
     // Taken frames give their room back.
     if (mStart > 0) {
         memmove(mIn.data(), mIn.data() + mStart, mEnd - mStart);
@@ -368,6 +418,27 @@ status_t Connection::receive(bool wait) {
         unreserve(mIn.size() - kInitialInput);
         std::vector<uint8_t>(kInitialInput).swap(mIn);
     }
+    if (mEnd >= sizeof(FrameHeader)) {
+        FrameHeader h;
+        memcpy(&h, mIn.data(), sizeof(h));
+        if (!headerIsSane(h)) return breakWith(BAD_VALUE);
+        const size_t total = sizeof(FrameHeader) + h.payloadSize;
+        if (total >= kLargeFrameBytes && mEnd < total) {
+            // The rest of a large frame goes straight into a block of its own.
+            if (!reserve(total)) return breakWith(NO_MEMORY);
+            mLarge = ImageBlock::allocate(total);
+            if (!mLarge) {
+                unreserve(total);
+                return breakWith(NO_MEMORY);
+            }
+            memcpy(mLarge.data(), mIn.data(), mEnd);
+            mLargeFilled = mEnd;
+            mLargeStart = mBase;
+            mBase += mEnd;
+            mEnd = 0;
+            return receiveLarge(wait);
+        }
+    }
     if (mEnd == mIn.size()) {
         // Room for what the frame under way still needs, doubling at most:
         // a header alone never buys its whole announced payload.
@@ -375,7 +446,6 @@ status_t Connection::receive(bool wait) {
         if (mEnd >= sizeof(FrameHeader)) {
             FrameHeader h;
             memcpy(&h, mIn.data(), sizeof(h));
-            if (!headerIsSane(h)) return breakWith(BAD_VALUE);
             want = std::min(want, sizeof(FrameHeader) + h.payloadSize);
         }
         if (want <= mIn.size()) want = mIn.size() + kInitialInput;
@@ -388,15 +458,33 @@ status_t Connection::receive(bool wait) {
             return breakWith(NO_MEMORY);
         }
     }
+    size_t got = 0;
+    const status_t err =
+            receiveInto(mIn.data() + mEnd, mIn.size() - mEnd, wait ? 0 : MSG_DONTWAIT, &got);
+    mEnd += got;
+    return err;
+}
+
+status_t Connection::receiveLarge(bool wait) {
+    size_t got = 0;
+    // Waiting, for all of it at once: one call instead of one per chunk.
+    const status_t err = receiveInto(mLarge.data() + mLargeFilled, mLarge.size() - mLargeFilled,
+                                     wait ? MSG_WAITALL : MSG_DONTWAIT, &got);
+    mLargeFilled += got;
+    mBase += got;
+    return err;
+}
+
+status_t Connection::receiveInto(uint8_t* at, size_t room, int flags, size_t* got) {
     alignas(cmsghdr) unsigned char control[CMSG_SPACE(sizeof(int) * kMaxFrameFds)];
     for (;;) {
-        iovec iov{mIn.data() + mEnd, mIn.size() - mEnd};
+        iovec iov{at, room};
         msghdr msg{};
         msg.msg_iov = &iov;
         msg.msg_iovlen = 1;
         msg.msg_control = control;
         msg.msg_controllen = sizeof(control);
-        ssize_t n = receiveMessage(mFd, &msg, MSG_CMSG_CLOEXEC | (wait ? 0 : MSG_DONTWAIT));
+        ssize_t n = receiveMessage(mFd, &msg, MSG_CMSG_CLOEXEC | flags);
         if (n < 0 && errno == EINTR) continue;
         if (n < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) return WOULD_BLOCK;
         std::vector<int> fds;
@@ -411,17 +499,27 @@ status_t Connection::receive(bool wait) {
             closeFds(fds);
             return breakWith(BAD_VALUE);
         }
-        mEnd += static_cast<size_t>(n);
+        *got = static_cast<size_t>(n);
         if (!fds.empty()) {
+            // Stream offset of the last byte that came with them.
             mFdsHeld += fds.size();
-            mFds.push_back({mBase + mEnd - 1, std::move(fds)});
+            mFds.push_back({mBase + mEnd + *got - 1, std::move(fds)});
         }
         return OK;
     }
 }
 
+bool Connection::hasBufferedFrame() const {
+    if (mLarge) return mLargeFilled == mLarge.size();
+    if (mEnd - mStart < sizeof(FrameHeader)) return false;
+    FrameHeader h;
+    memcpy(&h, mIn.data() + mStart, sizeof(h));
+    return mEnd - mStart >= sizeof(FrameHeader) + static_cast<size_t>(h.payloadSize);
+}
+
 status_t Connection::next(Frame* frame) {
     frame->fds.clear();
+    frame->block.reset();
     if (mBroken) return DEAD_OBJECT;
     if (mShared != nullptr) {
         status_t err = takeShared(frame);
@@ -430,6 +528,11 @@ status_t Connection::next(Frame* frame) {
     for (;;) {
         status_t err = nextOnSocket(frame);
         if (err != OK) return err;
+        if (frame->header.kind == kBulkOffer) {
+            err = adoptBulk(*frame);
+            if (err != OK) return err;
+            continue;
+        }
         if (mShared == nullptr) return OK;
         // A doorbell only wakes the reader; the message is in the mailbox.
         if (frame->header.kind == kDoorbell) {
@@ -443,6 +546,36 @@ status_t Connection::next(Frame* frame) {
     }
 }
 
+status_t Connection::adoptBulk(Frame& offer) {
+    std::unique_ptr<BulkRegion> region;
+    if (mShared != nullptr && offer.header.code > mBulkInGeneration) {
+        region = BulkRegion::adopt(offer.fds[0]);
+    }
+    closeFds(offer.fds);
+    offer.fds.clear();
+    // Only a fast-path connection has a use for one.
+    if (mShared == nullptr) return breakWith(BAD_VALUE);
+    // Declined, the peer goes on sending large messages over the socket.
+    if (region == nullptr) return OK;
+    // Counted whole, though its pages cost only once written.
+    const size_t old = mBulkIn != nullptr ? mBulkIn->size() : 0;
+    if (region->size() > old && !reserve(region->size() - old)) return OK;
+    if (region->size() < old) unreserve(old - region->size());
+    mBulkIn = std::move(region);
+    mBulkInGeneration = offer.header.code;
+    mShared->in(mClientSide).bulkTaken.store(mBulkInGeneration, std::memory_order_release);
+    return OK;
+}
+
+namespace {
+
+// Kinds that never travel in a mailbox.
+bool socketOnly(uint16_t kind) {
+    return kind == kDoorbell || kind == kShmOffer || kind == kGoodbye || kind == kBulkOffer;
+}
+
+}  // namespace
+
 status_t Connection::takeShared(Frame* frame) {
     Mailbox& box = mShared->in(mClientSide);
     const uint32_t seq = box.seq.load(std::memory_order_acquire);
@@ -450,12 +583,13 @@ status_t Connection::takeShared(Frame* frame) {
     // Copied before anything is believed: the peer may still be writing.
     const uint64_t number = box.mseq;
     const uint32_t kind = box.kind;
-    const size_t length = std::min<size_t>(box.length, kSlotBytes);
+    const size_t rawLength = box.length;
+    const uint32_t generation = box.generation;
     if (number < mInNumber) {
         mSeenSeq = seq;  // announces a frame the socket already delivered
         return WOULD_BLOCK;
     }
-    if (number != mInNumber || (kind != kInline && kind != kOnSocket)) {
+    if (number != mInNumber || (kind != kInline && kind != kOnSocket && kind != kInBulk)) {
         return breakWith(BAD_VALUE);
     }
     if (kind == kOnSocket) {
@@ -463,22 +597,68 @@ status_t Connection::takeShared(Frame* frame) {
         mSocketOwed = true;
         return WOULD_BLOCK;
     }
-    mSharedIn.assign(box.bytes, box.bytes + length);
     mSeenSeq = seq;
     ++mInNumber;
+    const uint8_t* bytes;
+    size_t length;
+    if (kind == kInBulk) {
+        if (mBulkIn == nullptr || generation != mBulkInGeneration || rawLength > mBulkIn->size() ||
+            rawLength < sizeof(FrameHeader)) {
+            return breakWith(BAD_VALUE);
+        }
+        frame->block = ImageBlock::allocate(rawLength);
+        if (!frame->block) return breakWith(NO_MEMORY);
+        memcpy(frame->block.data(), mBulkIn->data(), rawLength);
+        bytes = frame->block.data();
+        length = rawLength;
+    } else {
+        length = std::min<size_t>(rawLength, kSlotBytes);
+        mSharedIn.assign(box.bytes, box.bytes + length);
+        bytes = mSharedIn.data();
+    }
     if (length < sizeof(FrameHeader)) return breakWith(BAD_VALUE);
-    memcpy(&frame->header, mSharedIn.data(), sizeof(FrameHeader));
+    memcpy(&frame->header, bytes, sizeof(FrameHeader));
     if (!headerIsSane(frame->header) || frame->header.fdCount != 0 ||
-        frame->header.kind == kDoorbell || frame->header.kind == kShmOffer ||
-        frame->header.kind == kGoodbye ||
+        socketOnly(frame->header.kind) ||
         sizeof(FrameHeader) + frame->header.payloadSize != length) {
         return breakWith(BAD_VALUE);
     }
-    frame->payload = mSharedIn.data() + sizeof(FrameHeader);
+    frame->payload = bytes + sizeof(FrameHeader);
+    return OK;
+}
+
+// Hands the frame the descriptors that came with its bytes, [start, start +
+// total) of the stream: exactly as many as it declares.
+status_t Connection::takeFds(uint64_t start, size_t total, Frame* frame) {
+    while (!mFds.empty() && mFds.front().pos < start + total) {
+        FdBatch& batch = mFds.front();
+        mFdsHeld -= batch.fds.size();
+        frame->fds.insert(frame->fds.end(), batch.fds.begin(), batch.fds.end());
+        mFds.pop_front();
+    }
+    if (frame->fds.size() != frame->header.fdCount) {
+        closeFds(frame->fds);
+        frame->fds.clear();
+        return breakWith(BAD_VALUE);
+    }
     return OK;
 }
 
 status_t Connection::nextOnSocket(Frame* frame) {
+    if (mLarge) {
+        if (mLargeFilled < mLarge.size()) return WOULD_BLOCK;
+        if (!mFds.empty() && mFds.front().pos < mLargeStart) return breakWith(BAD_VALUE);
+        memcpy(&frame->header, mLarge.data(), sizeof(FrameHeader));
+        const size_t total = mLarge.size();
+        status_t err = takeFds(mLargeStart, total, frame);
+        if (err != OK) return err;
+        // From here on the block is the taker's memory, not the peer's.
+        unreserve(total);
+        frame->block = std::move(mLarge);
+        frame->payload = frame->block.data() + sizeof(FrameHeader);
+        mLargeFilled = 0;
+        return OK;
+    }
     const uint64_t start = mBase + mStart;
     // Descriptors that came with no frame of their own.
     if (!mFds.empty() && mFds.front().pos < start) return breakWith(BAD_VALUE);
@@ -493,18 +673,8 @@ status_t Connection::nextOnSocket(Frame* frame) {
     }
     const size_t total = sizeof(FrameHeader) + frame->header.payloadSize;
     if (mEnd - mStart < total) return WOULD_BLOCK;
-    // A frame owns exactly the descriptors that arrived with its bytes.
-    while (!mFds.empty() && mFds.front().pos < start + total) {
-        FdBatch& batch = mFds.front();
-        mFdsHeld -= batch.fds.size();
-        frame->fds.insert(frame->fds.end(), batch.fds.begin(), batch.fds.end());
-        mFds.pop_front();
-    }
-    if (frame->fds.size() != frame->header.fdCount) {
-        closeFds(frame->fds);
-        frame->fds.clear();
-        return breakWith(BAD_VALUE);
-    }
+    status_t err = takeFds(start, total, frame);
+    if (err != OK) return err;
     frame->payload = mIn.data() + mStart + sizeof(FrameHeader);
     mStart += total;
     return OK;
@@ -517,7 +687,9 @@ status_t Connection::waitFrame(Frame* frame, Deadline deadline) {
         if (err != WOULD_BLOCK) return err;
         if (mEof) return breakWith(DEAD_OBJECT);
         if (!mOut.empty() && flush() == DEAD_OBJECT) return DEAD_OBJECT;
-        if (mShared != nullptr && mOut.empty() && !mSocketOwed && !lookAtSocket) {
+        // The socket owes the rest of a frame, or the one the mailbox announced.
+        const bool socketDue = mSocketOwed || frameUnderWay();
+        if (mShared != nullptr && mOut.empty() && !socketDue && !lookAtSocket) {
             // Nothing is due on the socket: only the mailbox is watched, with
             // no system call while the spin lasts. After a quiet slice the
             // socket is read once, for the peer's end or a stray frame.
@@ -528,10 +700,10 @@ status_t Connection::waitFrame(Frame* frame, Deadline deadline) {
         lookAtSocket = false;
         // With nothing to send and no deadline, one blocking receive does
         // what a poll and a receive would.
-        err = receive(mShared == nullptr && !deadline && mOut.empty());
+        err = receive((mShared == nullptr || socketDue) && !deadline && mOut.empty());
         if (err == OK || err == DEAD_OBJECT) continue;
         if (err != WOULD_BLOCK) return err;
-        if (mShared != nullptr && mOut.empty()) {
+        if (mShared != nullptr && mOut.empty() && !socketDue) {
             if (deadline && Clock::now() >= *deadline) return breakWith(TIMED_OUT);
             waitShared(deadline);
             continue;

@@ -5,6 +5,7 @@
 // native handles travel as SCM_RIGHTS with the header's first byte.
 #pragma once
 
+#include <hidl_host/ImageBlock.h>
 #include <sys/types.h>
 #include <sys/uio.h>
 #include <utils/Errors.h>
@@ -24,14 +25,16 @@ namespace host {
 namespace socket {
 
 enum FrameKind : uint16_t {
-    kTransact = 1,  // a call to node; two-way unless flags has FLAG_ONEWAY
-    kReply = 2,     // answers the frame with the same seq; status set
-    kGrant = 3,     // exporter: let pid `code` hold node too (answered by kReply)
-    kRelease = 4,   // exporter: the sender drops `code` references to node
-    kDoorbell = 5,  // look at the shared mailbox (fast path)
-    kShmOffer = 6,  // the region of a fast path, as its one descriptor (answered by kReply)
-    kGoodbye = 7,   // the receiver closes this connection, having read nothing since its
-                    // last answer (socket only; see Runtime::evictIdle)
+    kTransact = 1,   // a call to node; two-way unless flags has FLAG_ONEWAY
+    kReply = 2,      // answers the frame with the same seq; status set
+    kGrant = 3,      // exporter: let pid `code` hold node too (answered by kReply)
+    kRelease = 4,    // exporter: the sender drops `code` references to node
+    kDoorbell = 5,   // look at the shared mailbox (fast path)
+    kShmOffer = 6,   // the region of a fast path, as its one descriptor (answered by kReply)
+    kGoodbye = 7,    // the receiver closes this connection, having read nothing since its
+                     // last answer (socket only; see Runtime::evictIdle)
+    kBulkOffer = 8,  // fast path: the sender's region for large messages, as its one
+                     // descriptor; `code` is its generation (socket only, not answered)
 };
 
 struct FrameHeader {
@@ -71,12 +74,19 @@ constexpr size_t kMaxFrameFds = 253;
 
 // Frames up to this size are gathered and sent in one plain send.
 constexpr size_t kGatherBytes = 1024;
+// Frames of this size and more are received into a block of their own, which
+// the parcel rebuilt from them keeps: their bytes are never copied again.
+constexpr size_t kLargeFrameBytes = 16 * 1024;
+// Parts of a frame after its header a send takes at most: the binder table,
+// the image's own bytes and the slices between them.
+constexpr size_t kMaxFrameParts = 160;
 
 // Checks what can be checked of a header alone, the configured limits on
 // descriptors and references included.
 bool headerIsSane(const FrameHeader& header);
 
 class SharedRegion;
+class BulkRegion;
 class SpinBudget;
 
 using Clock = std::chrono::steady_clock;
@@ -91,11 +101,14 @@ struct ByteBudget {
 };
 
 // One frame taken off a connection. The payload stays valid until the
-// connection next receives; the descriptors are the taker's.
+// connection next receives, or, when the frame came in a block of its own (a
+// large one), as long as the block; the descriptors and the block are the
+// taker's.
 struct Frame {
     FrameHeader header{};
     const uint8_t* payload = nullptr;
     std::vector<int> fds;
+    ImageBlock block;
 };
 
 // A connected stream socket to one peer process, non-blocking underneath.
@@ -113,16 +126,19 @@ class Connection {
     uid_t uid() const { return mUid; }
     int fd() const { return mFd; }
 
-    // Sends a whole frame; header.payloadSize and fdCount must match. With
+    // Sends a whole frame: the header, then the parts in order (at most
+    // kMaxFrameParts); header.payloadSize and fdCount must match. With
     // mayQueue, never waits: what the socket does not take now is kept and
     // goes out with later sends or flush(), and NO_MEMORY means the kept
     // bytes would pass their limit. Without it, waits for the socket until
     // the deadline (TIMED_OUT). DEAD_OBJECT when the peer has gone.
-    status_t send(const FrameHeader& header, const void* table, size_t tableSize, const void* image,
-                  size_t imageSize, const std::vector<int>& fds, Deadline deadline, bool mayQueue);
+    status_t send(const FrameHeader& header, const iovec* parts, size_t partCount,
+                  const std::vector<int>& fds, Deadline deadline, bool mayQueue);
     status_t write(const FrameHeader& header, const void* table, size_t tableSize,
                    const void* image, size_t imageSize, const std::vector<int>& fds) {
-        return send(header, table, tableSize, image, imageSize, fds, std::nullopt, false);
+        const iovec parts[2] = {{const_cast<void*>(table), tableSize},
+                                {const_cast<void*>(image), imageSize}};
+        return send(header, parts, 2, fds, std::nullopt, false);
     }
     // Writes what is kept without waiting: OK once nothing is left,
     // WOULD_BLOCK while something is.
@@ -137,7 +153,12 @@ class Connection {
     // The next complete frame already received: OK, WOULD_BLOCK when there
     // is none yet, BAD_VALUE when the stream cannot be trusted.
     status_t next(Frame* frame);
-    bool hasBufferedInput() const { return mEnd > mStart; }
+    // Some bytes of a frame are here, complete or not.
+    bool hasBufferedInput() const { return mEnd > mStart || mLarge; }
+    // A whole frame is here, ready for next().
+    bool hasBufferedFrame() const;
+    // Part of a frame is here and the rest is due.
+    bool frameUnderWay() const { return hasBufferedInput() && !hasBufferedFrame(); }
     bool endOfStream() const { return mEof; }
 
     // Waits for the next frame until the deadline, sending what is kept
@@ -184,10 +205,21 @@ class Connection {
     void unreserve(size_t bytes);
     status_t breakWith(status_t err);
     status_t queue(const iovec* iov, size_t iovCount, const std::vector<int>* fds);
-    status_t sendSocket(iovec* iov, const std::vector<int>& fds, Deadline deadline, bool mayQueue);
-    status_t sendShared(iovec* iov, const std::vector<int>& fds, Deadline deadline, bool mayQueue);
+    // iov[0] is the header; the array is used up.
+    status_t sendSocket(iovec* iov, size_t count, const std::vector<int>& fds, Deadline deadline,
+                        bool mayQueue);
+    status_t sendShared(iovec* iov, size_t count, const std::vector<int>& fds, Deadline deadline,
+                        bool mayQueue);
+    // Puts the message in the bulk region when the receiver has taken it;
+    // otherwise offers a large enough one for later messages and says no.
+    bool putInBulk(const iovec* iov, size_t count, size_t total, Deadline deadline, bool mayQueue);
+    status_t adoptBulk(Frame& offer);
     status_t takeShared(Frame* frame);
     status_t nextOnSocket(Frame* frame);
+    status_t takeFds(uint64_t start, size_t total, Frame* frame);
+    status_t receiveLarge(bool wait);
+    // One receive of at most room bytes at `at`; *got is how many came.
+    status_t receiveInto(uint8_t* at, size_t room, int flags, size_t* got);
     // True when the mailbox has news; false after a quiet slice.
     bool waitShared(Deadline deadline);
     status_t waitWritable(Deadline deadline);
@@ -212,6 +244,12 @@ class Connection {
     std::deque<OutChunk> mOut;
     size_t mOutBytes = 0;
 
+    // A large frame under way, received into its own block: mLargeFilled of
+    // its bytes are here; its first byte was byte mLargeStart of the stream.
+    ImageBlock mLarge;
+    size_t mLargeFilled = 0;
+    uint64_t mLargeStart = 0;
+
     // The fast path, once attached.
     std::unique_ptr<SharedRegion> mShared;
     bool mClientSide = false;
@@ -221,6 +259,13 @@ class Connection {
     bool mSocketOwed = false;        // the mailbox announced a frame the socket must bring
     std::vector<uint8_t> mSharedIn;  // a message copied out of the mailbox
     std::unique_ptr<SpinBudget> mSpin;
+    // Large messages: the region this side writes (and the receiver's
+    // generation of it, and the largest size offered) and the one it reads.
+    std::unique_ptr<BulkRegion> mBulkOut;
+    uint32_t mBulkOutGeneration = 0;
+    size_t mBulkOffered = 0;
+    std::unique_ptr<BulkRegion> mBulkIn;
+    uint32_t mBulkInGeneration = 0;
 };
 
 int timeoutMs(Deadline deadline);

@@ -212,7 +212,8 @@ class Runtime {
                       const std::vector<BinderRef>& table, const WireImage* image, Parcel* reply,
                       Deadline deadline, bool* sent);
     status_t awaitReply(Connection* conn, uint64_t seq, Parcel* reply, Deadline deadline);
-    status_t receiveParcel(const Connection& conn, const Frame& frame, Parcel* out);
+    // Takes the frame's descriptors and block.
+    status_t receiveParcel(pid_t from, Frame& frame, Parcel* out);
 
     // Serving. serveFrame returns false when the oneway calls of the
     // connection's peer have filled their queue.

@@ -475,8 +475,8 @@ void Runtime::rearm(Incoming* in, bool withInput) {
     ev.events = EPOLLONESHOT | EPOLLRDHUP;
     if (withInput) ev.events |= EPOLLIN;
     // Frames already buffered wake the connection again at once: a socket
-    // is nearly always writable.
-    if (in->conn.outPending() || (withInput && in->conn.hasBufferedInput())) {
+    // is nearly always writable. Part of one waits for the rest to arrive.
+    if (in->conn.outPending() || (withInput && in->conn.hasBufferedFrame())) {
         ev.events |= EPOLLOUT;
     }
     ev.data.u64 = tagged(kTagConnection, in->id);
@@ -564,10 +564,15 @@ void Runtime::serviceConnection(uint64_t id, uint32_t events) {
             closeIncoming(in);
             return;
         }
-        if (paused || !answered || conn.hasBufferedInput() || eventsPending()) break;
+        // The rest of a large frame is usually on its way: read on, as for the
+        // next call of a caller just answered below.
+        const bool partial = conn.frameUnderWay();
+        if (paused || (!answered && !partial) || conn.hasBufferedFrame() || eventsPending()) {
+            break;
+        }
         // On the fast path the next call comes through the mailbox: watched
         // for a moment without a system call.
-        if (conn.spinForMessage()) {
+        if (!partial && conn.spinForMessage()) {
             events = 0;
             continue;
         }

@@ -34,6 +34,7 @@ namespace socket {
 static_assert(std::atomic<uint32_t>::is_always_lock_free, "futex words must be plain words");
 static_assert(sizeof(std::atomic<uint32_t>) == sizeof(uint32_t), "futex words are 32 bits");
 static_assert(offsetof(Mailbox, mseq) == 64, "the control words fill one cache line");
+static_assert(offsetof(Mailbox, bytes) % 8 == 0, "a message starts 8-aligned");
 
 bool fastPathEnabled() {
     int on = gFastPath.load();
@@ -85,6 +86,49 @@ std::unique_ptr<SharedRegion> SharedRegion::adopt(int fd) {
     if (p == MAP_FAILED) return nullptr;
     return std::unique_ptr<SharedRegion>(new (std::nothrow)
                                                  SharedRegion(static_cast<SharedLayout*>(p)));
+}
+
+BulkRegion::~BulkRegion() {
+    munmap(mData, mSize);
+}
+
+std::unique_ptr<BulkRegion> BulkRegion::create(size_t size, int* fd) {
+    *fd = -1;
+    if (size < kMinBulkBytes || size > kMaxBulkBytes || (size & (size - 1)) != 0) return nullptr;
+    *fd = memfd_create("zuv-hidl-bulk", MFD_CLOEXEC | MFD_ALLOW_SEALING);
+    if (*fd < 0) return nullptr;
+    void* p = MAP_FAILED;
+    if (ftruncate(*fd, static_cast<off_t>(size)) == 0 &&
+        fcntl(*fd, F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL) == 0) {
+        p = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, *fd, 0);
+    }
+    std::unique_ptr<BulkRegion> region;
+    if (p != MAP_FAILED) {
+        region.reset(new (std::nothrow) BulkRegion(static_cast<uint8_t*>(p), size));
+        if (region == nullptr) munmap(p, size);
+    }
+    if (region == nullptr) {
+        ::close(*fd);
+        *fd = -1;
+    }
+    return region;
+}
+
+std::unique_ptr<BulkRegion> BulkRegion::adopt(int fd) {
+    struct stat st {};
+    const int seals = fcntl(fd, F_GET_SEALS);
+    if (fstat(fd, &st) != 0 || seals < 0 ||
+        (seals & (F_SEAL_SHRINK | F_SEAL_SEAL)) != (F_SEAL_SHRINK | F_SEAL_SEAL)) {
+        return nullptr;
+    }
+    const auto size = static_cast<size_t>(st.st_size);
+    if (size < kMinBulkBytes || size > kMaxBulkBytes || (size & (size - 1)) != 0) return nullptr;
+    void* p = mmap(nullptr, size, PROT_READ, MAP_SHARED, fd, 0);
+    if (p == MAP_FAILED) return nullptr;
+    std::unique_ptr<BulkRegion> region(new (std::nothrow)
+                                               BulkRegion(static_cast<uint8_t*>(p), size));
+    if (region == nullptr) munmap(p, size);
+    return region;
 }
 
 void futexWait(std::atomic<uint32_t>* word, uint32_t expected, int timeoutMs) {

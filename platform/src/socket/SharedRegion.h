@@ -4,6 +4,12 @@
 // single slot per direction is enough: the next message is never written
 // before the previous one has been taken.
 //
+// A message too large for the slot goes into the sender's bulk region: a
+// sealed memfd it offers on the socket (kBulkOffer) when it first needs one,
+// and replaces with a larger one as messages grow. The receiver maps it
+// read-only if its budget for the peer allows, and says so in the mailbox;
+// until then, and for anything larger, messages go over the socket.
+//
 // The peer can write the region at any time: everything read from it is
 // copied out before it is checked, and nothing in it is trusted beyond the
 // bounds of the slot.
@@ -27,16 +33,24 @@ namespace hardware {
 namespace host {
 namespace socket {
 
-// Frames larger than this go over the socket.
+// Frames larger than this go into the bulk region, or over the socket.
 constexpr size_t kSlotBytes = 16 * 1024;
+// Bulk regions are powers of two between these sizes; larger frames go over
+// the socket.
+constexpr size_t kMinBulkBytes = 64 * 1024;
+constexpr size_t kMaxBulkBytes = 2 * 1024 * 1024;
 
 struct Mailbox {
     std::atomic<uint32_t> seq;      // bumped for every message; the futex word
     std::atomic<uint32_t> rxState;  // what the receiver does, below
-    uint32_t pad0[14];
-    uint64_t mseq;    // the message's number in this direction
-    uint32_t kind;    // kInline: in bytes; kOnSocket: the next socket frame
-    uint32_t length;  // of bytes
+    // The receiver: the generation of the sender's bulk region it has mapped.
+    std::atomic<uint32_t> bulkTaken;
+    uint32_t pad0[13];
+    uint64_t mseq;        // the message's number in this direction
+    uint32_t kind;        // MailKind
+    uint32_t length;      // of the message
+    uint32_t generation;  // kInBulk: of the bulk region that holds it
+    uint32_t pad1;
     uint8_t bytes[kSlotBytes];
 };
 
@@ -45,7 +59,9 @@ struct SharedLayout {
     Mailbox toClient;
 };
 
-enum MailKind : uint32_t { kInline = 1, kOnSocket = 2 };
+// kInline: in bytes; kOnSocket: the next socket frame; kInBulk: at the start
+// of the sender's bulk region.
+enum MailKind : uint32_t { kInline = 1, kOnSocket = 2, kInBulk = 3 };
 // The receiver's state, which tells the sender how to reach it.
 enum RxState : uint32_t {
     kRxAway = 0,      // not looking: ring the doorbell on the socket
@@ -72,6 +88,30 @@ class SharedRegion {
   private:
     explicit SharedRegion(SharedLayout* layout) : mLayout(layout) {}
     SharedLayout* mLayout;
+};
+
+// One side's region for large messages. The sender maps it writable; the
+// receiver maps it read-only and copies a message out before it looks at it.
+class BulkRegion {
+  public:
+    ~BulkRegion();
+    BulkRegion(const BulkRegion&) = delete;
+    BulkRegion& operator=(const BulkRegion&) = delete;
+
+    // A fresh region of size bytes (a power of two within the bounds); *fd
+    // is the memfd to offer (the caller closes it once sent).
+    static std::unique_ptr<BulkRegion> create(size_t size, int* fd);
+    // A region offered by the peer, checked: a size within the bounds, and
+    // sealed so that it cannot shrink under us. Null when it does not pass.
+    static std::unique_ptr<BulkRegion> adopt(int fd);
+
+    uint8_t* data() const { return mData; }
+    size_t size() const { return mSize; }
+
+  private:
+    BulkRegion(uint8_t* data, size_t size) : mData(data), mSize(size) {}
+    uint8_t* mData;
+    size_t mSize;
 };
 
 // Futex wait on word while it equals expected, up to timeoutMs.
