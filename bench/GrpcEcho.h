@@ -2,6 +2,7 @@
 // benchmark builds without gRPC.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -17,6 +18,9 @@ class GrpcEchoClient {
     ~GrpcEchoClient();
     // A synchronous unary call; false unless the value came back.
     bool call(int32_t value);
+    // The same with size bytes each way; false unless they came back with
+    // mark at both ends.
+    bool callBytes(size_t size, uint8_t mark);
 
   private:
     struct Impl;

@@ -9,6 +9,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -22,8 +24,10 @@ extern char** environ;
 
 using android::OK;
 using android::sp;
+using android::hardware::hidl_vec;
 using android::hardware::IBinder;
 using android::hardware::Parcel;
+namespace fp = ::vendor::zuv::hardware::fingerprint::V1_0;
 
 namespace zuv_bench {
 
@@ -62,6 +66,62 @@ bool echoCall(const sp<IBinder>& remote, int32_t value) {
 bool rawRoundTrip(int fd) {
     char buf[kMessageSize] = {1};
     return writeFull(fd, buf, sizeof(buf)) && readFull(fd, buf, sizeof(buf));
+}
+
+bool processRequestCall(const sp<fp::IZuvExtendedFingerprint>& service, hidl_vec<uint8_t>& data,
+                        uint8_t mark) {
+    if (data.size() == 0) return false;
+    data[0] = data[data.size() - 1] = mark;
+    bool echoed = false;
+    auto ret = service->processRequest(data, [&](const hidl_vec<uint8_t>& answer) {
+        echoed = answer.size() == data.size() && answer[0] == mark &&
+                 answer[answer.size() - 1] == mark;
+    });
+    return ret.isOk() && echoed;
+}
+
+bool rawRoundTrip(int fd, std::vector<uint8_t>& buf, uint8_t mark) {
+    if (buf.empty()) return false;
+    buf.front() = buf.back() = mark;
+    if (!writeFull(fd, buf.data(), buf.size())) return false;
+    buf.front() = buf.back() = static_cast<uint8_t>(~mark);  // so a stale buffer cannot pass
+    return readFull(fd, buf.data(), buf.size()) && buf.front() == mark && buf.back() == mark;
+}
+
+size_t LatencyHistogram::bucket(uint64_t ns) {
+    if (ns < 32) return ns;
+    const int e = 63 - __builtin_clzll(ns);  // 5..63
+    return 32 + static_cast<size_t>(e - 5) * 16 + ((ns >> (e - 4)) & 15);
+}
+
+double LatencyHistogram::value(size_t bucket) {
+    if (bucket < 32) return static_cast<double>(bucket);
+    const size_t k = bucket - 32;
+    const int shift = static_cast<int>(k / 16) + 1;  // e - 4
+    return std::ldexp(16.0 + static_cast<double>(k % 16) + 0.5, shift);
+}
+
+void LatencyHistogram::merge(const LatencyHistogram& other) {
+    for (size_t i = 0; i < kBuckets; ++i) counts[i] += other.counts[i];
+}
+
+uint64_t LatencyHistogram::total() const {
+    uint64_t n = 0;
+    for (uint64_t c : counts) n += c;
+    return n;
+}
+
+double LatencyHistogram::quantile(double q) const {
+    const uint64_t n = total();
+    if (n == 0) return -1;
+    const auto target =
+            std::max<uint64_t>(1, static_cast<uint64_t>(std::ceil(q * static_cast<double>(n))));
+    uint64_t seen = 0;
+    for (size_t i = 0; i < kBuckets; ++i) {
+        seen += counts[i];
+        if (seen >= target) return value(i);
+    }
+    return value(kBuckets - 1);
 }
 
 namespace {

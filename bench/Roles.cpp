@@ -8,6 +8,7 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/BnHwZuvExtendedFingerprint.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/BpHwZuvExtendedFingerprint.h>
 
 #include <algorithm>
@@ -17,6 +18,7 @@
 #include <thread>
 
 #include "Common.h"
+#include "FakeExtendedFingerprint.h"
 #ifdef ZUV_BENCH_HAVE_GRPC
 #include "GrpcEcho.h"
 #endif
@@ -28,9 +30,18 @@ namespace fp = ::vendor::zuv::hardware::fingerprint::V1_0;
 namespace zuv_bench {
 namespace {
 
+// Answers processRequest with the very bytes it was given: the stub's reply
+// is then the only copy on this side, as the raw peer's echo is on its side.
+struct EchoingFingerprint : zuv_test::FakeExtendedFingerprint {
+    Return<void> processRequest(const hidl_vec<uint8_t>& data, processRequest_cb cb) override {
+        cb(data);
+        return Void();
+    }
+};
+
 class EchoObject : public BHwBinder {
   protected:
-    status_t onTransact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t,
+    status_t onTransact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags,
                         TransactCallback callback) override {
         int32_t v = 0;
         switch (code) {
@@ -45,7 +56,7 @@ class EchoObject : public BHwBinder {
                 reply->writeInt32(mCount.exchange(0));
                 break;
             default:
-                return UNKNOWN_TRANSACTION;
+                return mFingerprint->transact(code, data, reply, flags, callback);
         }
         if (callback != nullptr) callback(*reply);
         return OK;
@@ -53,6 +64,7 @@ class EchoObject : public BHwBinder {
 
   private:
     std::atomic<int32_t> mCount{0};
+    const sp<IBinder> mFingerprint = new fp::BnHwZuvExtendedFingerprint(new EchoingFingerprint);
 };
 
 void signalReady() {
@@ -68,10 +80,11 @@ int serve(const sp<BHwBinder>& object) {
     return 0;
 }
 
-[[noreturn]] void serveRaw(int fd) {
+// Echoes messages of size bytes on fd.
+[[noreturn]] void serveRaw(int fd, size_t size) {
+    std::vector<char> buf(size);
     signalReady();
-    char buf[kMessageSize];
-    while (readFull(fd, buf, sizeof(buf)) && writeFull(fd, buf, sizeof(buf))) {
+    while (readFull(fd, buf.data(), size) && writeFull(fd, buf.data(), size)) {
     }
     _exit(0);
 }
@@ -136,20 +149,31 @@ int serveEpoll(const std::string& path) {
     futexServe(static_cast<FutexPair*>(map) + index, spin);
 }
 
-// Runs blocks of echo calls on request: the parent writes a block size and
-// reads back the nanoseconds the block took (-1 when a call failed), so a
-// transport configured by this process's environment can be compared with
-// rows the parent measures itself.
+// Runs blocks of calls on request: the parent writes a CallRequest and reads
+// back the nanoseconds the block took (-1 when a call failed), so a transport
+// configured by this process's environment can be compared with rows the
+// parent measures itself. Size 0 asks for echo calls, any other size for
+// processRequest calls moving that many bytes each way.
 int callOnRequest() {
     sp<IBinder> remote = host::getContextObject();
     if (remote == nullptr) return 1;
+    sp<fp::IZuvExtendedFingerprint> service = new fp::BpHwZuvExtendedFingerprint(remote);
     signalReady();
-    int32_t block = 0;
+    CallRequest request;
+    hidl_vec<uint8_t> data;
     int32_t value = 0;
-    while (readFull(kControlFd, &block, sizeof(block)) && block > 0) {
+    while (readFull(kControlFd, &request, sizeof(request)) && request.block > 0 &&
+           request.size >= 0 && static_cast<size_t>(request.size) <= kMaxLargeSize) {
+        if (data.size() != static_cast<size_t>(request.size)) data.resize(request.size);
         bool ok = true;
         auto start = Clock::now();
-        for (int32_t i = 0; i < block; ++i) ok = echoCall(remote, value++) && ok;
+        for (int32_t i = 0; i < request.block; ++i) {
+            ok = (request.size == 0
+                          ? echoCall(remote, value)
+                          : processRequestCall(service, data, static_cast<uint8_t>(value))) &&
+                 ok;
+            ++value;
+        }
         double ns = ok ? nanosSince(start) : -1;
         if (!writeFull(kControlFd, &ns, sizeof(ns))) break;
     }
@@ -161,7 +185,9 @@ int callOnRequest() {
 // transport's echo object when k is even and the epoll server when k is odd,
 // and reports both counts at the end (-1 when a call failed). A client woken
 // late joins at the next even phase, so it still splits its time evenly.
-int callInPhases(const std::string& epollPath, int64_t phaseNs, int phases) {
+// With latencies it times every call and then also sends one
+// LatencyHistogram per side (ours, then the epoll server's).
+int callInPhases(const std::string& epollPath, int64_t phaseNs, int phases, bool latencies) {
     sp<IBinder> remote = host::getContextObject();
     int raw = connectTo(epollPath);
     if (remote == nullptr || raw < 0 || !echoCall(remote, 0) || !rawRoundTrip(raw)) return 1;
@@ -174,17 +200,32 @@ int callInPhases(const std::string& epollPath, int64_t phaseNs, int phases) {
     while (now() < startNs + k * phaseNs)
         std::this_thread::sleep_for(std::chrono::microseconds(100));
     int64_t counts[2] = {0, 0};
+    // Heap, not stack: 8 KB each.
+    std::vector<LatencyHistogram> histograms(latencies ? 2 : 0);
     int32_t value = 0;
     bool ok = true;
     for (; k < phases && ok; ++k) {
         const int64_t end = startNs + (k + 1) * phaseNs;
-        while (ok && now() < end) {
+        // The clock read that ends one call starts the next and is the one
+        // the loop makes anyway, so timing every call adds no read.
+        for (int64_t t = now(); ok && t < end;) {
             ok = k % 2 == 0 ? echoCall(remote, value++) : rawRoundTrip(raw);
             ++counts[k % 2];
+            if (latencies) {
+                const int64_t done = now();
+                histograms[k % 2].add(static_cast<uint64_t>(done - t));
+                t = done;
+            } else {
+                t = now();
+            }
         }
     }
     if (!ok) counts[0] = counts[1] = -1;
-    return writeFull(kControlFd, counts, sizeof(counts)) ? 0 : 1;
+    if (!writeFull(kControlFd, counts, sizeof(counts))) return 1;
+    for (const LatencyHistogram& h : histograms) {
+        if (!writeFull(kControlFd, &h, sizeof(h))) return 1;
+    }
+    return 0;
 }
 
 // Holds one connection to a fingerprint service until the parent lets go.
@@ -204,15 +245,19 @@ int holdConnection() {
 
 int runRole(const std::string& role, const std::vector<std::string>& args) {
     if (role == "echo-server") return serve(new EchoObject);
-    if (role == "raw-server") serveRaw(kPassedFd);
+    if (role == "raw-server" && args.size() <= 1) {
+        const size_t size = args.empty() ? kMessageSize : std::stoul(args[0]);
+        if (size > 0 && size <= kMaxLargeSize) serveRaw(kPassedFd, size);
+    }
     if (role == "futex-server" && args.size() == 1) {
         const bool spin = args[0] == "spin";
         serveFutex(kPassedFd, spin ? 1 : 0, spin);
     }
     if (role == "epoll-server" && args.size() == 1) return serveEpoll(args[0]);
     if (role == "call-client") return callOnRequest();
-    if (role == "phase-client" && args.size() == 3) {
-        return callInPhases(args[0], std::stoll(args[1]), std::stoi(args[2]));
+    if (role == "phase-client" && (args.size() == 3 || args.size() == 4)) {
+        const bool latencies = args.size() == 4 && args[3] == "latencies";
+        return callInPhases(args[0], std::stoll(args[1]), std::stoi(args[2]), latencies);
     }
     if (role == "idle-client") return holdConnection();
 #ifdef ZUV_BENCH_HAVE_GRPC

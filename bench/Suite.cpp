@@ -23,8 +23,10 @@
 #include <vendor/zuv/hardware/fingerprint/1.0/BpHwZuvExtendedFingerprint.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/BsZuvExtendedFingerprint.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <functional>
 #include <map>
@@ -45,12 +47,24 @@ namespace fp = ::vendor::zuv::hardware::fingerprint::V1_0;
 namespace zuv_bench {
 namespace {
 
+// The payload sizes of the large-call rows, and the one LargeCall moves.
+constexpr size_t kLargeSizes[] = {4 * 1024, 64 * 1024, 256 * 1024, kMaxLargeSize};
+constexpr size_t kLargeCallIndex = 2;
+constexpr size_t kLargeCount = std::size(kLargeSizes);
+
+std::string kib(size_t bytes) {
+    return std::to_string(bytes / 1024) + "KiB";
+}
+
 // The processes the rows talk to, started once before the first row.
 struct Peers {
     std::string dir;
     Child echo, raw, futex, spin, epoll, grpc, fastEcho, fastClient;
+    Child rawLarge[kLargeCount];  // echo messages of kLargeSizes[i] bytes
     sp<IBinder> remote;
+    sp<fp::IZuvExtendedFingerprint> service;  // the echo peer's fingerprint stub
     int rawFd = -1;
+    int rawLargeFd[kLargeCount] = {-1, -1, -1, -1};
     FutexPair* futexPairs = nullptr;  // [0] plain, [1] with spin
     std::string fastProblem = "not started";
 #ifdef ZUV_BENCH_HAVE_GRPC
@@ -79,7 +93,7 @@ double timed(int calls, Call call) {
 // side(s, block) returns the block's nanoseconds, negative on failure.
 // Counters: <name>_ns per call for each side, and ratio = first / second.
 void sideBySide(benchmark::State& state, const std::vector<std::string>& names, int block,
-                const std::function<double(size_t, int)>& side) {
+                const std::function<double(size_t, int)>& side, bool ratio = true) {
     std::vector<double> total(names.size(), 0);
     std::string failed;
     for (auto _ : state) {
@@ -96,7 +110,7 @@ void sideBySide(benchmark::State& state, const std::vector<std::string>& names, 
     if (!failed.empty()) return;
     const double calls = static_cast<double>(state.iterations()) * block;
     for (size_t s = 0; s < names.size(); ++s) state.counters[names[s] + "_ns"] = total[s] / calls;
-    if (names.size() > 1 && total[1] > 0) state.counters["ratio"] = total[0] / total[1];
+    if (ratio && names.size() > 1 && total[1] > 0) state.counters["ratio"] = total[0] / total[1];
 }
 
 void skip(benchmark::State& state, const std::string& why) {
@@ -133,10 +147,15 @@ void BM_VsGrpc(benchmark::State& state, Placement p) {
     skip(state, gPeers.grpcProblem);
 }
 
-double remoteBlock(const Child& client, int calls) {
-    const int32_t n = calls;
+// A block of calls made by a call-client process: echo calls, or
+// processRequest calls of size bytes.
+double remoteBlock(const Child& client, int calls, size_t size = 0) {
+    CallRequest request;
+    request.block = calls;
+    request.size = static_cast<int32_t>(size);
     double ns = -1;
-    if (!writeFull(client.control, &n, sizeof(n)) || !readFull(client.control, &ns, sizeof(ns))) {
+    if (!writeFull(client.control, &request, sizeof(request)) ||
+        !readFull(client.control, &ns, sizeof(ns))) {
         return -1;
     }
     return ns;
@@ -157,6 +176,77 @@ void BM_FastPath(benchmark::State& state, Placement p) {
         if (s == 2) return timed(n, [] { return futexPing(&gPeers.futexPairs[1], true); });
         return timed(n, raw);
     });
+}
+
+uint8_t gMark = 0;
+
+// The large calls of this process: processRequest over the socket, and the
+// raw ping-pong with the peer echoing messages of the same size.
+struct LargeSides {
+    hidl_vec<uint8_t> call;
+    std::vector<uint8_t> raw;
+    explicit LargeSides(size_t size) : call(size), raw(size) {}
+    bool ours() { return processRequestCall(gPeers.service, call, gMark++); }
+    bool rawTrip(size_t index) { return rawRoundTrip(gPeers.rawLargeFd[index], raw, gMark++); }
+};
+
+// processRequest with 256 KiB each way against a raw socket moving as much.
+void BM_LargeCall(benchmark::State& state, Placement p) {
+    place(p, {&gPeers.echo, &gPeers.rawLarge[kLargeCallIndex]});
+    LargeSides sides(kLargeSizes[kLargeCallIndex]);
+    sideBySide(state, {"ours", "raw"}, 10, [&](size_t s, int n) {
+        return s == 0 ? timed(n, [&] { return sides.ours(); })
+                      : timed(n, [&] { return sides.rawTrip(kLargeCallIndex); });
+    });
+}
+
+// Copies size bytes into a second buffer and back: the floor of any design
+// that copies once each way.
+bool copyTwice(std::vector<uint8_t>& a, std::vector<uint8_t>& b) {
+    const uint8_t mark = gMark++;
+    a.front() = mark;
+    memcpy(b.data(), a.data(), a.size());
+    benchmark::ClobberMemory();
+    a.front() = static_cast<uint8_t>(~mark);
+    memcpy(a.data(), b.data(), a.size());
+    benchmark::ClobberMemory();
+    return a.front() == mark;
+}
+
+// One payload size over every path: this process's socket call, the fast
+// path between two processes started with it, the raw socket, two copies in
+// memory, and gRPC. A path that cannot run is left out of the row; the goal
+// line says why.
+void BM_LargeSizes(benchmark::State& state, size_t index, Placement p) {
+    const size_t size = kLargeSizes[index];
+    place(p, {&gPeers.echo, &gPeers.fastEcho, &gPeers.rawLarge[index], &gPeers.grpc});
+    if (gPeers.fastClient.pid >= 0) placeProcess(gPeers.fastClient.pid, cpusFor(p).client);
+    LargeSides sides(size);
+    std::vector<uint8_t> a(size, 1), b(size, 2);
+    std::vector<std::string> names{"socket"};
+    std::vector<std::function<double(int)>> run{
+            [&](int n) { return timed(n, [&] { return sides.ours(); }); }};
+    if (gPeers.fastClient.pid >= 0) {
+        names.push_back("fast");
+        run.push_back([&](int n) { return remoteBlock(gPeers.fastClient, n, size); });
+    }
+    names.push_back("raw");
+    run.push_back([&](int n) { return timed(n, [&] { return sides.rawTrip(index); }); });
+    names.push_back("memcpy");
+    run.push_back([&](int n) { return timed(n, [&] { return copyTwice(a, b); }); });
+#ifdef ZUV_BENCH_HAVE_GRPC
+    if (gPeers.grpcClient != nullptr) {
+        names.push_back("grpc");
+        run.push_back([&](int n) {
+            return timed(n, [&] { return gPeers.grpcClient->callBytes(size, gMark++); });
+        });
+    }
+#endif
+    // About 8 MiB each way per side and block: enough calls to time the
+    // small sizes, few enough that the largest do not take seconds.
+    const int block = static_cast<int>(std::clamp<size_t>(8 * 1024 * 1024 / size, 4, 200));
+    sideBySide(
+            state, names, block, [&](size_t s, int n) { return run[s](n); }, false);
 }
 
 void BM_Loopback(benchmark::State& state) {
@@ -221,54 +311,100 @@ void BM_Oneway(benchmark::State& state) {
     state.counters["sent"] = sent;
 }
 
+constexpr int kPhases = 120;  // 3 s: one 1 s sample swung by 10% between runs
+constexpr int64_t kPhaseNs = 25'000'000;
+
+// What the phase clients did: calls and, when asked for, latencies, for our
+// echo object [0] and the epoll server [1].
+struct PhaseTotals {
+    int64_t calls[2] = {0, 0};
+    LatencyHistogram latency[2];
+};
+
 // `clients` processes call the echo object and the epoll echo server in
-// alternating 25 ms phases; the totals per second of each side.
+// alternating 25 ms phases; returns why they failed, or "" with totals set.
+std::string runPhaseClients(int clients, bool latencies, PhaseTotals* totals) {
+    std::vector<std::string> args{gPeers.dir + "/epoll.sock", std::to_string(kPhaseNs),
+                                  std::to_string(kPhases)};
+    if (latencies) args.emplace_back("latencies");
+    std::vector<Child> children;
+    for (int i = 0; i < clients; ++i) children.push_back(spawn("phase-client", args));
+    std::string failed;
+    for (Child& c : children) {
+        if (!awaitReady(c)) failed = "a client could not call both servers";
+    }
+    const int64_t start =
+            std::chrono::nanoseconds(Clock::now().time_since_epoch()).count() + 20'000'000;
+    for (Child& c : children) {
+        if (failed.empty() && !writeFull(c.control, &start, sizeof(start))) {
+            failed = "a client died";
+        }
+    }
+    auto histogram = std::make_unique<LatencyHistogram>();
+    for (Child& c : children) {
+        int64_t counts[2] = {-1, -1};
+        pollfd pfd{c.control, POLLIN, 0};
+        if (!failed.empty() || poll(&pfd, 1, 10000) != 1 ||
+            !readFull(c.control, counts, sizeof(counts))) {
+            if (failed.empty()) failed = "a client did not report";
+        } else if (counts[0] < 0) {
+            failed = "a client's call failed";
+        }
+        for (int side = 0; side < 2 && latencies && failed.empty(); ++side) {
+            if (!readFull(c.control, histogram.get(), sizeof(*histogram))) {
+                failed = "a client did not report its latencies";
+            } else {
+                totals->latency[side].merge(*histogram);
+            }
+        }
+        totals->calls[0] += counts[0];
+        totals->calls[1] += counts[1];
+    }
+    for (Child& c : children) stop(c);
+    return failed;
+}
+
 void BM_Scaling(benchmark::State& state) {
     const int clients = static_cast<int>(state.range(0));
-    constexpr int kPhases = 120;  // 3 s: one 1 s sample swung by 10% between runs
-    constexpr int64_t kPhaseNs = 25'000'000;
     place(Placement::None, {&gPeers.echo, &gPeers.epoll});
     for (auto _ : state) {
-        std::vector<Child> children;
-        for (int i = 0; i < clients; ++i) {
-            children.push_back(
-                    spawn("phase-client", {gPeers.dir + "/epoll.sock", std::to_string(kPhaseNs),
-                                           std::to_string(kPhases)}));
-        }
-        std::string failed;
-        for (Child& c : children) {
-            if (!awaitReady(c)) failed = "a client could not call both servers";
-        }
-        const int64_t start =
-                std::chrono::nanoseconds(Clock::now().time_since_epoch()).count() + 20'000'000;
-        for (Child& c : children) {
-            if (failed.empty() && !writeFull(c.control, &start, sizeof(start))) {
-                failed = "a client died";
-            }
-        }
-        int64_t ours = 0, raw = 0;
-        for (Child& c : children) {
-            int64_t counts[2] = {-1, -1};
-            pollfd pfd{c.control, POLLIN, 0};
-            if (!failed.empty() || poll(&pfd, 1, 10000) != 1 ||
-                !readFull(c.control, counts, sizeof(counts))) {
-                if (failed.empty()) failed = "a client did not report";
-            } else if (counts[0] < 0) {
-                failed = "a client's call failed";
-            }
-            ours += counts[0];
-            raw += counts[1];
-        }
-        for (Child& c : children) stop(c);
+        auto totals = std::make_unique<PhaseTotals>();
+        const std::string failed = runPhaseClients(clients, false, totals.get());
         if (!failed.empty()) {
             state.SkipWithError(failed.c_str());
             break;
         }
+        const int64_t ours = totals->calls[0], raw = totals->calls[1];
         const double seconds = kPhases / 2 * kPhaseNs / 1e9;
         state.counters["ours_per_s"] = static_cast<double>(ours) / seconds;
         state.counters["raw_per_s"] = static_cast<double>(raw) / seconds;
         state.counters["ratio"] =
                 raw > 0 ? static_cast<double>(ours) / static_cast<double>(raw) : 0;
+    }
+}
+
+// The 8-client scaling run with every call timed: latency percentiles of
+// each side over all clients.
+void BM_TailLatency(benchmark::State& state) {
+    place(Placement::None, {&gPeers.echo, &gPeers.epoll});
+    for (auto _ : state) {
+        auto totals = std::make_unique<PhaseTotals>();
+        const std::string failed = runPhaseClients(8, true, totals.get());
+        if (!failed.empty()) {
+            state.SkipWithError(failed.c_str());
+            break;
+        }
+        const char* sides[2] = {"ours", "epoll"};
+        for (int s = 0; s < 2; ++s) {
+            const LatencyHistogram& h = totals->latency[s];
+            const std::string side = sides[s];
+            state.counters[side + "_calls"] = static_cast<double>(h.total());
+            state.counters[side + "_p50_ns"] = h.quantile(0.5);
+            state.counters[side + "_p99_ns"] = h.quantile(0.99);
+            state.counters[side + "_p999_ns"] = h.quantile(0.999);
+        }
+        const double epoll99 = totals->latency[1].quantile(0.99);
+        if (epoll99 > 0) state.counters["ratio"] = totals->latency[0].quantile(0.99) / epoll99;
     }
 }
 
@@ -339,8 +475,10 @@ std::string us(double ns) {
         snprintf(buf, sizeof(buf), "%.1f ns", ns);
     else if (ns < 1000)
         snprintf(buf, sizeof(buf), "%.0f ns", ns);
-    else
+    else if (ns < 1e6)
         snprintf(buf, sizeof(buf), "%.2f us", ns / 1000);
+    else
+        snprintf(buf, sizeof(buf), "%.2f ms", ns / 1e6);
     return buf;
 }
 
@@ -368,6 +506,15 @@ const char* where(Placement p) {
     return "";
 }
 
+// Where the LargeSizes rows run: split CPUs when that placement is run,
+// else the first one.
+Placement largePlacement(const std::vector<Placement>& placements) {
+    for (Placement p : placements) {
+        if (p == Placement::Split) return p;
+    }
+    return placements.front();
+}
+
 class Goals {
   public:
     Goals(const Collector& c, std::vector<Placement> placements)
@@ -382,6 +529,9 @@ class Goals {
         scaling();
         fastPath();
         footprint();
+        largeCall();
+        largeFastPath();
+        tailLatency();
     }
 
   private:
@@ -483,13 +633,97 @@ class Goals {
         std::string why;
         const auto* r = row(pick("FastPath", Placement::Split, &p), &why);
         if (r == nullptr) return line("fast-path", false, "not measured: " + why);
-        const double vsFutex = r->at("fast_ns") / r->at("futex_ns");
+        const double vsSpin = r->at("fast_ns") / r->at("spin_ns");
         const double vsRaw = r->at("raw_ns") / r->at("fast_ns");
-        line("fast-path", vsFutex <= 3 && vsRaw >= 10,
-             std::string(where(p)) + ": " + us(r->at("fast_ns")) + " vs futex " +
-                     us(r->at("futex_ns")) + " = " + times(vsFutex) +
-                     " (limit 3x; futex after a spin " + us(r->at("spin_ns")) + "), raw socket " +
-                     us(r->at("raw_ns")) + " = " + times(vsRaw) + " faster (need 10x)");
+        line("fast-path", vsSpin <= 2 && vsRaw >= 10,
+             std::string(where(p)) + ": " + us(r->at("fast_ns")) + " vs futex after a spin " +
+                     us(r->at("spin_ns")) + " = " + times(vsSpin) + " (limit 2x; plain futex " +
+                     us(r->at("futex_ns")) + "), raw socket " + us(r->at("raw_ns")) + " = " +
+                     times(vsRaw) + " faster (need 10x)");
+    }
+
+    void largeCall() {
+        bool holds = true;
+        std::string figure, why;
+        for (Placement p : mPlacements) {
+            const auto* r = row(std::string("LargeCall/") + placementName(p), &why);
+            if (!figure.empty()) figure += "; ";
+            if (r == nullptr) {
+                holds = false;
+                figure += std::string(where(p)) + ": not measured, " + why;
+                continue;
+            }
+            holds = holds && r->at("ratio") <= 1.3;
+            figure += std::string(where(p)) + ": " + us(r->at("ours_ns")) + " vs raw socket " +
+                      us(r->at("raw_ns")) + " = " + times(r->at("ratio")) + " (limit 1.3x)";
+        }
+        line("large-call", holds, "256 KiB each way, " + figure);
+    }
+
+    // Every size's figures, and whether each of our paths beat gRPC at all.
+    std::string largeSizesFigure() {
+        std::string figure, why;
+        bool socketAhead = true, fastAhead = true, measured = false, grpcSeen = false;
+        for (size_t size : kLargeSizes) {
+            figure += "; " + std::to_string(size / 1024) + " KiB:";
+            const auto* r = row("LargeSizes/" + kib(size), &why);
+            if (r == nullptr) {
+                figure += " not measured, " + why;
+                socketAhead = fastAhead = false;
+                continue;
+            }
+            measured = true;
+            for (const char* side : {"socket", "fast", "raw", "memcpy", "grpc"}) {
+                auto it = r->find(std::string(side) + "_ns");
+                if (it != r->end()) figure += std::string(" ") + side + " " + us(it->second);
+            }
+            auto grpc = r->find("grpc_ns");
+            if (grpc == r->end()) continue;
+            grpcSeen = true;
+            auto sock = r->find("socket_ns");
+            auto fast = r->find("fast_ns");
+            socketAhead = socketAhead && sock != r->end() && sock->second < grpc->second;
+            fastAhead = fastAhead && fast != r->end() && fast->second < grpc->second;
+        }
+        if (!grpcSeen) {
+            return measured ? figure + "; gRPC not measured: " + gPeers.grpcProblem : figure;
+        }
+        return figure + "; ahead of gRPC at every size: socket " + (socketAhead ? "yes" : "no") +
+               ", fast " + (fastAhead ? "yes" : "no");
+    }
+
+    void largeFastPath() {
+        const Placement p = largePlacement(mPlacements);
+        const std::string sizes = largeSizesFigure();
+        std::string why;
+        const auto* r = row("LargeSizes/" + kib(kLargeSizes[kLargeCallIndex]), &why);
+        if (r == nullptr) return line("large-fast-path", false, "not measured: " + why + sizes);
+        if (r->count("fast_ns") == 0) {
+            return line("large-fast-path", false, "not measured: " + gPeers.fastProblem + sizes);
+        }
+        const double fast = r->at("fast_ns");
+        const double vsRaw = r->at("raw_ns") / fast;
+        const double vsCopy = fast / r->at("memcpy_ns");
+        line("large-fast-path", vsRaw >= 2 && vsCopy <= 4,
+             std::string(where(p)) + ", 256 KiB: fast " + us(fast) + ", raw socket " +
+                     us(r->at("raw_ns")) + " = " + times(vsRaw) + " faster (need 2x), memcpy " +
+                     us(r->at("memcpy_ns")) + " = " + times(vsCopy) + " (limit 4x)" + sizes);
+    }
+
+    void tailLatency() {
+        std::string why;
+        const auto* r = row("TailLatency", &why);
+        if (r == nullptr) return line("tail-latency", false, "not measured: " + why);
+        if (r->count("ratio") == 0) {
+            return line("tail-latency", false, "not measured: the epoll server served no call");
+        }
+        auto side = [&](const std::string& s) {
+            return us(r->at(s + "_p50_ns")) + " / " + us(r->at(s + "_p99_ns")) + " / " +
+                   us(r->at(s + "_p999_ns"));
+        };
+        line("tail-latency", r->at("ratio") <= 2,
+             "8 clients, p50 / p99 / p99.9: ours " + side("ours") + ", epoll server " +
+                     side("epoll") + "; p99 " + times(r->at("ratio")) + " (limit 2x)");
     }
 
     void footprint() {
@@ -535,6 +769,12 @@ bool startPeers() {
     gPeers.raw = spawn("raw-server", {}, {}, pair[1]);
     close(pair[1]);
     gPeers.rawFd = pair[0];
+    for (size_t i = 0; i < kLargeCount; ++i) {
+        if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair) != 0) return false;
+        gPeers.rawLarge[i] = spawn("raw-server", {std::to_string(kLargeSizes[i])}, {}, pair[1]);
+        close(pair[1]);
+        gPeers.rawLargeFd[i] = pair[0];
+    }
     int memfd = memfd_create("zuv-bench-futex", MFD_CLOEXEC);
     if (memfd < 0 || ftruncate(memfd, 2 * sizeof(FutexPair)) != 0) return false;
     void* map = mmap(nullptr, 2 * sizeof(FutexPair), PROT_READ | PROT_WRITE, MAP_SHARED, memfd, 0);
@@ -546,8 +786,10 @@ bool startPeers() {
     gPeers.epoll = spawn("epoll-server", {gPeers.dir + "/epoll.sock"});
     gPeers.fastEcho = spawn("echo-server", {}, {fastEnvDir, fastOn});
 
-    if (!awaitReady(gPeers.echo) || !awaitReady(gPeers.raw) || !awaitReady(gPeers.futex) ||
-        !awaitReady(gPeers.spin) || !awaitReady(gPeers.epoll)) {
+    bool started = awaitReady(gPeers.echo) && awaitReady(gPeers.raw) && awaitReady(gPeers.futex) &&
+                   awaitReady(gPeers.spin) && awaitReady(gPeers.epoll);
+    for (const Child& c : gPeers.rawLarge) started = started && awaitReady(c);
+    if (!started) {
         fprintf(stderr, "zuv_bench: a peer process did not start\n");
         return false;
     }
@@ -556,6 +798,7 @@ bool startPeers() {
         fprintf(stderr, "zuv_bench: no proxy to the echo service\n");
         return false;
     }
+    gPeers.service = new fp::BpHwZuvExtendedFingerprint(gPeers.remote);
     if (awaitReady(gPeers.fastEcho)) {
         gPeers.fastClient = spawn("call-client", {}, {fastEnvDir, fastOn});
         if (!awaitReady(gPeers.fastClient)) {
@@ -571,7 +814,7 @@ bool startPeers() {
         gPeers.grpcClient = std::make_unique<GrpcEchoClient>(gPeers.dir + "/grpc.sock");
         if (!gPeers.grpcClient->call(1)) gPeers.grpcClient.reset();
     }
-    if (gPeers.grpcClient == nullptr) gPeers.grpcProblem = "the gRPC peer did not start";
+    gPeers.grpcProblem = gPeers.grpcClient == nullptr ? "the gRPC peer did not start" : "";
 #else
     fprintf(stderr, "zuv_bench: built without gRPC, the vs-grpc row is skipped\n");
 #endif
@@ -585,6 +828,13 @@ void registerRows(const std::vector<Placement>& placements) {
                 ->UseRealTime();
         benchmark::RegisterBenchmark(("VsGrpc" + suffix).c_str(), BM_VsGrpc, p)->UseRealTime();
         benchmark::RegisterBenchmark(("FastPath" + suffix).c_str(), BM_FastPath, p)->UseRealTime();
+        benchmark::RegisterBenchmark(("LargeCall" + suffix).c_str(), BM_LargeCall, p)
+                ->UseRealTime();
+    }
+    for (size_t i = 0; i < kLargeCount; ++i) {
+        benchmark::RegisterBenchmark(("LargeSizes/" + kib(kLargeSizes[i])).c_str(), BM_LargeSizes,
+                                     i, largePlacement(placements))
+                ->UseRealTime();
     }
     benchmark::RegisterBenchmark("Loopback", BM_Loopback)->UseRealTime();
     benchmark::RegisterBenchmark("PassthroughVsVirtual", BM_PassthroughVsVirtual)->UseRealTime();
@@ -596,6 +846,7 @@ void registerRows(const std::vector<Placement>& placements) {
             ->Arg(8)
             ->Iterations(1)
             ->UseRealTime();
+    benchmark::RegisterBenchmark("TailLatency", BM_TailLatency)->Iterations(1)->UseRealTime();
     benchmark::RegisterBenchmark("Footprint", BM_Footprint)->Iterations(1)->UseRealTime();
 }
 
@@ -622,6 +873,9 @@ int main(int argc, char** argv) {
     gPeers.dir = dir;
     installCleanup(gPeers.dir);
     setenv(host::kRuntimeDirEnvVar, (gPeers.dir + "/run").c_str(), 1);
+    // This process and the peers it starts measure the socket transport; the
+    // fast path's rows start their own pair with it switched on.
+    setenv(host::kFastPathEnvVar, "0", 1);
 
     int status = 1;
     if (startPeers()) {
@@ -636,7 +890,9 @@ int main(int argc, char** argv) {
         status = 0;
     }
     benchmark::Shutdown();
+    gPeers.service.clear();
     gPeers.remote.clear();
+    for (Child& c : gPeers.rawLarge) stop(c);
     for (Child* c : {&gPeers.fastClient, &gPeers.fastEcho, &gPeers.grpc, &gPeers.epoll,
                      &gPeers.futex, &gPeers.spin, &gPeers.raw, &gPeers.echo}) {
         stop(*c);
