@@ -242,9 +242,11 @@ void BM_LargeSizes(benchmark::State& state, size_t index, Placement p) {
         });
     }
 #endif
-    // About 8 MiB each way per side and block: enough calls to time the
-    // small sizes, few enough that the largest do not take seconds.
-    const int block = static_cast<int>(std::clamp<size_t>(8 * 1024 * 1024 / size, 4, 200));
+    // About 32 MiB each way per side and block: a side's first call after the
+    // others ran wakes idle peers (tens of microseconds on a virtual machine),
+    // which blocks of a few calls would count as the cost of every call; few
+    // enough that the largest sizes do not take seconds.
+    const int block = static_cast<int>(std::clamp<size_t>(32 * 1024 * 1024 / size, 16, 1000));
     sideBySide(
             state, names, block, [&](size_t s, int n) { return run[s](n); }, false);
 }
