@@ -82,8 +82,7 @@ ImageBlock ImageBlock::allocate(size_t size) {
     return ImageBlock(words, size, capacity);
 }
 
-void ImageBlock::reset() {
-    if (mWords == nullptr) return;
+void ImageBlock::release() {
     if (mCapacity < kRecycledBlockBytes || !stock().keep(mCapacity, mWords)) delete[] mWords;
     mWords = nullptr;
     mSize = 0;

@@ -31,7 +31,10 @@ class ImageBlock {
     uint8_t* data() const { return reinterpret_cast<uint8_t*>(mWords); }
     size_t size() const { return mSize; }
     explicit operator bool() const { return mWords != nullptr; }
-    void reset();
+    // Inline for the common case: most parcels and frames own no block.
+    void reset() {
+        if (mWords != nullptr) release();
+    }
 
     // Blocks waiting in the stock, for tests.
     static size_t stockBytes();
@@ -39,6 +42,7 @@ class ImageBlock {
   private:
     ImageBlock(uint64_t* words, size_t size, size_t capacity)
         : mWords(words), mSize(size), mCapacity(capacity) {}
+    void release();
 
     uint64_t* mWords = nullptr;
     size_t mSize = 0;
