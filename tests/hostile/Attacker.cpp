@@ -21,6 +21,13 @@
 //                            calls at once, which leaves N pooled connections open
 //                            ("widened FAILED"); "calls MS" pings it from N threads for
 //                            MS ms ("calls TOTAL FAILED")
+//   dribble SOCKET BYTES     a header announcing BYTES, then one byte every 20 ms
+//   bulk SOCKET ATTACK       on the fast path, large messages misused; ATTACK is one of
+//                            offers (unsealed, odd-sized and over-budget bulk regions,
+//                            then 40 valid ones, with calls over the socket between:
+//                            "ready TAKEN ANSWERED"), unacked (a message in a bulk
+//                            region never offered) or beyond (a message longer than
+//                            the region taken): "ready SERVED DROPPED"
 //
 // Prints "ready ..." once the attack is in place, then holds everything until
 // stdin closes. "open" answers how many of its connections the other side
@@ -37,6 +44,7 @@
 #include <hwbinder/IPCThreadState.h>
 #include <hwbinder/ProcessState.h>
 #include <poll.h>
+#include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -56,6 +64,7 @@
 
 #include "ChainedService.h"
 #include "socket/Frame.h"
+#include "socket/SharedRegion.h"
 
 using ::android::sp;
 using ::android::hardware::hidl_string;
@@ -204,6 +213,167 @@ void bloat(const std::string& path, int count, uint32_t bytes) {
         (void)send(fd, &h, sizeof(h), MSG_NOSIGNAL);
     }
     say("ready " + std::to_string(gConnections.size()));
+}
+
+void dribble(const std::string& path, uint32_t bytes) {
+    int fd = connectTo(path, false);
+    if (fd < 0) return say("ready 0");
+    gConnections.push_back(fd);
+    FrameHeader h = header(kTransact, bytes);
+    sendAll(fd, &h, sizeof(h));
+    std::thread([fd, bytes] {
+        const char byte = 0;
+        for (uint32_t i = 1; i < bytes && send(fd, &byte, 1, MSG_NOSIGNAL) == 1; ++i) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        }
+    }).detach();
+    say("ready 1");
+}
+
+bool sendWithFd(int fd, FrameHeader h, int carried) {
+    h.fdCount = 1;
+    alignas(cmsghdr) unsigned char control[CMSG_SPACE(sizeof(int))];
+    iovec iov{&h, sizeof(h)};
+    msghdr msg{};
+    msg.msg_iov = &iov;
+    msg.msg_iovlen = 1;
+    msg.msg_control = control;
+    msg.msg_controllen = sizeof(control);
+    cmsghdr* c = CMSG_FIRSTHDR(&msg);
+    c->cmsg_level = SOL_SOCKET;
+    c->cmsg_type = SCM_RIGHTS;
+    c->cmsg_len = CMSG_LEN(sizeof(int));
+    std::memcpy(CMSG_DATA(c), &carried, sizeof(int));
+    return sendmsg(fd, &msg, MSG_NOSIGNAL) == static_cast<ssize_t>(sizeof(h));
+}
+
+// A memfd of size bytes, sealed as a bulk region must be or not.
+int bulkFd(size_t size, bool sealed) {
+    int fd = memfd_create("attacker-bulk", MFD_CLOEXEC | MFD_ALLOW_SEALING);
+    if (fd < 0 || ftruncate(fd, static_cast<off_t>(size)) != 0) return fd;
+    if (sealed) fcntl(fd, F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL);
+    return fd;
+}
+
+// A fast-path client speaking the mailbox by hand: the library's connection
+// only reads.
+struct FastClient {
+    int fd = -1;
+    std::unique_ptr<Connection> conn;
+    Mailbox* out = nullptr;
+    uint64_t number = 0;
+    uint32_t generation = 0;
+
+    bool open(const std::string& path) {
+        fd = connectTo(path, false);
+        int memfd = -1;
+        std::unique_ptr<SharedRegion> region = SharedRegion::create(&memfd);
+        if (fd < 0 || region == nullptr) return false;
+        out = &region->out(true);
+        conn = std::make_unique<Connection>(fd, 0, 0);
+        const bool sent = sendWithFd(fd, header(kShmOffer), memfd);
+        close(memfd);
+        Frame answer;
+        if (!sent || conn->waitFrame(&answer, Clock::now() + std::chrono::seconds(2)) != 0 ||
+            answer.header.kind != kReply || answer.header.status != 0) {
+            return false;
+        }
+        return conn->attachShared(std::move(region), true);
+    }
+    void post(uint32_t kind, uint32_t length) {
+        out->kind = kind;
+        out->length = length;
+        out->generation = generation;
+        out->mseq = number++;
+        out->seq.fetch_add(1);
+        FrameHeader bell = header(kDoorbell);
+        bell.code = 0;
+        sendAll(fd, &bell, sizeof(bell));
+    }
+    bool offer(int memfd) {
+        FrameHeader h = header(kBulkOffer);
+        h.seq = 0;
+        h.code = ++generation;
+        const bool sent = sendWithFd(fd, h, memfd);
+        close(memfd);
+        return sent;
+    }
+    // A call of payload bytes over the socket; true when answered.
+    bool call(uint32_t payload) {
+        std::vector<uint8_t> frame(sizeof(FrameHeader) + payload);
+        FrameHeader h = header(kTransact, payload);
+        std::memcpy(frame.data(), &h, sizeof(h));
+        if (!sendAll(fd, frame.data(), frame.size())) return false;
+        out->kind = kOnSocket;
+        out->length = 0;
+        out->mseq = number++;
+        out->seq.fetch_add(1);
+        return answered();
+    }
+    bool answered() {
+        Frame reply;
+        return conn->waitFrame(&reply, Clock::now() + std::chrono::seconds(2)) == 0 &&
+               reply.header.kind == kReply;
+    }
+    // Whether the other side closed the connection within two seconds.
+    bool dropped() {
+        pollfd p{fd, POLLRDHUP, 0};
+        return poll(&p, 1, 2000) == 1;
+    }
+};
+
+FastClient gFast;
+
+void bulk(const std::string& path, const std::string& attack) {
+    FastClient& c = gFast;
+    if (!c.open(path)) return say("ready no fast path");
+    if (attack == "offers") {
+        int answered = 0;
+        // Unsealed, not a power of two, over the budget the test sets.
+        for (int fd :
+             {bulkFd(64 * 1024, false), bulkFd(100 * 1000, true), bulkFd(kMaxBulkBytes, true)}) {
+            c.offer(fd);
+            answered += c.call(200 * 1024);
+        }
+        const uint32_t declined = c.out->bulkTaken.load();
+        // Valid ones, every one filled so that each costs whoever keeps it.
+        for (int i = 0; i < 40; ++i) {
+            int fd = bulkFd(1024 * 1024, true);
+            void* p = mmap(nullptr, 1024 * 1024, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+            if (p != MAP_FAILED) {
+                std::memset(p, 1, 1024 * 1024);
+                munmap(p, 1024 * 1024);
+            }
+            c.offer(fd);
+        }
+        answered += c.call(200 * 1024);
+        return say("ready " + std::to_string(declined) + " " + std::to_string(answered));
+    }
+    int served = 0;
+    if (attack == "beyond") {
+        const size_t size = kMinBulkBytes;
+        int fd = bulkFd(size, true);
+        auto* p = static_cast<uint8_t*>(
+                mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0));
+        c.offer(fd);
+        for (int i = 0; i < 200 && c.out->bulkTaken.load() != c.generation; ++i) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+        // One proper message in the region, then one longer than it.
+        const uint32_t payload = 20 * 1024;
+        FrameHeader h = header(kTransact, payload);
+        if (p != MAP_FAILED) {
+            std::memset(p, 0, size);
+            std::memcpy(p, &h, sizeof(h));
+        }
+        c.post(kInBulk, sizeof(h) + payload);
+        served += c.answered();
+        c.post(kInBulk, static_cast<uint32_t>(2 * size));
+    } else {
+        c.generation = 1;  // never offered
+        c.post(kInBulk, 32 * 1024);
+    }
+    say("ready " + std::to_string(served) + " " + (c.dropped() ? "1" : "0"));
 }
 
 // One call whose table names count distinct nodes of this process; answers
@@ -453,6 +623,10 @@ int main(int argc, char** argv) {
         hold(target, static_cast<int>(num(2)));
     } else if (mode == "bloat") {
         bloat(target, static_cast<int>(num(2)), static_cast<uint32_t>(num(3)));
+    } else if (mode == "dribble") {
+        dribble(target, static_cast<uint32_t>(num(2)));
+    } else if (mode == "bulk") {
+        bulk(target, args.size() > 2 ? args[2] : "");
     } else if (mode == "refs") {
         refs(target, static_cast<uint32_t>(num(2)));
     } else if (mode == "stuck-listener") {

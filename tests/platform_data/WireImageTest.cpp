@@ -5,6 +5,7 @@
 #include <hwbinder/Binder.h>
 #include <hwbinder/IBinder.h>
 
+#include <functional>
 #include <map>
 
 #include "ParcelTestUtil.h"
@@ -258,6 +259,186 @@ TEST(WireImage, BindersGoThroughTheTranslator) {
     EXPECT_EQ(out.dataSize(), 0u);
     EXPECT_EQ(WireImageCodec::rebuild(image.bytes.data(), image.bytes.size(), {}, nullptr, &out),
               BAD_VALUE);
+}
+
+// Large buffers: a top-level vector, one nested in a record and a native
+// handle, whose fd array points into its buffer.
+struct LargeParcel {
+    struct Record {
+        uint64_t tag;
+        hidl_vec<uint8_t> inner;
+    };
+    hidl_vec<uint8_t> top;
+    Record record;
+    native_handle_t* nh = native_handle_create(1, 2);
+    int pipeFds[2] = {-1, -1};
+    Parcel parcel;
+
+    LargeParcel() {
+        top.resize(96 * 1024);
+        record.tag = 0x1122334455667788;
+        record.inner.resize(64 * 1024);
+        for (size_t i = 0; i < top.size(); ++i) top[i] = static_cast<uint8_t>(i * 7);
+        for (size_t i = 0; i < record.inner.size(); ++i) record.inner[i] = static_cast<uint8_t>(~i);
+        EXPECT_EQ(pipe(pipeFds), 0);
+        nh->data[0] = pipeFds[0];
+        nh->data[1] = 41;
+        nh->data[2] = 42;
+        size_t parent, child;
+        EXPECT_EQ(writeBytes(&parcel, top), OK);
+        EXPECT_EQ(parcel.writeBuffer(&record, sizeof(record), &parent), OK);
+        EXPECT_EQ(parcel.writeEmbeddedBuffer(record.inner.data(), record.inner.size(), &child,
+                                             parent, offsetof(Record, inner)),
+                  OK);
+        EXPECT_EQ(parcel.writeNativeHandleNoDup(nh), OK);
+    }
+    ~LargeParcel() {
+        native_handle_delete(nh);
+        close(pipeFds[0]);
+        close(pipeFds[1]);
+    }
+
+    // Checks a parcel rebuilt from this one; every buffer must lie in
+    // [lo, hi) when that is given.
+    void expectSame(const Parcel& out, const uint8_t* lo = nullptr, const uint8_t* hi = nullptr) {
+        auto inside = [&](const void* p) {
+            const auto* b = static_cast<const uint8_t*>(p);
+            EXPECT_EQ(reinterpret_cast<uintptr_t>(p) % 8, 0u);
+            if (lo != nullptr) {
+                EXPECT_TRUE(b >= lo && b < hi);
+            }
+        };
+        const hidl_vec<uint8_t>* v = nullptr;
+        ASSERT_EQ(readBytes(out, &v), OK);
+        EXPECT_EQ(*v, top);
+        inside(v);
+        inside(v->data());
+        size_t handle, child;
+        const void* rec = nullptr;
+        const void* data = nullptr;
+        ASSERT_EQ(out.readBuffer(sizeof(Record), &handle, &rec), OK);
+        const auto* r = static_cast<const Record*>(rec);
+        ASSERT_EQ(out.readNullableEmbeddedBuffer(r->inner.size(), &child, handle,
+                                                 offsetof(Record, inner), &data),
+                  OK);
+        EXPECT_EQ(r->tag, record.tag);
+        EXPECT_EQ(r->inner, record.inner);
+        inside(r);
+        inside(data);
+        const native_handle_t* got = nullptr;
+        ASSERT_EQ(out.readNativeHandleNoDup(&got), OK);
+        ASSERT_NE(got, nullptr);
+        ASSERT_EQ(got->numFds, 1);
+        EXPECT_EQ(got->data[1], 41);
+        EXPECT_EQ(got->data[2], 42);
+        EXPECT_NE(got->data[0], pipeFds[0]);  // the received copy, not the sender's
+    }
+};
+
+// The image a receiver sees: bytes with every slice put in at its place.
+std::vector<uint8_t> joined(const WireImage& image) {
+    std::vector<uint8_t> all;
+    size_t from = 0;
+    for (const WireImage::Slice& s : image.slices) {
+        all.insert(all.end(), image.bytes.begin() + from, image.bytes.begin() + s.at);
+        all.insert(all.end(), s.data, s.data + s.length);
+        from = s.at;
+    }
+    all.insert(all.end(), image.bytes.begin() + from, image.bytes.end());
+    EXPECT_EQ(all.size(), image.size());
+    return all;
+}
+
+TEST(WireImage, SlicedLargeBuffersGiveTheSameImageAndRebuildInPlace) {
+    using android::hardware::host::ImageBlock;
+    LargeParcel large;
+    WireImage whole;
+    ASSERT_EQ(WireImageCodec::flatten(large.parcel, nullptr, &whole), OK);
+    EXPECT_TRUE(whole.slices.empty());
+    // Everything that may be a slice, then only the large buffers.
+    for (size_t gatherFrom : {size_t{1}, size_t{64 * 1024}}) {
+        SCOPED_TRACE(gatherFrom);
+        WireImage sliced;
+        ASSERT_EQ(WireImageCodec::flatten(large.parcel, nullptr, &sliced, gatherFrom), OK);
+        // Every buffer but the handle an fd array points into, or the two large ones.
+        EXPECT_EQ(sliced.slices.size(), gatherFrom == 1 ? 4u : 2u);
+        for (const WireImage::Slice& s : sliced.slices) {
+            EXPECT_NE(s.data, reinterpret_cast<const uint8_t*>(large.nh));
+        }
+        EXPECT_EQ(joined(sliced), whole.bytes);
+        EXPECT_EQ(sliced.fds, whole.fds);
+    }
+
+    const size_t before = openFdCount();
+    {
+        // In a block, the buffers stay where they lie.
+        ImageBlock block = ImageBlock::allocate(whole.bytes.size());
+        ASSERT_TRUE(block);
+        memcpy(block.data(), whole.bytes.data(), whole.bytes.size());
+        const uint8_t* base = block.data();
+        Parcel out;
+        ASSERT_EQ(WireImageCodec::rebuild(std::move(block), base, whole.bytes.size(),
+                                          dupFds(whole.fds), nullptr, &out),
+                  OK);
+        large.expectSame(out, base, base + whole.bytes.size());
+
+        // An image not 8-aligned in its block is copied out, as is one
+        // outside the block given.
+        ImageBlock odd = ImageBlock::allocate(whole.bytes.size() + 4);
+        memcpy(odd.data() + 4, whole.bytes.data(), whole.bytes.size());
+        const uint8_t* oddImage = odd.data() + 4;
+        Parcel copied;
+        ASSERT_EQ(WireImageCodec::rebuild(std::move(odd), oddImage, whole.bytes.size(),
+                                          dupFds(whole.fds), nullptr, &copied),
+                  OK);
+        large.expectSame(copied);
+        Parcel outside;
+        ASSERT_EQ(WireImageCodec::rebuild(ImageBlock::allocate(64), whole.bytes.data(),
+                                          whole.bytes.size(), dupFds(whole.fds), nullptr, &outside),
+                  OK);
+        large.expectSame(outside);
+    }
+    EXPECT_EQ(openFdCount(), before);
+}
+
+TEST(WireImage, CorruptImageInABlockFailsAndFreesEverything) {
+    using android::hardware::host::ImageBlock;
+    LargeParcel large;
+    WireImage whole;
+    ASSERT_EQ(WireImageCodec::flatten(large.parcel, nullptr, &whole), OK);
+    ImageView view{whole.bytes};
+    const size_t size = whole.bytes.size();
+    // Each breaks the image differently: a buffer past the end, an object
+    // offset off the data, an image cut short, a fd count that lies.
+    const std::vector<std::function<void(std::vector<uint8_t>*, size_t*)>> corruptions = {
+            [&](std::vector<uint8_t>* b, size_t*) {
+                ImageView{*b}.set<uint64_t>(ImageView::kBuffersSize, size);
+            },
+            [&](std::vector<uint8_t>* b, size_t*) {
+                ImageView{*b}.set<uint64_t>(view.offsetEntry(1), view.dataSize() + 8);
+            },
+            [&](std::vector<uint8_t>*, size_t* n) { *n -= 4096; },
+            [&](std::vector<uint8_t>* b, size_t*) {
+                ImageView{*b}.set<uint32_t>(ImageView::kFdCount, 3);
+            },
+    };
+    const size_t before = openFdCount();
+    for (size_t i = 0; i < corruptions.size(); ++i) {
+        SCOPED_TRACE(i);
+        std::vector<uint8_t> bytes = whole.bytes;
+        size_t n = size;
+        corruptions[i](&bytes, &n);
+        ImageBlock block = ImageBlock::allocate(n);
+        ASSERT_TRUE(block);
+        memcpy(block.data(), bytes.data(), n);
+        const uint8_t* base = block.data();
+        Parcel out;
+        EXPECT_NE(WireImageCodec::rebuild(std::move(block), base, n, dupFds(whole.fds), nullptr,
+                                          &out),
+                  OK);
+        EXPECT_EQ(out.dataSize(), 0u);
+        EXPECT_EQ(openFdCount(), before);
+    }
 }
 
 }  // namespace

@@ -42,6 +42,8 @@ enum Code : uint32_t {
     kReturn = 14,         // binder -> the same binder
     kReadFd = 15,         // native handle of one fd -> the int32 read from it
     kSleep = 16,          // int32 ms -> ms, answered after that long
+    kMirror = 17,         // int32 size, buffer -> buffer of its bytes each plus one
+    kMirrorBack = 18,     // binder cb, int32 size, buffer -> status, cb's kMirror of it
     kRegister = 100,      // hub: int32 tag, binder
     kNotify = 101,        // hub: int32 value
 };
@@ -175,6 +177,42 @@ class TestObject : public BHwBinder {
                 }
                 reply->writeInt32(got);
                 break;
+            }
+            case kMirror: {
+                int32_t size = 0;
+                data.readInt32(&size);
+                size_t handle;
+                const void* bytes = nullptr;
+                status_t err = data.readBuffer(static_cast<size_t>(size), &handle, &bytes);
+                if (err != OK) return err;
+                // The reply's buffer lives only until the callback returns.
+                std::vector<uint8_t> out(static_cast<const uint8_t*>(bytes),
+                                         static_cast<const uint8_t*>(bytes) + size);
+                for (uint8_t& b : out) ++b;
+                reply->writeBuffer(out.data(), out.size(), &handle);
+                if (callback != nullptr) callback(*reply);
+                return OK;
+            }
+            case kMirrorBack: {
+                // A large call back to the caller while its call waits.
+                sp<IBinder> cb;
+                data.readStrongBinder(&cb);
+                int32_t size = 0;
+                data.readInt32(&size);
+                size_t handle;
+                const void* bytes = nullptr;
+                status_t err = data.readBuffer(static_cast<size_t>(size), &handle, &bytes);
+                if (err != OK || cb == nullptr) return android::BAD_VALUE;
+                Parcel there, back;
+                there.writeInt32(size);
+                there.writeBuffer(bytes, static_cast<size_t>(size), &handle);
+                err = cb->transact(kMirror, there, &back);
+                const void* mirrored = nullptr;
+                if (err == OK) err = back.readBuffer(static_cast<size_t>(size), &handle, &mirrored);
+                reply->writeInt32(err);
+                if (err == OK) reply->writeBuffer(mirrored, static_cast<size_t>(size), &handle);
+                if (callback != nullptr) callback(*reply);
+                return OK;
             }
             case kReturn: {
                 sp<IBinder> binder;
