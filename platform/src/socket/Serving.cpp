@@ -41,9 +41,6 @@ constexpr auto kShutdownWait = std::chrono::seconds(2);
 // Frames served per turn of one connection, so that one busy peer does not
 // keep a thread from the others.
 constexpr int kFramesPerTurn = 16;
-// The longest a thread waits in a blocking receive for a caller it just
-// answered, should every other thread become busy meanwhile.
-constexpr long kStickyReceiveUs = 2000;
 
 thread_local bool tServingThread = false;
 
@@ -334,8 +331,8 @@ void Runtime::acceptPending(int listenFd) {
     std::lock_guard<std::mutex> accepting(mAcceptLock);
     bool paused = false;
     for (int round = 0; round < 64; ++round) {
-        // Blocking, for the sticky receive above, with a timeout that bounds
-        // it; every other operation on it passes MSG_DONTWAIT.
+        // Blocking, for a callback's wait for its answer (Connection::waitFrame);
+        // every other operation on it passes MSG_DONTWAIT.
         int fd = accept4(listenFd, nullptr, nullptr, SOCK_CLOEXEC);
         if (fd < 0) {
             if (errno == EINTR || errno == ECONNABORTED) continue;
@@ -353,8 +350,6 @@ void Runtime::acceptPending(int listenFd) {
             }
             break;
         }
-        const timeval stickyWait{0, kStickyReceiveUs};
-        setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &stickyWait, sizeof(stickyWait));
         pid_t pid;
         uid_t uid;
         // Only this user's processes may call in.
@@ -578,19 +573,9 @@ void Runtime::serviceConnection(uint64_t id, uint32_t events) {
         }
         // A caller that was just answered usually calls again soon, on the
         // same connection: wait for that here, which saves re-arming the
-        // connection for each call. While another thread waits for the rest,
-        // in one blocking receive (bounded by the socket's receive timeout);
-        // otherwise watching the others too.
-        if (!conn.outPending() && mIdleServers.load(std::memory_order_relaxed) > 0) {
-            const status_t err = conn.receive(true);
-            if (err == WOULD_BLOCK) break;
-            if (err != OK && err != DEAD_OBJECT) {
-                closeIncoming(in);
-                return;
-            }
-            events = 0;
-            continue;
-        }
+        // connection for each call, while watching the others too. No timer
+        // bounds the wait: arming one for every call costs a CPU that goes
+        // idle meanwhile more than the call itself (on a virtual machine).
         // Under load other work nearly always comes first and the wait is a
         // wasted call: after it was, the next turns re-arm at once.
         if (tStickyBackoff > 0) {
