@@ -261,6 +261,13 @@ TEST_F(SocketTest, LargeCallsAndRepliesOfEverySizeRoundTripInARow) {
             EXPECT_TRUE(mirrored(got, sent, 1));
         }
     }
+    // A call over the transaction limit fails and leaves the connection usable.
+    const std::vector<uint8_t> tooLarge(size_t{2} << 20);
+    Parcel data, reply;
+    size_t handle;
+    data.writeInt32(static_cast<int32_t>(tooLarge.size()));
+    data.writeBuffer(tooLarge.data(), tooLarge.size(), &handle);
+    EXPECT_EQ(object->transact(peer::kMirror, data, &reply), android::FAILED_TRANSACTION);
     EXPECT_EQ(echo(object, 5).value, 5);
 }
 

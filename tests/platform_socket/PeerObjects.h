@@ -38,7 +38,6 @@ enum Code : uint32_t {
     kNewObject = 9,       // -> a fresh object of this process
     kStats = 10,          // -> exported nodes
     kBlock = 11,          // tells the hub (kNotify) and never answers
-    kBlob = 13,           // int32 size, buffer -> size, byte sum
     kReturn = 14,         // binder -> the same binder
     kReadFd = 15,         // native handle of one fd -> the int32 read from it
     kSleep = 16,          // int32 ms -> ms, answered after that long
@@ -153,19 +152,6 @@ class TestObject : public BHwBinder {
                 std::this_thread::sleep_for(std::chrono::milliseconds(v));
                 reply->writeInt32(v);
                 break;
-            case kBlob: {
-                int32_t size = 0;
-                data.readInt32(&size);
-                size_t handle;
-                const void* bytes = nullptr;
-                status_t err = data.readBuffer(static_cast<size_t>(size), &handle, &bytes);
-                if (err != OK) return err;
-                uint64_t sum = 0;
-                for (int32_t i = 0; i < size; ++i) sum += static_cast<const uint8_t*>(bytes)[i];
-                reply->writeInt32(size);
-                reply->writeUint64(sum);
-                break;
-            }
             case kReadFd: {
                 const native_handle_t* handle = nullptr;
                 status_t err = data.readNativeHandleNoDup(&handle);
