@@ -4,7 +4,10 @@
 #include <fstream>
 #include <map>
 #include <stdexcept>
+#include <tuple>
 #include <utility>
+
+#include "timeline/TimelinePage.h"
 
 namespace zuv_hidl {
 
@@ -26,53 +29,118 @@ std::pair<std::string, std::string> splitSide(const std::string& name) {
     return {name.substr(0, open), name.substr(open + 2, name.size() - open - 3)};
 }
 
+// The runtime puts a call's outcome in its section's args under this key:
+// "OK", or what went wrong.
+constexpr const char* kOutcomeKey = "status";
+
+// Merges the end event's args into the section's: the outcome is known only
+// when the call returns.
+void mergeArgs(json* into, const json& from) {
+    if (!from.is_object()) return;
+    for (auto it = from.begin(); it != from.end(); ++it) (*into)[it.key()] = it.value();
+}
+
+std::string outcomeOf(const json& args) {
+    if (!args.is_object() || !args.contains(kOutcomeKey)) return "";
+    const json& v = args[kOutcomeKey];
+    return v.is_string() ? v.get<std::string>() : v.dump();
+}
+
+bool failed(const std::string& outcome) {
+    return !outcome.empty() && outcome != "OK" && outcome != "ok";
+}
+
+// Reads one trace's events: names from metadata, sections from B/E, b/e
+// and X events, peer deaths from instant events. Throws json::exception on
+// an event of the wrong shape.
+void readEvents(const json& events, std::map<int64_t, std::string>* processNames,
+                std::map<std::pair<int64_t, int64_t>, std::string>* threadNames,
+                std::vector<Section>* sections, json* deaths) {
+    std::map<std::pair<int64_t, int64_t>, std::vector<Section>> open;
+    // Async sections pair by process, category and id, not by thread.
+    std::map<std::tuple<int64_t, std::string, std::string>, Section> openAsync;
+    for (const json& e : events) {
+        if (!e.is_object()) continue;
+        const std::string ph = e.value("ph", "");
+        const int64_t pid = e.value("pid", int64_t{0}), tid = e.value("tid", int64_t{0});
+        const json args = e.contains("args") && e["args"].is_object() ? e["args"] : json::object();
+        if (ph == "M") {
+            const std::string n = args.value("name", "");
+            if (e.value("name", "") == "process_name") (*processNames)[pid] = n;
+            if (e.value("name", "") == "thread_name") (*threadNames)[{pid, tid}] = n;
+            continue;
+        }
+        Section s;
+        s.pid = pid;
+        s.tid = tid;
+        s.name = e.value("name", "");
+        std::tie(s.call, s.kind) = splitSide(s.name);
+        s.begin = e.value("ts", 0.0);
+        s.args = args;
+        if (ph == "i" || ph == "I") {
+            if (s.name.find("death") == std::string::npos) continue;
+            threadNames->emplace(std::make_pair(pid, tid), "");
+            deaths->push_back({{"pid", pid},
+                               {"tid", tid},
+                               {"name", s.name},
+                               {"ts", s.begin},
+                               {"args", args}});
+            continue;
+        }
+        const json id = e.contains("id") ? e["id"] : json();
+        const auto asyncKey = std::make_tuple(pid, e.value("cat", ""), id.dump());
+        if (ph == "B") {
+            open[{pid, tid}].push_back(s);
+        } else if (ph == "E") {
+            auto& stack = open[{pid, tid}];
+            if (stack.empty()) continue;
+            Section done = stack.back();
+            stack.pop_back();
+            done.end = e.value("ts", done.begin);
+            mergeArgs(&done.args, args);
+            sections->push_back(done);
+        } else if (ph == "b") {
+            openAsync[asyncKey] = s;
+        } else if (ph == "e") {
+            auto it = openAsync.find(asyncKey);
+            if (it == openAsync.end()) continue;
+            Section done = it->second;
+            openAsync.erase(it);
+            done.end = e.value("ts", done.begin);
+            mergeArgs(&done.args, args);
+            sections->push_back(done);
+        } else if (ph == "X") {
+            s.end = s.begin + e.value("dur", 0.0);
+            sections->push_back(s);
+        } else {
+            continue;
+        }
+        threadNames->emplace(std::make_pair(pid, tid), "");
+    }
+}
+
 }  // namespace
 
 json buildTimeline(const std::vector<std::string>& traceFiles) {
     std::map<int64_t, std::string> processNames;
     std::map<std::pair<int64_t, int64_t>, std::string> threadNames;
     std::vector<Section> sections;
+    json deaths = json::array();
     for (const std::string& path : traceFiles) {
         std::ifstream in(path);
         if (!in) throw std::runtime_error("cannot read " + path);
         json doc = json::parse(in, nullptr, false);
-        if (doc.is_discarded() || !doc.contains("traceEvents"))
+        if (doc.is_discarded() || !doc.is_object() || !doc.contains("traceEvents") ||
+            !doc["traceEvents"].is_array())
             throw std::runtime_error(path + " is not a trace (Chrome trace JSON with traceEvents)");
-        std::map<std::pair<int64_t, int64_t>, std::vector<Section>> open;
-        for (const json& e : doc["traceEvents"]) {
-            const std::string ph = e.value("ph", "");
-            const int64_t pid = e.value("pid", int64_t{0}), tid = e.value("tid", int64_t{0});
-            if (ph == "M") {
-                const std::string n = e.contains("args") ? e["args"].value("name", "") : "";
-                if (e.value("name", "") == "process_name") processNames[pid] = n;
-                if (e.value("name", "") == "thread_name") threadNames[{pid, tid}] = n;
-                continue;
-            }
-            threadNames.emplace(std::make_pair(pid, tid), "");
-            Section s;
-            s.pid = pid;
-            s.tid = tid;
-            s.name = e.value("name", "");
-            std::tie(s.call, s.kind) = splitSide(s.name);
-            s.begin = e.value("ts", 0.0);
-            s.args = e.value("args", json::object());
-            if (ph == "B") {
-                open[{pid, tid}].push_back(s);
-            } else if (ph == "E") {
-                auto& stack = open[{pid, tid}];
-                if (stack.empty()) continue;
-                Section done = stack.back();
-                stack.pop_back();
-                done.end = e.value("ts", done.begin);
-                sections.push_back(done);
-            } else if (ph == "X") {
-                s.end = s.begin + e.value("dur", 0.0);
-                sections.push_back(s);
-            }
+        try {
+            readEvents(doc["traceEvents"], &processNames, &threadNames, &sections, &deaths);
+        } catch (const json::exception& e) {
+            throw std::runtime_error(path + " has an event of the wrong shape: " + e.what());
         }
     }
-    std::sort(sections.begin(), sections.end(),
-              [](const Section& a, const Section& b) { return a.begin < b.begin; });
+    std::stable_sort(sections.begin(), sections.end(),
+                     [](const Section& a, const Section& b) { return a.begin < b.begin; });
 
     // A client section caused the first server section of the same call in
     // another process that starts inside it (or, for oneway calls, soon
@@ -82,7 +150,9 @@ json buildTimeline(const std::vector<std::string>& traceFiles) {
     for (size_t c = 0; c < sections.size(); ++c) {
         const Section& client = sections[c];
         if (client.kind != "client") continue;
-        for (size_t s = 0; s < sections.size(); ++s) {
+        const auto from = std::lower_bound(sections.begin(), sections.end(), client.begin,
+                                           [](const Section& a, double t) { return a.begin < t; });
+        for (size_t s = static_cast<size_t>(from - sections.begin()); s < sections.size(); ++s) {
             const Section& server = sections[s];
             if (taken[s] || server.kind != "server" || server.call != client.call ||
                 server.pid == client.pid || server.begin < client.begin)
@@ -94,125 +164,42 @@ json buildTimeline(const std::vector<std::string>& traceFiles) {
         }
     }
 
-    json out = {{"processes", json::array()}, {"sections", json::array()}, {"links", links}};
+    json out = {{"processes", json::array()},
+                {"sections", json::array()},
+                {"links", links},
+                {"deaths", deaths}};
     for (const auto& [key, name] : threadNames) {
         const std::string process = processNames.count(key.first) ? processNames[key.first] : "";
         out["processes"].push_back(
                 {{"pid", key.first}, {"tid", key.second}, {"process", process}, {"thread", name}});
     }
     for (const Section& s : sections) {
+        const std::string outcome = outcomeOf(s.args);
         out["sections"].push_back({{"pid", s.pid},
                                    {"tid", s.tid},
                                    {"name", s.name},
+                                   {"call", s.call},
                                    {"kind", s.kind},
                                    {"begin", s.begin},
                                    {"end", s.end},
+                                   {"outcome", outcome},
+                                   {"failed", failed(outcome)},
                                    {"args", s.args}});
     }
     return out;
 }
 
-namespace {
-
-// Draws with SVG elements built by script, so the page needs nothing but
-// itself; the data sits in the page as JSON.
-const char* const kPage = R"HTML(<!DOCTYPE html>
-<html><head><meta charset="utf-8"><title>zuv_hidl timeline</title>
-<style>
-body { font: 12px sans-serif; margin: 8px; }
-#detail { position: fixed; right: 8px; top: 8px; background: #ffd; border: 1px solid #999;
-          padding: 4px 8px; white-space: pre; display: none; }
-.section.client { fill: #4a90d9; } .section.server { fill: #5cb85c; }
-.section.passthrough { fill: #f0ad4e; } .section.other { fill: #aaa; }
-.section:hover { stroke: #000; }
-.link { stroke: #d9534f; stroke-width: 1; marker-end: url(#arrow); }
-.lane-label { font-size: 11px; } .process-label { font-weight: bold; }
-</style></head><body>
-<h3>Calls across processes</h3>
-<p>Blue: client, green: server, orange: passthrough; a red line runs from each call to the
-server section it caused. Hover a box for details.</p>
-<div id="detail"></div>
-<svg id="timeline" xmlns="http://www.w3.org/2000/svg"></svg>
-<script id="data" type="application/json">@DATA@</script>
-<script>
-(function () {
-  const data = JSON.parse(document.getElementById('data').textContent);
-  const NS = 'http://www.w3.org/2000/svg';
-  const svg = document.getElementById('timeline');
-  const detail = document.getElementById('detail');
-  const labelW = 260, width = 1100, laneH = 24, top = 30;
-  function el(name, attrs, parent) {
-    const e = document.createElementNS(NS, name);
-    for (const k in attrs) e.setAttribute(k, attrs[k]);
-    (parent || svg).appendChild(e);
-    return e;
-  }
-  const defs = el('defs', {});
-  const marker = el('marker', {id: 'arrow', markerWidth: 6, markerHeight: 6, refX: 5, refY: 3,
-                               orient: 'auto'}, defs);
-  el('path', {d: 'M0,0 L6,3 L0,6 z', fill: '#d9534f'}, marker);
-  let t0 = Infinity, t1 = -Infinity;
-  for (const s of data.sections) { t0 = Math.min(t0, s.begin); t1 = Math.max(t1, s.end); }
-  if (!isFinite(t0)) { t0 = 0; t1 = 1; }
-  const span = Math.max(t1 - t0, 1);
-  const x = t => labelW + (t - t0) / span * width;
-  const laneY = {};
-  let y = top, lastPid = null;
-  for (const p of data.processes) {
-    if (p.pid !== lastPid) {
-      const g = el('g', {'class': 'process', 'data-pid': p.pid});
-      const label = el('text', {'class': 'process-label', x: 4, y: y + 14}, g);
-      label.textContent = (p.process || 'process') + ' (pid ' + p.pid + ')';
-      y += laneH;
-      lastPid = p.pid;
-    }
-    const lane = el('g', {'class': 'lane', 'data-pid': p.pid, 'data-tid': p.tid});
-    el('rect', {x: labelW, y: y, width: width, height: laneH - 2, fill: '#f4f4f4'}, lane);
-    const label = el('text', {'class': 'lane-label', x: 16, y: y + 15}, lane);
-    label.textContent = (p.thread || 'thread') + ' ' + p.tid;
-    laneY[p.pid + '/' + p.tid] = y;
-    y += laneH;
-  }
-  const ms = span / 1000;
-  const axis = el('text', {x: labelW, y: 16});
-  axis.textContent = '0 ms';
-  const axisEnd = el('text', {x: labelW + width, y: 16, 'text-anchor': 'end'});
-  axisEnd.textContent = ms.toFixed(3) + ' ms';
-  const boxes = [];
-  data.sections.forEach(function (s, i) {
-    const ly = laneY[s.pid + '/' + s.tid];
-    const r = el('rect', {'class': 'section ' + s.kind, 'data-index': i, 'data-name': s.name,
-                          x: x(s.begin), y: ly + 2, width: Math.max(x(s.end) - x(s.begin), 1.5),
-                          height: laneH - 6});
-    const text = s.name + '\n' + s.kind + ' in pid ' + s.pid + ', thread ' + s.tid +
-                 '\nstart ' + ((s.begin - t0) / 1000).toFixed(3) + ' ms, ' +
-                 ((s.end - s.begin)).toFixed(1) + ' us' +
-                 (Object.keys(s.args || {}).length ? '\n' + JSON.stringify(s.args) : '');
-    el('title', {}, r).textContent = text;
-    r.addEventListener('mouseenter', function () { detail.textContent = text; detail.style.display = 'block'; });
-    r.addEventListener('mouseleave', function () { detail.style.display = 'none'; });
-    boxes.push({x: x(s.begin), y: ly + laneH / 2});
-  });
-  for (const l of data.links) {
-    const a = boxes[l.client], b = boxes[l.server];
-    el('line', {'class': 'link', 'data-client': l.client, 'data-server': l.server,
-                x1: a.x, y1: a.y, x2: b.x, y2: b.y});
-  }
-  svg.setAttribute('width', labelW + width + 20);
-  svg.setAttribute('height', y + 10);
-  document.body.setAttribute('data-drawn', data.sections.length);
-})();
-</script></body></html>
-)HTML";
-
-}  // namespace
-
 std::string timelineHtml(const json& timeline) {
-    std::string data = timeline.dump();
-    // "</" would end the script element early.
-    for (size_t at = data.find("</"); at != std::string::npos; at = data.find("</", at + 3))
-        data.replace(at, 2, "<\\/");
-    std::string page = kPage;
+    // '<' only occurs inside JSON strings, where \u003c means the same and
+    // cannot end or confuse the script element that holds the data.
+    std::string data;
+    for (char c : timeline.dump(-1, ' ', false, json::error_handler_t::replace)) {
+        if (c == '<')
+            data += "\\u003c";
+        else
+            data += c;
+    }
+    std::string page(timelinePage());
     page.replace(page.find("@DATA@"), 6, data);
     return page;
 }
