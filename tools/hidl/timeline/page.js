@@ -196,7 +196,6 @@
       ctx.beginPath(); ctx.moveTo(x, AXIS_H - 4); ctx.lineTo(x, height); ctx.stroke();
       ctx.fillText(fmt(t, step), x + 3, AXIS_H / 2);
     }
-    ctx.fillText('from the first call', 4, AXIS_H / 2);
     // Process headers and lanes.
     stats.processLabels = [];
     stats.lanes = [];
@@ -219,39 +218,10 @@
         stats.lanes.push(l.pid + '/' + l.tid);
       });
     }
-    // Sections: only those in view; several in one pixel are drawn once.
     ctx.save();
     ctx.beginPath(); ctx.rect(labelW, AXIS_H, plotW(), height); ctx.clip();
-    let drawn = 0, failedDrawn = 0, highlighted = null;
-    const labelled = [];
-    for (const g of groups) {
-      for (const l of g.lanes) {
-        l.rows.forEach(function (row, r) {
-          const y = l.y + LANE_PAD + r * ROW_H;
-          let lastPixel = -1;
-          for (const s of row) {
-            if (s.end < view.start || s.begin > view.end) continue;
-            const x0 = Math.max(xOf(s.begin), labelW - 1), x1 = Math.min(xOf(s.end), right + 1);
-            const w = Math.max(x1 - x0, 1);
-            if (w < 1.5 && Math.floor(x0) === lastPixel && !s.failed && s.index !== selected) continue;
-            lastPixel = Math.floor(x0);
-            ctx.fillStyle = s.failed ? failedFill() : (COLORS[s.kind] || COLORS.other);
-            ctx.fillRect(x0, y + 1, w, ROW_H - 2);
-            drawn++;
-            if (s.failed) failedDrawn++;
-            if (s.index === selected) highlighted = {x: x0, y: y, w: w};
-            if (w < 24) continue;
-            let text = s.call || s.name;
-            if (textW(text) > w - 6) text = text.slice(text.lastIndexOf('::') + 2);
-            if (textW(text) > w - 6) continue;
-            ctx.fillStyle = s.failed ? '#fff' : '#000';
-            ctx.fillText(text, Math.max(x0, labelW) + 3, y + ROW_H / 2);
-            labelled.push(s.index);
-          }
-        });
-      }
-    }
-    // Links from each client call to the server section it caused.
+    // Links from each client call to the server section it caused, under
+    // the boxes so a narrow box is not hidden by its arrow.
     let linksDrawn = 0;
     ctx.strokeStyle = ctx.fillStyle = '#d9534f';
     for (const k of links) {
@@ -270,6 +240,37 @@
       ctx.fill();
       linksDrawn++;
     }
+    // Sections: only those in view; several in one pixel are drawn once.
+    let drawn = 0, failedDrawn = 0, highlighted = null;
+    const labelled = [];
+    for (const g of groups) {
+      for (const l of g.lanes) {
+        l.rows.forEach(function (row, r) {
+          const y = l.y + LANE_PAD + r * ROW_H;
+          let lastPixel = -1;
+          for (const s of row) {
+            if (s.end < view.start || s.begin > view.end) continue;
+            // Whole pixels: crisp edges, and a sliver keeps its colour.
+            const x0 = Math.round(Math.max(xOf(s.begin), labelW - 1));
+            const w = Math.max(Math.round(Math.min(xOf(s.end), right + 1)) - x0, 1);
+            if (w === 1 && x0 === lastPixel && !s.failed && s.index !== selected) continue;
+            lastPixel = x0;
+            ctx.fillStyle = s.failed ? failedFill() : (COLORS[s.kind] || COLORS.other);
+            ctx.fillRect(x0, y + 1, w, ROW_H - 2);
+            drawn++;
+            if (s.failed) failedDrawn++;
+            if (s.index === selected) highlighted = {x: x0, y: y, w: w};
+            if (w < 24) continue;
+            let text = s.call || s.name;
+            if (textW(text) > w - 6) text = text.slice(text.lastIndexOf('::') + 2);
+            if (textW(text) > w - 6) continue;
+            ctx.fillStyle = s.failed ? '#fff' : '#000';
+            ctx.fillText(text, Math.max(x0, labelW) + 3, y + ROW_H / 2);
+            labelled.push(s.index);
+          }
+        });
+      }
+    }
     // A peer's death: a mark across its process's lanes.
     let deathsDrawn = 0;
     for (const d of deaths) {
@@ -279,10 +280,10 @@
       if (!g) continue;
       ctx.strokeStyle = ctx.fillStyle = '#c00';
       ctx.lineWidth = 2;
-      ctx.beginPath(); ctx.moveTo(x, g.y); ctx.lineTo(x, g.bottom); ctx.stroke();
-      ctx.beginPath(); ctx.moveTo(x - 5, g.y); ctx.lineTo(x + 5, g.y); ctx.lineTo(x, g.y + 8);
+      const top = g.y + g.h;
+      ctx.beginPath(); ctx.moveTo(x, top); ctx.lineTo(x, g.bottom); ctx.stroke();
+      ctx.beginPath(); ctx.moveTo(x - 5, top); ctx.lineTo(x + 5, top); ctx.lineTo(x, top + 8);
       ctx.fill();
-      ctx.fillText(d.name, x + 7, g.y + g.h / 2);
       ctx.lineWidth = 1;
       deathsDrawn++;
     }
@@ -363,8 +364,11 @@
     if (e.target !== canvas) { tip.style.display = 'none'; return; }
     const p = pointer(e);
     const s = sectionAt(p.x, p.y);
-    const g = !s && p.x < labelW ? groups.find(gr => p.y >= gr.y && p.y < gr.bottom) : null;
-    const text = s ? describe(s) : g ? g.label : '';
+    const g = groups.find(gr => p.y >= gr.y && p.y < gr.bottom);
+    const d = !s && g && deaths.find(dd => dd.pid === g.pid && Math.abs(xOf(dd.ts) - p.x) <= 4);
+    const text = s ? describe(s) : d ? d.name + ' at +' + fmt(d.ts - t0) + '\n' +
+                                           JSON.stringify(d.args || {})
+                                     : g && p.x < labelW ? g.label : '';
     if (!text) { tip.style.display = 'none'; return; }
     tip.textContent = text;
     tip.style.display = 'block';
@@ -430,7 +434,7 @@
     }
     tbody.replaceChildren(body);
     document.getElementById('count').textContent = rows.length + ' of ' + sections.length +
-        ' calls' + (rows.length > MAX_ROWS ? '; the first ' + MAX_ROWS +
+        ' sections' + (rows.length > MAX_ROWS ? '; the first ' + MAX_ROWS +
                                                   ' are listed, a filter narrows them' : '');
     for (const th of document.querySelectorAll('#calls th')) {
       th.textContent = th.textContent.replace(/ [\u25b2\u25bc]$/, '') +
@@ -442,11 +446,11 @@
     for (const tr of tbody.querySelectorAll('tr.selected')) tr.classList.remove('selected');
     const tr = tbody.querySelector('tr[data-index="' + index + '"]');
     if (tr) tr.classList.add('selected');
+    // A row click brings its box into view; a box click leaves the page
+    // where it is (its row is marked, not scrolled to).
     if (jump && sections[index]) {
       show(sections[index]);
       canvas.scrollIntoView({block: 'nearest'});
-    } else if (tr) {
-      tr.scrollIntoView({block: 'nearest'});
     }
     redraw();
   }
@@ -464,10 +468,13 @@
   });
 
   const failedCount = sections.filter(s => s.failed).length;
+  const count = (n, one, many) => n + ' ' + (n === 1 ? one : many);
   document.getElementById('summary').textContent =
-      sections.length + ' calls in ' + groups.length + ' processes over ' + fmt(t1 - t0) +
+      count(sections.length, 'section', 'sections') + ' in ' +
+      count(groups.length, 'process', 'processes') +
+      ' over ' + fmt(t1 - t0) + ' from the first one' +
       (failedCount ? ', ' + failedCount + ' failed' : '') +
-      (deaths.length ? ', ' + deaths.length + ' peer deaths' : '');
+      (deaths.length ? ', ' + count(deaths.length, 'peer death', 'peer deaths') : '');
   layout();
   fit();
   fillTable();
