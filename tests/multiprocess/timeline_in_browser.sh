@@ -87,6 +87,10 @@ def check_page(r, calls, names):
     assert d == sorted(d, reverse=True) and len(d) == r["rows"], d[:5]
     return r
 
+# Self-contained: nothing the browser would fetch.
+page = open(f"{work}/out/timeline.html", encoding="utf-8").read()
+assert not re.search(r'\b(src|href)\s*=|https?://|@import|url\(', page), "the page refers outside itself"
+
 # The demo: every traced thread has a lane, names come whole from the trace.
 threads, calls, names = set(), [], {}
 for path in sys.argv[2:]:

@@ -222,24 +222,31 @@
     ctx.beginPath(); ctx.rect(labelW, AXIS_H, plotW(), height); ctx.clip();
     // Links from each client call to the server section it caused, under
     // the boxes so a narrow box is not hidden by its arrow.
+    // One path for all of them, and one link per client pixel column:
+    // zoomed out, thousands of links would paint the same smear slowly.
     let linksDrawn = 0;
-    ctx.strokeStyle = ctx.fillStyle = '#d9534f';
+    const seen = new Set(), lines = new Path2D(), heads = new Path2D();
     for (const k of links) {
       const a = sections[k.client], b = sections[k.server];
       if (!a || !b || !a.lane || !b.lane) continue;
-      const xa = xOf(a.begin), xb = xOf(b.begin);
+      const xa = Math.round(xOf(a.begin)), xb = Math.round(xOf(b.begin));
       if (Math.max(xa, xb) < labelW || Math.min(xa, xb) > right) continue;
       const ya = a.lane.y + LANE_PAD + a.row * ROW_H + ROW_H / 2;
       const yb = b.lane.y + LANE_PAD + b.row * ROW_H + ROW_H / 2;
-      ctx.beginPath(); ctx.moveTo(xa, ya); ctx.lineTo(xb, yb); ctx.stroke();
+      if (seen.has(xa)) continue;
+      seen.add(xa);
+      lines.moveTo(xa, ya);
+      lines.lineTo(xb, yb);
       const angle = Math.atan2(yb - ya, xb - xa);
-      ctx.beginPath();
-      ctx.moveTo(xb, yb);
-      ctx.lineTo(xb - 6 * Math.cos(angle - 0.4), yb - 6 * Math.sin(angle - 0.4));
-      ctx.lineTo(xb - 6 * Math.cos(angle + 0.4), yb - 6 * Math.sin(angle + 0.4));
-      ctx.fill();
+      heads.moveTo(xb, yb);
+      heads.lineTo(xb - 6 * Math.cos(angle - 0.4), yb - 6 * Math.sin(angle - 0.4));
+      heads.lineTo(xb - 6 * Math.cos(angle + 0.4), yb - 6 * Math.sin(angle + 0.4));
+      heads.closePath();
       linksDrawn++;
     }
+    ctx.strokeStyle = ctx.fillStyle = '#d9534f';
+    ctx.stroke(lines);
+    ctx.fill(heads);
     // Sections: only those in view; several in one pixel are drawn once.
     let drawn = 0, failedDrawn = 0, highlighted = null;
     const labelled = [];
