@@ -348,6 +348,12 @@
     e.preventDefault();
     const p = pointer(e);
     const lines = e.deltaMode === 1 ? 16 : e.deltaMode === 2 ? 400 : 1;
+    // A sideways scroll (trackpad, or shift+wheel) pans instead.
+    if (Math.abs(e.deltaX) > Math.abs(e.deltaY)) {
+      pan(e.deltaX * lines / plotW());
+      redraw();
+      return;
+    }
     zoomAt(p.x < labelW ? (view.start + view.end) / 2 : tOf(p.x),
            Math.exp(e.deltaY * lines * 0.002));
     redraw();
