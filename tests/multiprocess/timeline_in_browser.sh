@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # The timeline as a browser draws it. Headless Chromium opens the demo's page
-# with #selftest, which makes the page zoom, pan, filter, sort and click a row
+# with #selftest, which makes the page zoom, pan, drag, filter, sort and click a row
 # by script and write what it then showed into the DOM; the dump must show a
 # lane per traced thread, whole process names, a fit to the calls, zooms that
 # narrow the view, labels on wide boxes and a table that filters and jumps.
@@ -73,7 +73,7 @@ def check_page(r, calls, names):
     assert r["fit"]["end"] - r["fit"]["start"] < span * 1.1, r["fit"]
     fit = r["fit"]["end"] - r["fit"]["start"]
     assert r["spanAfterWheel"] < fit and r["spanAfterPlus"] < r["spanAfterWheel"], r
-    assert r["spanAfterMinus"] > r["spanAfterPlus"] and r["panned"] > 0, r
+    assert r["spanAfterMinus"] > r["spanAfterPlus"] and r["panned"] > 0 and r["dragged"] < 0, r
     assert abs(r["spanAfterFit"] - fit) < 1e-6 * fit, (r["spanAfterFit"], fit)
     assert f["linksDrawn"] > 0, "no client/server link drawn"
     assert r["worstDrawMs"] < 250, f"a redraw took {r['worstDrawMs']} ms"

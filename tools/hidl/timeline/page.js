@@ -515,6 +515,13 @@
   const startBeforePan = view.start;
   key('d');
   out.panned = view.start - startBeforePan;
+  const mouse = (type, target, dx) => target.dispatchEvent(new MouseEvent(type, {
+    clientX: r.left + labelW + plotW() / 2 + dx, clientY: r.top + 30, bubbles: true}));
+  const startBeforeDrag = view.start;
+  mouse('mousedown', canvas, 0);
+  mouse('mousemove', window, 100);
+  mouse('mouseup', window, 100);
+  out.dragged = view.start - startBeforeDrag;
   key('0');
   out.spanAfterFit = spanNow();
   // Draw time across zoom levels, from the whole trace to one call.
