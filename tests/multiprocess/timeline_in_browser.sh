@@ -44,7 +44,8 @@ for i in range(1500):
     ev.append({"name": op + " (client)", "ph": "E", "ts": t + 40, "pid": 2, "tid": 2 + i % 2,
                "args": {"status": "DEAD_OBJECT: the service died" if fails else "OK"}})
     t += 60
-ev.append({"name": "service death", "ph": "i", "s": "t", "ts": t, "pid": 2, "tid": 2})
+ev.append({"name": "peer pid 1 died", "ph": "i", "s": "p", "ts": t, "pid": 2, "tid": 2,
+           "args": {"peer": 1}})
 json.dump({"traceEvents": ev}, open(sys.argv[1], "w"))
 PY
 "$build_dir/tools/hidl/zuv_hidl" timeline "$work/big.json" -o "$work/big.html" >/dev/null

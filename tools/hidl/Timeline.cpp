@@ -78,7 +78,10 @@ void readEvents(const json& events, std::map<int64_t, std::string>* processNames
         s.begin = e.value("ts", 0.0);
         s.args = args;
         if (ph == "i" || ph == "I") {
-            if (s.name.find("death") == std::string::npos) continue;
+            // The runtime names one "peer pid N died"; other tools say "death".
+            if (s.name.find("death") == std::string::npos &&
+                s.name.find("died") == std::string::npos)
+                continue;
             threadNames->emplace(std::make_pair(pid, tid), "");
             deaths->push_back({{"pid", pid},
                                {"tid", tid},

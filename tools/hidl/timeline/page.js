@@ -278,21 +278,23 @@
         });
       }
     }
-    // A peer's death: a mark across its process's lanes.
+    // A peer's death: a mark across the lanes of the process that saw it,
+    // and of the peer too when its trace is here.
     let deathsDrawn = 0;
     for (const d of deaths) {
       const x = xOf(d.ts);
       if (x < labelW || x > right) continue;
-      const g = groups.find(gr => gr.pid === d.pid);
-      if (!g) continue;
+      const marked = groups.filter(gr => gr.pid === d.pid || gr.pid === (d.args || {}).peer);
+      if (marked.length) deathsDrawn++;
       ctx.strokeStyle = ctx.fillStyle = '#c00';
       ctx.lineWidth = 2;
-      const top = g.y + g.h;
-      ctx.beginPath(); ctx.moveTo(x, top); ctx.lineTo(x, g.bottom); ctx.stroke();
-      ctx.beginPath(); ctx.moveTo(x - 5, top); ctx.lineTo(x + 5, top); ctx.lineTo(x, top + 8);
-      ctx.fill();
+      for (const g of marked) {
+        const top = g.y + g.h;
+        ctx.beginPath(); ctx.moveTo(x, top); ctx.lineTo(x, g.bottom); ctx.stroke();
+        ctx.beginPath(); ctx.moveTo(x - 5, top); ctx.lineTo(x + 5, top); ctx.lineTo(x, top + 8);
+        ctx.fill();
+      }
       ctx.lineWidth = 1;
-      deathsDrawn++;
     }
     if (highlighted) {
       ctx.strokeStyle = '#000';
@@ -378,7 +380,8 @@
     const p = pointer(e);
     const s = sectionAt(p.x, p.y);
     const g = groups.find(gr => p.y >= gr.y && p.y < gr.bottom);
-    const d = !s && g && deaths.find(dd => dd.pid === g.pid && Math.abs(xOf(dd.ts) - p.x) <= 4);
+    const d = !s && g && deaths.find(dd => (dd.pid === g.pid || (dd.args || {}).peer === g.pid) &&
+                                              Math.abs(xOf(dd.ts) - p.x) <= 4);
     const text = s ? describe(s) : d ? d.name + ' at +' + fmt(d.ts - t0) + '\n' +
                                            JSON.stringify(d.args || {})
                                      : g && p.x < labelW ? g.label : '';
