@@ -10,6 +10,7 @@
 #include <hidl_host/TraceExport.h>
 #include <signal.h>
 #include <unistd.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/Operations.h>
 
 #include <CLI/CLI.hpp>
 #include <chrono>
@@ -20,7 +21,6 @@
 #include <vector>
 
 #include "List.h"
-#include "Operations.h"
 #include "Timeline.h"
 #include "Watcher.h"
 
