@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "List.h"
+#include "Record.h"
 #include "Timeline.h"
 #include "Watcher.h"
 
@@ -306,6 +307,8 @@ int main(int argc, char** argv) {
             ->required()
             ->check(CLI::ExistingFile);
     timelineCmd->add_option("-o,--output", output, "the HTML file to write")->required();
+
+    addRecordCommand(app, argc, argv);
 
     try {
         app.parse(argc, argv);
