@@ -6,8 +6,10 @@
 // thread whose call ended, without a lock: the kernel keeps lines whole, a
 // slow disk delays only the call writing, and SIGKILL loses at most the
 // calls in progress.
+#include <android/hidl/base/1.0/BnHwBase.h>
 #include <fcntl.h>
 #include <hidl/HidlBinderSupport.h>
+#include <hidl_host/Loopback.h>
 #include <hidl_host/SocketTransport.h>
 #include <hidl_host/frame/CallObserver.h>
 #include <hwbinder/BpHwBinder.h>
@@ -137,6 +139,15 @@ struct ObjectKeyHash {
 
 ObjectKey keyOf(IBinder* binder) {
     if (binder == nullptr) return {};
+    // A stub of this process, or a loopback proxy of one, stands for the
+    // local object it serves.
+    ::android::sp<IBinder> local = binder;
+    if (::android::hardware::host::isLoopbackProxy(local))
+        local = ::android::hardware::host::loopbackTargetOf(local);
+    if (local != nullptr && local->localBinder() != nullptr &&
+        local->checkSubclass(IBase::descriptor)) {
+        return {static_cast<::android::hidl::base::V1_0::BnHwBase*>(local.get())->getImpl().get()};
+    }
     if (::android::hardware::BpHwBinder* remote = binder->remoteBinder())
         return {remote->transport().get(), remote->handle()};
     return {binder};
