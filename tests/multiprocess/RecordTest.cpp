@@ -121,8 +121,21 @@ TEST_F(RecordTest, RecordsTheExampleSessionOnBothSides) {
         if (std::string(e->d_name).rfind("service-", 0) == 0) serviceFile = dir + "/" + e->d_name;
     closedir(d);
     ASSERT_EQ(dir + "/service-" + std::to_string(service->pid()) + ".jsonl", serviceFile);
-    service->signal(SIGKILL);  // lines written so far stay whole
+    // A recorded watcher sees the service die; the service's lines stay whole.
+    auto watcher = Process::start(
+            {ZUV_HIDL_PATH, "record", "-o", dir + "/watch.jsonl", "--", ZUV_HIDL_PATH, "watch",
+             "--timeout", "3", "match", "7", "index", "[9,8]", "", "0"},
+            env());
+    ASSERT_NE(nullptr, watcher);
+    ASSERT_TRUE(watcher->line("{\"call\":\"onMatch\""));
+    service->signal(SIGKILL);
     ASSERT_TRUE(service->waitExit(kStopTimeout));
+    ASSERT_TRUE(watcher->waitExit(kStopTimeout));
+    bool death = false;
+    for (const json& l : readRecording(dir + "/watch.jsonl"))
+        death = death || (l.value("event", "") == "death" &&
+                          l.value("object", "") == "IZuvExtendedFingerprint#1");
+    EXPECT_TRUE(death) << fileText(dir + "/watch.jsonl");
     const std::vector<json> s = readRecording(serviceFile);
     const json* served = find(s, "server", "getConfigValue");
     ASSERT_NE(nullptr, served);
