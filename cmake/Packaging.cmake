@@ -53,7 +53,7 @@ set(CPACK_COMPONENT_RUNTIME_DESCRIPTION
 set(CPACK_DEBIAN_DEV_PACKAGE_NAME libzuv-fingerprint-dev)
 set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS
-  "libzuv-fingerprint1 ${_self}, android-libutils-dev, android-libcutils-dev, android-liblog-dev")
+  "libzuv-fingerprint1 ${_self}, android-libutils-dev, android-libcutils-dev, android-liblog-dev, nlohmann-json3-dev")
 set(CPACK_DEBIAN_DEV_PACKAGE_SUGGESTS "libgmock-dev, pkg-config")
 set(CPACK_COMPONENT_DEV_DESCRIPTION
   "vendor.zuv.hardware.fingerprint@1.0 development files\n Headers, CMake and pkg-config files, and GoogleMock classes of the interfaces.")

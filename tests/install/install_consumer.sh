@@ -59,6 +59,7 @@ fi
 
 # pkg-config alone, as a Makefile would use it.
 pcdir=$(dirname "$(find "$prefix" -name zuv-fingerprint.pc | head -n1)")
+PKG_CONFIG_PATH=$pcdir pkg-config --exists --print-errors zuv-describe
 # shellcheck disable=SC2046,SC2086
 ${launcher:+ccache} ${CXX:-c++} -std=c++17 ${CXXFLAGS:-} "$consumer_src/main.cpp" -o "$work/consumer-pc" ${LDFLAGS:-} \
   $(PKG_CONFIG_PATH=$pcdir pkg-config --cflags --libs zuv-fingerprint)

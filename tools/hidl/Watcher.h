@@ -3,6 +3,7 @@
 #pragma once
 
 #include <vendor/zuv/hardware/fingerprint/1.0/IZuvExtendedFingerprintCallback.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/JsonCodec.h>
 
 #include <algorithm>
 #include <chrono>
@@ -11,10 +12,10 @@
 #include <cstdio>
 #include <mutex>
 
-#include "Json.h"
-
 namespace zuv_hidl {
 
+namespace V1_0 = ::vendor::zuv::hardware::fingerprint::V1_0;
+using namespace V1_0::describe;  // NOLINT(google-build-using-namespace)
 using ::android::hardware::Return;
 
 class Watcher : public V1_0::IZuvExtendedFingerprintCallback {

@@ -10,6 +10,7 @@
 #include <hidl_host/TraceExport.h>
 #include <signal.h>
 #include <unistd.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/Operations.h>
 
 #include <CLI/CLI.hpp>
 #include <chrono>
@@ -20,7 +21,7 @@
 #include <vector>
 
 #include "List.h"
-#include "Operations.h"
+#include "Record.h"
 #include "Timeline.h"
 #include "Watcher.h"
 
@@ -306,6 +307,8 @@ int main(int argc, char** argv) {
             ->required()
             ->check(CLI::ExistingFile);
     timelineCmd->add_option("-o,--output", output, "the HTML file to write")->required();
+
+    addRecordCommand(app, argc, argv);
 
     try {
         app.parse(argc, argv);

@@ -2,25 +2,33 @@
 // arrays for vectors, objects for records with their member names, and hex
 // strings for opaque byte blocks. A value that does not fit names where it
 // sits and what was expected.
+//
+// Templates, so a tool can convert the typed values it holds; the records'
+// member tables stay in the library (libvendor.zuv.hardware.fingerprint@1.0-describe).
 #pragma once
 
+#include <vendor/zuv/hardware/fingerprint/1.0/IDaxAndroidServices.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/IZuvExtendedFingerprint.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/IZuvExtendedFingerprintCallback.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/types.h>
+
+#include <array>
 #include <cstdint>
 #include <limits>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 #include <string>
-#include <tuple>
 #include <type_traits>
 
-#include "frame/Interfaces.h"
-#include "types/RecordFields.h"
-
-namespace zuv_hidl {
+namespace vendor {
+namespace zuv {
+namespace hardware {
+namespace fingerprint {
+namespace V1_0 {
+namespace describe {
 
 // Objects keep their members in declaration order.
 using json = nlohmann::ordered_json;
-namespace frame = ::vendor::zuv::hardware::fingerprint::frame;
-namespace V1_0 = ::vendor::zuv::hardware::fingerprint::V1_0;
 using ::android::sp;
 using ::android::hardware::hidl_string;
 using ::android::hardware::hidl_vec;
@@ -30,10 +38,88 @@ struct ArgumentError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+// The records, each with its member table compiled into the library.
+template <typename R>
+struct IsRecord : std::false_type {};
+#define ZUV_DESCRIBED_RECORD(R) \
+    template <>                 \
+    struct IsRecord<R> : std::true_type {};
+ZUV_DESCRIBED_RECORD(CaptureDebugData)
+ZUV_DESCRIBED_RECORD(EnrollRecord)
+ZUV_DESCRIBED_RECORD(FieldMfgFormat)
+ZUV_DESCRIBED_RECORD(FrameworkInfo)
+ZUV_DESCRIBED_RECORD(ReadInfoResult)
+ZUV_DESCRIBED_RECORD(BiasTestResult)
+ZUV_DESCRIBED_RECORD(TxTestResult)
+ZUV_DESCRIBED_RECORD(NoiseTestResult)
+ZUV_DESCRIBED_RECORD(DbiasCalibrationResult)
+ZUV_DESCRIBED_RECORD(CaptouchCalibrationResult)
+ZUV_DESCRIBED_RECORD(ContactResistanceTestResult)
+ZUV_DESCRIBED_RECORD(TemperatureTestResult)
+ZUV_DESCRIBED_RECORD(DigitalTestResult)
+ZUV_DESCRIBED_RECORD(PsfVerificationResult)
+ZUV_DESCRIBED_RECORD(PsfSettingFormat)
+ZUV_DESCRIBED_RECORD(PsfCalibrationResult)
+ZUV_DESCRIBED_RECORD(ImageQualityTestResult)
+ZUV_DESCRIBED_RECORD(OtpTestResult)
+#undef ZUV_DESCRIBED_RECORD
+
+// Defined in the library for every record above.
+template <typename R>
+struct RecordJson {
+    static const char* name();
+    static json to(const R& v);
+    // Members left out stay zero; a member the record lacks is an error.
+    static void from(const json& j, R* out, const std::string& where);
+};
+
+// The name of a wire type as `zuv_hidl describe` shows it.
+template <typename T, typename = void>
+struct TypeName;
 template <typename T>
 std::string typeName() {
-    return frame::WireName<T>::get();
+    return TypeName<T>::get();
 }
+
+#define ZUV_SCALAR_NAME(T)                      \
+    template <>                                 \
+    struct TypeName<T> {                        \
+        static std::string get() { return #T; } \
+    };
+ZUV_SCALAR_NAME(bool)
+ZUV_SCALAR_NAME(int8_t)
+ZUV_SCALAR_NAME(uint8_t)
+ZUV_SCALAR_NAME(int16_t)
+ZUV_SCALAR_NAME(uint16_t)
+ZUV_SCALAR_NAME(int32_t)
+ZUV_SCALAR_NAME(uint32_t)
+ZUV_SCALAR_NAME(int64_t)
+ZUV_SCALAR_NAME(uint64_t)
+#undef ZUV_SCALAR_NAME
+template <>
+struct TypeName<hidl_string> {
+    static std::string get() { return "string"; }
+};
+template <typename U>
+struct TypeName<hidl_vec<U>> {
+    static std::string get() { return "vec<" + typeName<U>() + ">"; }
+};
+template <typename U, size_t N>
+struct TypeName<std::array<U, N>> {
+    static std::string get() { return typeName<U>() + "[" + std::to_string(N) + "]"; }
+};
+// The interface's short name: its descriptor after the package.
+template <typename IType>
+struct TypeName<sp<IType>> {
+    static std::string get() {
+        const std::string d = IType::descriptor;
+        return d.substr(d.rfind(':') + 1);
+    }
+};
+template <typename R>
+struct TypeName<R, std::enable_if_t<IsRecord<R>::value>> {
+    static std::string get() { return RecordJson<R>::name(); }
+};
 
 [[noreturn]] inline void mismatch(const std::string& where, const std::string& expected,
                                   const json& got) {
@@ -137,44 +223,16 @@ struct JsonCodec<sp<IType>> {
 };
 
 template <typename R>
-struct JsonCodec<R, std::void_t<decltype(V1_0::RecordFields<R>::kName)>> {
-    static json to(const R& v) {
-        json out = json::object();
-        std::apply(
-                [&](const auto&... field) {
-                    ((out[field.name] = JsonCodec<std::decay_t<decltype(v.*(field.member))>>::to(
-                              v.*(field.member))),
-                     ...);
-                },
-                V1_0::RecordFields<R>::fields());
-        return out;
-    }
-    // Members left out stay zero; a member the record lacks is an error.
+struct JsonCodec<R, std::enable_if_t<IsRecord<R>::value>> {
+    static json to(const R& v) { return RecordJson<R>::to(v); }
     static void from(const json& j, R* out, const std::string& where) {
-        if (!j.is_object()) mismatch(where, typeName<R>() + " (an object)", j);
-        size_t known = 0;
-        std::apply(
-                [&](const auto&... field) {
-                    (([&] {
-                         auto it = j.find(field.name);
-                         if (it == j.end()) return;
-                         ++known;
-                         using M = std::decay_t<decltype(out->*(field.member))>;
-                         JsonCodec<M>::from(*it, &(out->*(field.member)), where + "." + field.name);
-                     }()),
-                     ...);
-                },
-                V1_0::RecordFields<R>::fields());
-        if (known != j.size()) {
-            std::string members;
-            std::apply(
-                    [&](const auto&... field) {
-                        ((members += std::string(" ") + field.name), ...);
-                    },
-                    V1_0::RecordFields<R>::fields());
-            throw ArgumentError(where + ": " + typeName<R>() + " has only the members" + members);
-        }
+        RecordJson<R>::from(j, out, where);
     }
 };
 
-}  // namespace zuv_hidl
+}  // namespace describe
+}  // namespace V1_0
+}  // namespace fingerprint
+}  // namespace hardware
+}  // namespace zuv
+}  // namespace vendor
