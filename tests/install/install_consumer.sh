@@ -62,8 +62,13 @@ pcdir=$(dirname "$(find "$prefix" -name zuv-fingerprint.pc | head -n1)")
 # shellcheck disable=SC2046,SC2086
 ${launcher:+ccache} ${CXX:-c++} -std=c++17 ${CXXFLAGS:-} "$consumer_src/main.cpp" -o "$work/consumer-pc" ${LDFLAGS:-} \
   $(PKG_CONFIG_PATH=$pcdir pkg-config --cflags --libs zuv-fingerprint)
+# shellcheck disable=SC2046,SC2086
+${launcher:+ccache} ${CXX:-c++} -std=c++17 ${CXXFLAGS:-} "$consumer_src/default_service.cpp" -o "$work/default-service-pc" ${LDFLAGS:-} \
+  $(PKG_CONFIG_PATH=$pcdir pkg-config --cflags --libs zuv-fingerprint)
 
 # No help from the environment: the rpaths must do.
 env -u LD_LIBRARY_PATH "$work/build/consumer"
 env -u LD_LIBRARY_PATH "$work/consumer-pc"
+env -u LD_LIBRARY_PATH "$work/build/default_service"
+env -u LD_LIBRARY_PATH "$work/default-service-pc"
 env -u LD_LIBRARY_PATH "$work/build/sensor_test" --gtest_brief=1
