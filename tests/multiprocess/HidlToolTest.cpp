@@ -85,9 +85,10 @@ TEST_F(HidlToolTest, StoppedAndDeadServicesAreToldApart) {
     startService();
     Process* service = mProcs.back().get();
     const std::string pid = std::to_string(service->pid());
+    const std::string trace = mDir.path() + "/watch-trace.json";
     auto watching = Process::start(
             {ZUV_HIDL_PATH, "watch", "--timeout", "30", "match", "1", "index", "[1]", "", "0"},
-            env());
+            env({{"ZUV_HIDL_TRACE_FILE", trace}}));
     ASSERT_NE(nullptr, watching);
     ASSERT_TRUE(watching->line("{\"call\":\"onMatch\""));
 
@@ -106,6 +107,8 @@ TEST_F(HidlToolTest, StoppedAndDeadServicesAreToldApart) {
     ASSERT_TRUE(status && WIFEXITED(*status));
     EXPECT_EQ(1, WEXITSTATUS(*status));
     EXPECT_LT(std::chrono::steady_clock::now() - killed, std::chrono::seconds(1));
+    // The death is in the watcher's trace.
+    EXPECT_THAT(fileText(trace), HasSubstr("\"peer pid " + pid + " died\""));
 }
 
 TEST_F(HidlToolTest, MistakesNameTheirCause) {

@@ -80,18 +80,18 @@ class Client {
             status_t err = send(self, request, &reply, nullptr, args...);
             if (err == OK) err = ::android::hardware::readFromParcel(&status, reply);
             if (err == OK && !status.isOk()) {
-                traceEndAfter(reply, request);
-                return status;
+                traceEndAfter(reply, request, status);
+                return named<T>(status);
             }
             if (err == OK) err = Codec<T>::read(reply, &value);
             if (err != OK) {
                 status.setFromStatusT(err);
-                traceEndAfter(reply, request);
-                return status;
+                traceEndAfter(reply, request, status);
+                return named<T>(status);
             }
         }
         instrumentation.report<Info>(InstrumentationEvent::CLIENT_API_EXIT, Op::kName, value);
-        traceEnd();
+        traceEnd(status);
         return value;
     }
 
@@ -110,18 +110,18 @@ class Client {
             if (err == OK && Op::kShape != Shape::kOneway) {
                 err = ::android::hardware::readFromParcel(&status, reply);
                 if (err == OK && !status.isOk()) {
-                    traceEndAfter(reply, request);
-                    return status;
+                    traceEndAfter(reply, request, status);
+                    return named<void>(status);
                 }
             }
             if (err != OK) {
                 status.setFromStatusT(err);
-                traceEndAfter(reply, request);
-                return status;
+                traceEndAfter(reply, request, status);
+                return named<void>(status);
             }
         }
         instrumentation.report<Info>(InstrumentationEvent::CLIENT_API_EXIT, Op::kName);
-        traceEnd();
+        traceEnd(status);
         return Status::ok();
     }
 
@@ -167,20 +167,28 @@ class Client {
                     std::get<I>(all)...);
             if (err != OK) {
                 status.setFromStatusT(err);
-                traceEndAfter(reply, request);
-                return status;
+                traceEndAfter(reply, request, status);
+                return named<void>(status);
             }
         }
         (void)pendingError;
-        traceEnd();
-        return status;
+        traceEnd(status);
+        return named<void>(status);
     }
 
     // Every way out destroys the parcels before the trace section ends.
-    static void traceEndAfter(Parcel& reply, Parcel& request) {
+    static void traceEndAfter(Parcel& reply, Parcel& request, const Status& outcome) {
         reply.freeData();
         request.freeData();
-        traceEnd();
+        traceEnd(outcome);
+    }
+
+    // A failure names this operation if it ends the process unchecked.
+    template <typename T>
+    static Return<T> named(const Status& status) {
+        Return<T> ret(status);
+        ret.setOrigin(Info::kShortName, Op::kName);
+        return ret;
     }
 };
 
