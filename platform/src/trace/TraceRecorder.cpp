@@ -6,6 +6,7 @@
 #include <hidl_host/Settings.h>
 #include <hidl_host/TraceExport.h>
 #include <hidl_host/frame/Trace.h>
+#include <poll.h>
 #include <pthread.h>
 #include <signal.h>
 #include <sys/syscall.h>
@@ -541,20 +542,30 @@ void writeAtExit() {
 
 // A process traced from the environment that SIGTERM or SIGINT ends still
 // leaves its trace. The file cannot be written from a signal handler (it is
-// built with allocations and locks), so the handler only writes the signal's
-// number to a pipe; a thread of the recorder's own reads it, writes the
-// trace, restores the default action and raises the signal again, so the
-// process ends as it would have. The handlers are installed only where the
-// action is still the default: an application's own handler, installed before
-// or after, is left alone and stays in charge (it calls flushTrace itself).
-int gSignalPipe[2] = {-1, -1};
+// built with allocations and locks), so the handler asks a thread of the
+// recorder's own to write it, waits for that (at most kFlushWaitMs), then
+// restores the default action and raises the signal again, so the process
+// ends as it would have; the interrupted thread never resumes. The handlers
+// are installed only where the action is still the default: an application's
+// own handler, installed before or after, is left alone and stays in charge
+// (it calls flushTrace itself).
+int gSignalPipe[2] = {-1, -1};   // handler -> flushing thread: the signal
+int gFlushedPipe[2] = {-1, -1};  // closed once the trace is written
 constexpr int kFlushedSignals[] = {SIGTERM, SIGINT};
+constexpr int kFlushWaitMs = 5000;
 
 void onTerminatingSignal(int sig) {
-    const int saved = errno;
     const unsigned char byte = static_cast<unsigned char>(sig);
-    (void)!write(gSignalPipe[1], &byte, 1);
-    errno = saved;
+    if (write(gSignalPipe[1], &byte, 1) == 1) {
+        pollfd flushed{gFlushedPipe[0], POLLIN, 0};
+        while (poll(&flushed, 1, kFlushWaitMs) < 0 && errno == EINTR) {
+        }
+    }
+    struct sigaction standard {};
+    standard.sa_handler = SIG_DFL;
+    sigemptyset(&standard.sa_mask);
+    sigaction(sig, &standard, nullptr);
+    raise(sig);  // blocked while this handler runs; delivered as it returns
 }
 
 bool handlerIsOurs(int sig) {
@@ -564,27 +575,33 @@ bool handlerIsOurs(int sig) {
 
 void flushOnTerminatingSignals() {
     if (pipe2(gSignalPipe, O_CLOEXEC) != 0) return;
+    if (pipe2(gFlushedPipe, O_CLOEXEC) != 0) return;
     // A forked child has no flushing thread: it ends on the signal as usual.
     pthread_atfork(nullptr, nullptr, [] {
         for (int sig : kFlushedSignals) {
             if (handlerIsOurs(sig)) signal(sig, SIG_DFL);
         }
     });
+    // The thread blocks every signal, so an application that takes its
+    // signals with sigwait still gets them.
+    sigset_t all, previous;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &previous);
     std::thread([] {
         unsigned char sig = 0;
         while (read(gSignalPipe[0], &sig, 1) < 0 && errno == EINTR) {
         }
         writeAtExit();
-        signal(sig, SIG_DFL);
-        raise(sig);
+        close(gFlushedPipe[1]);  // wakes every handler waiting
     }).detach();
+    pthread_sigmask(SIG_SETMASK, &previous, nullptr);
     for (int sig : kFlushedSignals) {
         struct sigaction current {};
         if (sigaction(sig, nullptr, &current) != 0 || current.sa_handler != SIG_DFL) continue;
         struct sigaction action {};
         action.sa_handler = onTerminatingSignal;
         sigemptyset(&action.sa_mask);
-        action.sa_flags = SA_RESTART;
+        for (int other : kFlushedSignals) sigaddset(&action.sa_mask, other);
         sigaction(sig, &action, nullptr);
     }
 }
