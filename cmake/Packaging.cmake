@@ -62,6 +62,6 @@ set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME zuv-hwservicemanager)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION admin)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "libzuv-fingerprint1 ${_self}, libsystemd0")
 set(CPACK_COMPONENT_TOOLS_DESCRIPTION
-  "Service manager of the zuv hardware-binder runtime\n zuv_hwservicemanager, zuv_lshal and systemd user units starting the daemon on its socket.")
+  "Service manager of the zuv hardware-binder runtime\n zuv_hwservicemanager, zuv_lshal, zuv_hidl and systemd user units starting the daemon on its socket.")
 
 include(CPack)

@@ -34,14 +34,6 @@ void check(const Return<void>& ret, const char* what) {
     if (!ret.isOk()) say("%s not delivered: %s", what, ret.description().c_str());
 }
 
-// Flat records are opaque blocks; the simulation fills them with a marker.
-template <typename Record>
-Record filled(uint8_t marker) {
-    Record r;
-    for (size_t i = 0; i < r.raw.size(); ++i) r.raw[i] = static_cast<uint8_t>(marker + i);
-    return r;
-}
-
 }  // namespace
 
 SimulatedSensor::SimulatedSensor()
@@ -278,9 +270,6 @@ Return<int32_t> SimulatedSensor::notifyPowerState(int32_t value) {
     return 0;
 }
 
-Return<int32_t> SimulatedSensor::testInit() {
-    return 0;
-}
 // Ends a test session: returns once every pending report to the caller's
 // callbacks has reached it (or failed), so a client may exit right after
 // without cutting one off. Other clients' reports are not waited for.
@@ -293,74 +282,6 @@ Return<int32_t> SimulatedSensor::testDeinit() {
     });
     return 0;
 }
-Return<void> SimulatedSensor::testParamGet(int32_t paramId, testParamGet_cb _hidl_cb) {
-    _hidl_cb(std::to_string(paramId * 10));
-    return Void();
-}
-Return<void> SimulatedSensor::testParamSet(int32_t, const hidl_string&) {
-    return Void();
-}
-Return<void> SimulatedSensor::testImageQuality(testImageQuality_cb _hidl_cb) {
-    _hidl_cb(filled<fp::ImageQualityTestResult>(0x10));
-    return Void();
-}
-Return<void> SimulatedSensor::psfCalibraton(psfCalibraton_cb _hidl_cb) {
-    _hidl_cb(filled<fp::PsfCalibrationResult>(0x20));
-    return Void();
-}
-Return<void> SimulatedSensor::calibratePsfSettings(calibratePsfSettings_cb _hidl_cb) {
-    _hidl_cb(filled<fp::PsfSettingFormat>(0x30));
-    return Void();
-}
-Return<void> SimulatedSensor::runPsfVerification(runPsfVerification_cb _hidl_cb) {
-    _hidl_cb(filled<fp::PsfVerificationResult>(0x40));
-    return Void();
-}
-Return<void> SimulatedSensor::testDigital(testDigital_cb _hidl_cb) {
-    _hidl_cb(filled<fp::DigitalTestResult>(0x50));
-    return Void();
-}
-Return<int32_t> SimulatedSensor::bgeCalibration() {
-    return 0;
-}
-Return<void> SimulatedSensor::testTemperature(testTemperature_cb _hidl_cb) {
-    _hidl_cb(filled<fp::TemperatureTestResult>(0x60));
-    return Void();
-}
-Return<void> SimulatedSensor::testContactResistance(testContactResistance_cb _hidl_cb) {
-    _hidl_cb(filled<fp::ContactResistanceTestResult>(0x70));
-    return Void();
-}
-Return<void> SimulatedSensor::captouchCalibration(captouchCalibration_cb _hidl_cb) {
-    _hidl_cb(filled<fp::CaptouchCalibrationResult>(0x80));
-    return Void();
-}
-Return<int32_t> SimulatedSensor::runBoostRegulation() {
-    return 0;
-}
-Return<void> SimulatedSensor::testTft(testTft_cb _hidl_cb) {
-    _hidl_cb(filled<fp::BiasTestResult>(0x90));
-    return Void();
-}
-Return<void> SimulatedSensor::testRx(testRx_cb _hidl_cb) {
-    _hidl_cb(filled<fp::BiasTestResult>(0xa0));
-    return Void();
-}
-Return<void> SimulatedSensor::testTx(testTx_cb _hidl_cb) {
-    _hidl_cb(filled<fp::TxTestResult>(0xb0));
-    return Void();
-}
-Return<int32_t> SimulatedSensor::bgeBinsExpiration(int32_t value) {
-    return value;
-}
-Return<void> SimulatedSensor::dbiasCalibration(dbiasCalibration_cb _hidl_cb) {
-    _hidl_cb(filled<fp::DbiasCalibrationResult>(0xc0));
-    return Void();
-}
-Return<void> SimulatedSensor::testNoise(testNoise_cb _hidl_cb) {
-    _hidl_cb(filled<fp::NoiseTestResult>(0xd0));
-    return Void();
-}
 Return<void> SimulatedSensor::readInfo(readInfo_cb _hidl_cb) {
     fp::ReadInfoResult info;
     info.bytes1 = std::vector<uint8_t>{1, 2, 3};
@@ -368,15 +289,6 @@ Return<void> SimulatedSensor::readInfo(readInfo_cb _hidl_cb) {
     info.bytes3 = std::vector<uint8_t>{5, 6};
     _hidl_cb(info);
     return Void();
-}
-Return<int32_t> SimulatedSensor::getPingResult() {
-    return 0;
-}
-Return<int32_t> SimulatedSensor::sendPingCmd() {
-    return 0;
-}
-Return<int32_t> SimulatedSensor::writeCalibration() {
-    return 0;
 }
 Return<void> SimulatedSensor::calibrationGet(const hidl_string& key, calibrationGet_cb _hidl_cb) {
     std::string value;
@@ -392,55 +304,6 @@ Return<void> SimulatedSensor::calibrationSet(const hidl_string& key, const hidl_
     std::lock_guard<std::mutex> lock(mLock);
     mCalibration[key] = value;
     return Void();
-}
-Return<int32_t> SimulatedSensor::toggleDumpStream(int32_t value) {
-    return value;
-}
-Return<int32_t> SimulatedSensor::powerTest() {
-    return 0;
-}
-Return<void> SimulatedSensor::getOtpValue(getOtpValue_cb _hidl_cb) {
-    _hidl_cb(filled<fp::OtpTestResult>(0xe0));
-    return Void();
-}
-Return<int32_t> SimulatedSensor::postEvent(const hidl_vec<uint8_t>& data) {
-    return static_cast<int32_t>(data.size());
-}
-Return<void> SimulatedSensor::retrieveUser(uint64_t value, retrieveUser_cb _hidl_cb) {
-    _hidl_cb("user-" + std::to_string(value));
-    return Void();
-}
-Return<int32_t> SimulatedSensor::enableFingerEvent(int32_t) {
-    return 0;
-}
-Return<int32_t> SimulatedSensor::disableFingerEvent() {
-    return 0;
-}
-Return<void> SimulatedSensor::getDebugData(const hidl_string&, getDebugData_cb _hidl_cb) {
-    _hidl_cb(std::vector<uint8_t>{0xd, 0xe, 0xb, 0x9});
-    return Void();
-}
-Return<void> SimulatedSensor::getMfgValue(uint16_t fieldId, getMfgValue_cb _hidl_cb) {
-    fp::FieldMfgFormat value;
-    value.head[0] = static_cast<uint8_t>(fieldId);
-    value.text = "mfg-" + std::to_string(fieldId);
-    _hidl_cb(value);
-    return Void();
-}
-Return<int32_t> SimulatedSensor::pauseEnrollment() {
-    return 0;
-}
-Return<int32_t> SimulatedSensor::resumeEnrollment() {
-    return 0;
-}
-Return<int32_t> SimulatedSensor::enableFingerDetect() {
-    return 0;
-}
-Return<int32_t> SimulatedSensor::disableFingerDetect() {
-    return 0;
-}
-Return<int32_t> SimulatedSensor::skipFingerDetect() {
-    return 0;
 }
 
 }  // namespace zuv_demo

@@ -9,8 +9,8 @@
 
 #include <hidl_host/CallQueue.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/IDaxAndroidServices.h>
-#include <vendor/zuv/hardware/fingerprint/1.0/IZuvExtendedFingerprint.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/IZuvExtendedFingerprintCallback.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/IZuvExtendedFingerprintDefault.h>
 
 #include <cerrno>
 #include <chrono>
@@ -36,7 +36,7 @@ constexpr int32_t kNoMatch = 1;
 // report queue is full.
 constexpr int32_t kReportQueueFull = -ENOBUFS;
 
-class SimulatedSensor : public fp::IZuvExtendedFingerprint {
+class SimulatedSensor : public fp::IZuvExtendedFingerprintDefault {
   public:
     SimulatedSensor();
     ~SimulatedSensor() override;
@@ -66,47 +66,12 @@ class SimulatedSensor : public fp::IZuvExtendedFingerprint {
     Return<void> processRequest(const hidl_vec<uint8_t>& data, processRequest_cb _hidl_cb) override;
     Return<int32_t> notifyPowerState(int32_t value) override;
 
-    // Factory tests and the rest: fixed, plausible answers.
-    Return<int32_t> testInit() override;
+    // Factory tests with state or records to show; every other operation is
+    // the default's zero or empty answer.
     Return<int32_t> testDeinit() override;
-    Return<void> testParamGet(int32_t paramId, testParamGet_cb _hidl_cb) override;
-    Return<void> testParamSet(int32_t paramId, const hidl_string& value) override;
-    Return<void> testImageQuality(testImageQuality_cb _hidl_cb) override;
-    Return<void> psfCalibraton(psfCalibraton_cb _hidl_cb) override;
-    Return<void> calibratePsfSettings(calibratePsfSettings_cb _hidl_cb) override;
-    Return<void> runPsfVerification(runPsfVerification_cb _hidl_cb) override;
-    Return<void> testDigital(testDigital_cb _hidl_cb) override;
-    Return<int32_t> bgeCalibration() override;
-    Return<void> testTemperature(testTemperature_cb _hidl_cb) override;
-    Return<void> testContactResistance(testContactResistance_cb _hidl_cb) override;
-    Return<void> captouchCalibration(captouchCalibration_cb _hidl_cb) override;
-    Return<int32_t> runBoostRegulation() override;
-    Return<void> testTft(testTft_cb _hidl_cb) override;
-    Return<void> testRx(testRx_cb _hidl_cb) override;
-    Return<void> testTx(testTx_cb _hidl_cb) override;
-    Return<int32_t> bgeBinsExpiration(int32_t value) override;
-    Return<void> dbiasCalibration(dbiasCalibration_cb _hidl_cb) override;
-    Return<void> testNoise(testNoise_cb _hidl_cb) override;
     Return<void> readInfo(readInfo_cb _hidl_cb) override;
-    Return<int32_t> getPingResult() override;
-    Return<int32_t> sendPingCmd() override;
-    Return<int32_t> writeCalibration() override;
     Return<void> calibrationGet(const hidl_string& key, calibrationGet_cb _hidl_cb) override;
     Return<void> calibrationSet(const hidl_string& key, const hidl_string& value) override;
-    Return<int32_t> toggleDumpStream(int32_t value) override;
-    Return<int32_t> powerTest() override;
-    Return<void> getOtpValue(getOtpValue_cb _hidl_cb) override;
-    Return<int32_t> postEvent(const hidl_vec<uint8_t>& data) override;
-    Return<void> retrieveUser(uint64_t value, retrieveUser_cb _hidl_cb) override;
-    Return<int32_t> enableFingerEvent(int32_t value) override;
-    Return<int32_t> disableFingerEvent() override;
-    Return<void> getDebugData(const hidl_string& key, getDebugData_cb _hidl_cb) override;
-    Return<void> getMfgValue(uint16_t fieldId, getMfgValue_cb _hidl_cb) override;
-    Return<int32_t> pauseEnrollment() override;
-    Return<int32_t> resumeEnrollment() override;
-    Return<int32_t> enableFingerDetect() override;
-    Return<int32_t> disableFingerDetect() override;
-    Return<int32_t> skipFingerDetect() override;
 
   private:
     // Queues a report to callback, run after the call that asked for it has

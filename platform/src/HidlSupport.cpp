@@ -2,6 +2,7 @@
 #include <android/log.h>
 #include <cutils/native_handle.h>
 #include <hidl/HidlSupport.h>
+#include <hidl_host/Fatal.h>
 
 #include <cstdlib>
 #include <cstring>
@@ -12,8 +13,7 @@ namespace hardware {
 namespace details {
 
 void logAlwaysFatal(const char* message) {
-    __android_log_assert(nullptr, "HidlSupport", "%s", message);
-    std::abort();  // not reached; keeps the contract even if the logger returns
+    host::fatal("HidlSupport", "%s", message);
 }
 
 }  // namespace details

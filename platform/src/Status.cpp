@@ -1,21 +1,13 @@
 // Status, its text forms and the fatal rules of return_status.
 #include <android/log.h>
 #include <hidl/Status.h>
+#include <hidl_host/Fatal.h>
 
 #include <cstdlib>
 #include <sstream>
 
 namespace android {
 namespace hardware {
-
-namespace {
-
-[[noreturn]] void statusFatal(const char* what, const Status& status) {
-    __android_log_assert(nullptr, "HidlStatus", "%s: %s", what, status.description().c_str());
-    std::abort();
-}
-
-}  // namespace
 
 std::string statusToString(status_t s) {
     switch (s) {
@@ -141,35 +133,47 @@ std::ostream& operator<<(std::ostream& stream, const Status& s) {
 
 namespace details {
 
+void return_status::fatal(const char* what) const {
+    std::string origin;
+    if (mInterface != nullptr && mMethod != nullptr)
+        origin = std::string(mInterface) + "::" + mMethod + ": ";
+    host::fatal("HidlStatus", "%s%s: %s; check it with isOk() or isDeadObject()", origin.c_str(),
+                what, mStatus.description().c_str());
+}
+
 return_status::return_status(return_status&& other) noexcept
-    : mStatus(std::move(other.mStatus)), mCheckedStatus(other.mCheckedStatus) {
+    : mStatus(std::move(other.mStatus)),
+      mCheckedStatus(other.mCheckedStatus),
+      mInterface(other.mInterface),
+      mMethod(other.mMethod) {
     other.mCheckedStatus = true;
 }
 
 return_status& return_status::operator=(return_status&& other) noexcept {
     if (this == &other) return *this;
     // Overwriting counts as dropping the old status.
-    if (!mCheckedStatus && !mStatus.isOk())
-        statusFatal("Failed HIDL return status not checked", mStatus);
+    if (!mCheckedStatus && !mStatus.isOk()) fatal("Failed HIDL return status not checked");
     mStatus = std::move(other.mStatus);
     mCheckedStatus = other.mCheckedStatus;
+    mInterface = other.mInterface;
+    mMethod = other.mMethod;
     other.mCheckedStatus = true;
     return *this;
 }
 
 return_status::~return_status() {
     if (!mCheckedStatus && !mStatus.isOk()) {
-        statusFatal("Failed HIDL return status not checked", mStatus);
+        fatal("Failed HIDL return status not checked");
     }
 }
 
 void return_status::assertOk() const {
     mCheckedStatus = true;
-    if (!mStatus.isOk()) statusFatal("Failed HIDL return status asserted OK", mStatus);
+    if (!mStatus.isOk()) fatal("Failed HIDL return status asserted OK");
 }
 
 void return_status::onValueRetrieval() const {
-    if (!mStatus.isOk()) statusFatal("Attempted to retrieve value from failed HIDL call", mStatus);
+    if (!mStatus.isOk()) fatal("Attempted to retrieve value from failed HIDL call");
     mCheckedStatus = true;
 }
 

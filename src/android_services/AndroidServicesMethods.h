@@ -4,15 +4,9 @@
 
 #include <hidl_host/frame/Method.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/IDaxAndroidServices.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/details/OperationLists.h>
 
 #include "frame/Interfaces.h"
-
-#define ZUV_ANDROID_SERVICES_METHODS(X)                        \
-    X(ONEWAY_METHOD, 1, setTimer, ("value"))                   \
-    X(ONEWAY_METHOD, 2, setWakelock, ("byteArg1", "byteArg2")) \
-    X(METHOD, 3, checkRequestingAppType, ())                   \
-    X(ONEWAY_METHOD, 4, showLivenessAlert, ())                 \
-    X(ONEWAY_METHOD, 5, resetLivenessAlert, ())
 
 namespace vendor {
 namespace zuv {

@@ -4,19 +4,9 @@
 
 #include <hidl_host/frame/Method.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/IZuvExtendedFingerprintCallback.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/details/OperationLists.h>
 
 #include "frame/Interfaces.h"
-
-#define ZUV_EXTENDED_FINGERPRINT_CALLBACK_METHODS(X)                        \
-    X(METHOD, 1, onMatch, ("intArg1", "strArg1", "value", "data", "data2")) \
-    X(METHOD, 2, onError, ("value"))                                        \
-    X(METHOD, 3, onStatus, ("value", "data"))                               \
-    X(METHOD, 4, onEnroll, ("strArg1", "intArg1", "intArg2"))               \
-    X(METHOD, 5, onRemove, ("strArg1", "intArg1"))                          \
-    X(METHOD, 6, onEnumerate, ("strArg1", "intArg1", "intArg2"))            \
-    X(METHOD, 7, onRemoveUser, ("strArg1"))                                 \
-    X(METHOD, 8, onCaptureDebugData, ("debugData"))                         \
-    X(METHOD, 9, onCapture, ("uintArg1", "uintArg2", "data"))
 
 namespace vendor {
 namespace zuv {

@@ -138,6 +138,12 @@ TEST(ProxyDeathTest, PeerDeathFailsCallsAndTellsRecipientsOnce) {
     ::android::hardware::host::killLoopbackTarget(stub);
     EXPECT_EQ(1, recipient->deaths.load());
     EXPECT_EQ(0xC00C1Eu, recipient->lastCookie);
+
+    // Dropping the failure unchecked ends the process, naming the call once.
+    EXPECT_DEATH(
+            (void)proxy->cancel(),
+            "^[^\n]*IZuvExtendedFingerprint::cancel: Failed HIDL return status not "
+            "checked: Status\\(EX_TRANSACTION_FAILED, DEAD_OBJECT\\)[^\n]*isOk\\(\\)[^\n]*\n$");
 }
 
 }  // namespace

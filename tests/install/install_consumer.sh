@@ -32,6 +32,7 @@ case "$mode" in
         exit 1
       fi
     done
+    test -x "$prefix/bin/zuv_hidl"
     test -f "$prefix/lib/systemd/user/zuv-hwservicemanager.socket"
     grep -qx "ExecStart=/usr/bin/zuv_hwservicemanager .*" \
       "$prefix/lib/systemd/user/zuv-hwservicemanager.service"
@@ -59,12 +60,25 @@ fi
 
 # pkg-config alone, as a Makefile would use it.
 pcdir=$(dirname "$(find "$prefix" -name zuv-fingerprint.pc | head -n1)")
-PKG_CONFIG_PATH=$pcdir pkg-config --exists --print-errors zuv-describe
+# An unpacked package says /usr; pkg-config takes the prefix from the file's place.
+pc=(pkg-config)
+if [[ $mode == deb ]]; then pc+=(--define-prefix); fi
+libs=$(PKG_CONFIG_PATH=$pcdir "${pc[@]}" --libs zuv-fingerprint)
+if [[ $libs == *..* || $libs != *"-Wl,-rpath,$prefix/lib "* ]]; then
+  echo "pkg-config paths are not plain $prefix/lib: $libs" >&2
+  exit 1
+fi
+PKG_CONFIG_PATH=$pcdir "${pc[@]}" --exists --print-errors zuv-describe
 # shellcheck disable=SC2046,SC2086
 ${launcher:+ccache} ${CXX:-c++} -std=c++17 ${CXXFLAGS:-} "$consumer_src/main.cpp" -o "$work/consumer-pc" ${LDFLAGS:-} \
-  $(PKG_CONFIG_PATH=$pcdir pkg-config --cflags --libs zuv-fingerprint)
+  $(PKG_CONFIG_PATH=$pcdir "${pc[@]}" --cflags --libs zuv-fingerprint)
+# shellcheck disable=SC2046,SC2086
+${launcher:+ccache} ${CXX:-c++} -std=c++17 ${CXXFLAGS:-} "$consumer_src/default_service.cpp" -o "$work/default-service-pc" ${LDFLAGS:-} \
+  $(PKG_CONFIG_PATH=$pcdir "${pc[@]}" --cflags --libs zuv-fingerprint)
 
 # No help from the environment: the rpaths must do.
 env -u LD_LIBRARY_PATH "$work/build/consumer"
 env -u LD_LIBRARY_PATH "$work/consumer-pc"
+env -u LD_LIBRARY_PATH "$work/build/default_service"
+env -u LD_LIBRARY_PATH "$work/default-service-pc"
 env -u LD_LIBRARY_PATH "$work/build/sensor_test" --gtest_brief=1

@@ -2,9 +2,11 @@
 // shape, a watched match, and the messages a mistaken user reads.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 
+#include <chrono>
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <sstream>
@@ -75,6 +77,38 @@ TEST_F(HidlToolTest, CallsOneOperationOfEachShapeAndWatchesMatch) {
     EXPECT_EQ("index", match["args"][1]);
     EXPECT_EQ(json::array({9, 8}), match["args"][3]);
     EXPECT_LE(status["t_us"].get<int64_t>(), match["t_us"].get<int64_t>());
+}
+
+// A stopped service is told apart from one that is not registered, and a
+// watch ends as soon as the service it watches dies.
+TEST_F(HidlToolTest, StoppedAndDeadServicesAreToldApart) {
+    startService();
+    Process* service = mProcs.back().get();
+    const std::string pid = std::to_string(service->pid());
+    const std::string trace = mDir.path() + "/watch-trace.json";
+    auto watching = Process::start(
+            {ZUV_HIDL_PATH, "watch", "--timeout", "30", "match", "1", "index", "[1]", "", "0"},
+            env({{"ZUV_HIDL_TRACE_FILE", trace}}));
+    ASSERT_NE(nullptr, watching);
+    ASSERT_TRUE(watching->line("{\"call\":\"onMatch\""));
+
+    service->signal(SIGSTOP);
+    Outcome call = hidl({"call", "readInfo"});
+    EXPECT_EQ(1, call.exitCode);
+    EXPECT_THAT(call.err, HasSubstr("registered by pid " + pid + " but did not answer within"));
+    EXPECT_THAT(call.err, HasSubstr("kill -CONT " + pid));
+    Outcome list = hidl({"list", "--ping"});
+    EXPECT_EQ(1, list.exitCode);
+    EXPECT_THAT(list.lines, ::testing::Contains(HasSubstr("no answer")));
+
+    service->signal(SIGKILL);
+    const auto killed = std::chrono::steady_clock::now();
+    auto status = watching->waitExit(std::chrono::seconds(5));
+    ASSERT_TRUE(status && WIFEXITED(*status));
+    EXPECT_EQ(1, WEXITSTATUS(*status));
+    EXPECT_LT(std::chrono::steady_clock::now() - killed, std::chrono::seconds(1));
+    // The death is in the watcher's trace.
+    EXPECT_THAT(fileText(trace), HasSubstr("\"peer pid " + pid + " died\""));
 }
 
 TEST_F(HidlToolTest, MistakesNameTheirCause) {

@@ -48,13 +48,19 @@ TEST_F(LshalTest, ListsTheExampleServiceWithItsProcessPingAndInterfaceChain) {
     Outcome none = lshal({});
     EXPECT_EQ(1, none.exitCode);  // no daemon yet
     EXPECT_TRUE(none.lines.empty());
-    EXPECT_EQ(2, lshal({"--bogus"}).exitCode);
+    Outcome bogus = lshal({"--bogus"});
+    EXPECT_EQ(2, bogus.exitCode);
+    EXPECT_NE(std::string::npos, bogus.err.find("--bogus")) << bogus.err;
+    // The daemon parses its options the same way: --option=value, usage errors exit 2.
+    Outcome threads = run({ZUV_SERVICEMANAGER_PATH, "--threads=0"});
+    EXPECT_EQ(2, threads.exitCode);
+    EXPECT_NE(std::string::npos, threads.err.find("--threads")) << threads.err;
 
-    auto sm = started({ZUV_SERVICEMANAGER_PATH});
+    auto sm = started({ZUV_SERVICEMANAGER_PATH, "--call-timeout-ms=500"});
     auto service = started({ZUV_FINGERPRINT_SERVICE_PATH, "--instance", "sensor0"});
     ASSERT_TRUE(sm && service);
 
-    Outcome plain = lshal({});
+    Outcome plain = lshal({"--runtime-dir=" + runtimeDir()});
     EXPECT_EQ(0, plain.exitCode);
     EXPECT_EQ((std::vector<std::string>{kFingerprint, "sensor0", std::to_string(service->pid()),
                                         "hwbinder"}),

@@ -93,9 +93,17 @@ TEST_F(RegistryAcrossProcesses, RegisteredInOneProcessListedFoundAndCalledFromAn
 TEST_F(RegistryAcrossProcesses, LookupsWaitOnlyWhenAskedAndOnlyAsLongAsConfigured) {
     auto sm = manager();
     auto server = peer();
-    auto impatient = peer({{"ZUV_HIDL_GET_SERVICE_TIMEOUT_MS", "300"}});
+    const std::string impatientLog = mDir.path() + "/impatient.log";
+    auto impatient = started({ZUV_TEST_PEER_PATH}, {{"ZUV_HIDL_GET_SERVICE_TIMEOUT_MS", "300"}},
+                             impatientLog);
     auto patient = peer();
     ASSERT_TRUE(sm && server && impatient && patient);
+
+    // A bad timeout is reported by the first lookup, though it does not wait.
+    const std::string badLog = mDir.path() + "/bad.log";
+    auto bad = started({ZUV_TEST_PEER_PATH}, {{"ZUV_HIDL_GET_SERVICE_TIMEOUT_MS", "soon"}}, badLog);
+    ASSERT_TRUE(bad && bad->ask("tryget nobody", "got nobody"));
+    EXPECT_NE(fileText(badLog).find("ZUV_HIDL_GET_SERVICE_TIMEOUT_MS"), std::string::npos);
 
     // tryGetService does not wait, even with a long timeout configured.
     auto missing = patient->ask("tryget nobody", "got nobody");
@@ -109,6 +117,11 @@ TEST_F(RegistryAcrossProcesses, LookupsWaitOnlyWhenAskedAndOnlyAsLongAsConfigure
     EXPECT_EQ(timedOut->substr(0, 15), "got nobody null");
     EXPECT_GE(elapsedMs(*timedOut), 300);
     EXPECT_LT(elapsedMs(*timedOut), 20000);
+    const std::string gaveUp = fileText(impatientLog);
+    EXPECT_NE(gaveUp.find("getService gave up on vendor.zuv.test@1.0::ITest/nobody after 300 ms"),
+              std::string::npos)
+            << gaveUp;
+    EXPECT_NE(gaveUp.find(runtimeDir() + "/hwservicemanager.sock"), std::string::npos);
 
     // ... and finds a service registered while it waits.
     ASSERT_TRUE(patient->send("get late"));
@@ -211,7 +224,8 @@ TEST_F(RegistryAcrossProcesses, OneManagerPerDirectoryAndServicesOutliveIt) {
 TEST_F(RegistryAcrossProcesses, ANameBelongsToItsProcessUntilItDies) {
     auto sm = manager();
     auto owner = peer();
-    auto intruder = peer();
+    const std::string intruderLog = mDir.path() + "/intruder.log";
+    auto intruder = started({ZUV_TEST_PEER_PATH}, {}, intruderLog);
     auto client = peer();
     ASSERT_TRUE(sm && owner && intruder && client);
     const std::string ownerPid = std::to_string(owner->pid());
@@ -223,6 +237,10 @@ TEST_F(RegistryAcrossProcesses, ANameBelongsToItsProcessUntilItDies) {
                                     ": registered by pid " + ownerPid),
               std::string::npos)
             << managerLogText();
+    EXPECT_NE(fileText(intruderLog).find("cannot register \"fp\": Status(EX_SECURITY"),
+              std::string::npos)
+            << fileText(intruderLog);
+    EXPECT_NE(fileText(intruderLog).find("registered by pid " + ownerPid), std::string::npos);
 
     // The owner may replace its own registration.
     EXPECT_TRUE(registered(*owner, "fp"));

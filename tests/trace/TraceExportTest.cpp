@@ -52,8 +52,8 @@ class TraceExportTest : public ::testing::Test {
     void SetUp() override {
         host::startTrace(1024);
         // Built after the start: objects copy the callbacks when they are made.
-        proxy = new fp::BpHwZuvExtendedFingerprint(host::loopbackProxyFor(
-                new fp::BnHwZuvExtendedFingerprint(new ::testing::NiceMock<ConfigFingerprint>)));
+        stub = new fp::BnHwZuvExtendedFingerprint(new ::testing::NiceMock<ConfigFingerprint>);
+        proxy = new fp::BpHwZuvExtendedFingerprint(host::loopbackProxyFor(stub));
     }
     void TearDown() override {
         host::stopTrace();
@@ -66,6 +66,7 @@ class TraceExportTest : public ::testing::Test {
         ASSERT_EQ("mode!", value);
     }
 
+    sp<::android::hardware::BHwBinder> stub;
     sp<fp::IZuvExtendedFingerprint> proxy;
 };
 
@@ -96,19 +97,36 @@ TEST_F(TraceExportTest, LoopbackCallNestsClientAroundServerOnTheCallingThread) {
     EXPECT_TRUE(threadNamed);
 }
 
+// The client's end says how the call ended; a failed call, which reports no
+// exit, still ends its slice.
+TEST_F(TraceExportTest, ClientSliceEndsWithTheCallsOutcome) {
+    call();
+    ASSERT_TRUE(host::killLoopbackTarget(stub));
+    EXPECT_TRUE(proxy->getConfigValue("mode", [](const hidl_string&) {}).isDeadObject());
+    const std::vector<Json> events = traceEvents(host::traceJson());
+    std::vector<std::string> ends;
+    for (const Json& e : events) {
+        if (e.value("ph", "") == "E" && e.value("name", "") == kClient)
+            ends.push_back(e.contains("args") ? e.at("args").value("status", "") : "");
+    }
+    EXPECT_EQ((std::vector<std::string>{"OK", "DEAD_OBJECT"}), ends);
+    EXPECT_EQ("0", otherData(host::traceJson(), "unmatchedEnds"));
+}
+
 TEST_F(TraceExportTest, FullBufferKeepsTheNewestEventsAndStoppedRecordsNothing) {
-    host::startTrace(4);
+    // A call is five events: two slices and the client's outcome.
+    host::startTrace(5);
     for (int i = 0; i < 3; ++i) call();
     host::TraceStats stats = host::traceStats();
-    EXPECT_EQ(4u, stats.recorded);
-    EXPECT_EQ(8u, stats.dropped);
+    EXPECT_EQ(5u, stats.recorded);
+    EXPECT_EQ(10u, stats.dropped);
     std::string json = host::traceJson();
     EXPECT_EQ(kOneCall, slices(traceEvents(json), "hidl"));
-    EXPECT_EQ("8", otherData(json, "droppedEvents"));
+    EXPECT_EQ("10", otherData(json, "droppedEvents"));
 
-    // Three places keep the last call's end only: the client's end lost its
+    // Four places keep the last call's end only: the client's end lost its
     // begin and is left out rather than closing someone else's slice.
-    host::startTrace(3);
+    host::startTrace(4);
     call();
     json = host::traceJson();
     EXPECT_EQ((std::vector<std::string>{"B " + kServer, "E " + kServer}),
@@ -118,7 +136,7 @@ TEST_F(TraceExportTest, FullBufferKeepsTheNewestEventsAndStoppedRecordsNothing) 
 
     host::stopTrace();
     call();
-    EXPECT_EQ(3u, host::traceStats().recorded);
+    EXPECT_EQ(4u, host::traceStats().recorded);
     host::clearTrace();
     EXPECT_TRUE(slices(traceEvents(host::traceJson()), "hidl").empty());
 }

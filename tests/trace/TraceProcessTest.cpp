@@ -2,8 +2,10 @@
 // named by ZUV_HIDL_TRACE_FILE, written at exit, with the package's trace
 // sections when the atrace shim is preloaded.
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <sys/wait.h>
 
+#include <chrono>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -53,13 +55,29 @@ TEST_F(TraceProcessTest, EnvironmentVariableWritesTheTraceAtExitCappedAsConfigur
     EXPECT_TRUE(slices(events, "atrace").empty());
 
     const pid_t capped =
-            runChild({{"ZUV_HIDL_TRACE_FILE", pattern()}, {"ZUV_HIDL_TRACE_MAX_EVENTS", "2"}});
+            runChild({{"ZUV_HIDL_TRACE_FILE", pattern()}, {"ZUV_HIDL_TRACE_MAX_EVENTS", "3"}});
     ASSERT_GT(capped, 0);
     const std::string json = traceOf(capped);
-    // The two newest events are both ends; their begins were overwritten.
+    // The three newest are both ends and the call's outcome; the begins were
+    // overwritten.
     EXPECT_TRUE(slices(traceEvents(json), "hidl").empty());
     EXPECT_EQ("2", otherData(json, "unmatchedEnds"));
     EXPECT_EQ("2", otherData(json, "droppedEvents"));
+}
+
+// A traced process without a handler of its own that SIGTERM or SIGINT ends
+// leaves its trace and still ends by the signal.
+TEST_F(TraceProcessTest, TerminatingSignalWritesTheTrace) {
+    for (int sig : {SIGTERM, SIGINT}) {
+        auto child = zuv_mp::Process::start({ZUV_TRACE_CHILD_PATH, "wait"},
+                                            env({{"ZUV_HIDL_TRACE_FILE", pattern()}}));
+        ASSERT_TRUE(child && child->line("ready"));
+        child->signal(sig);
+        auto status = child->waitExit(std::chrono::seconds(5));
+        ASSERT_TRUE(status);
+        EXPECT_TRUE(WIFSIGNALED(*status) && WTERMSIG(*status) == sig);
+        EXPECT_EQ(4u, slices(traceEvents(traceOf(child->pid())), "hidl").size()) << sig;
+    }
 }
 
 TEST_F(TraceProcessTest, PreloadedShimRecordsThePackageTraceSections) {

@@ -21,6 +21,8 @@
 #include <string>
 #include <vector>
 
+#include "Reach.h"
+
 using ::android::sp;
 using ::android::hardware::hidl_string;
 using ::android::hardware::hidl_vec;
@@ -69,17 +71,23 @@ std::string failure(const Return<void>& ret) {
 
 // Pings and interrogates one service; a service that dies meanwhile is
 // reported, not fatal.
-void inspect(IServiceManager& sm, Entry* e, bool ping, bool debug) {
+void inspect(const char* tool, IServiceManager& sm, Entry* e, bool ping, bool debug) {
     Return<sp<IBase>> got = sm.get(e->interface, e->instance);
     sp<IBase> service = got.isOk() ? static_cast<sp<IBase>>(got) : nullptr;
     if (service == nullptr) {
-        e->ping = "not found";
-        e->debug.push_back("not found");
+        const std::string why = zuv_hidl::whyNotFound(sm, e->interface, e->instance);
+        std::fprintf(stderr, "%s: %s\n", tool, why.c_str());
+        e->ping = zuv_hidl::shortReason(why);
+        if (debug) e->debug.push_back(e->ping);
         return;
     }
     if (ping) {
         Return<void> r = service->ping();
-        e->ping = r.isOk() ? "ok" : failure(r);
+        const std::string why = r.isOk() ? "" : zuv_hidl::whyCallFailed(e->pid, failure(r));
+        if (!why.empty())
+            std::fprintf(stderr, "%s: %s/%s: %s\n", tool, e->interface.c_str(), e->instance.c_str(),
+                         why.c_str());
+        e->ping = r.isOk() ? "ok" : why.empty() ? failure(r) : zuv_hidl::shortReason(why);
     }
     if (!debug) return;
     Return<void> r = service->interfaceChain([e](const hidl_vec<hidl_string>& chain) {
@@ -104,6 +112,7 @@ namespace zuv_hidl {
 int runList(const char* tool, bool ping, bool debug, bool asJson) {
     // The daemon's view or nothing: a registry of our own would list nothing.
     setenv(host::kServiceManagerEnvVar, "daemon", 1);
+    zuv_hidl::boundCalls();
 
     sp<IServiceManager> sm = ::android::hardware::defaultServiceManager();
     if (sm == nullptr) {
@@ -143,7 +152,7 @@ int runList(const char* tool, bool ping, bool debug, bool asJson) {
     for (Entry& e : entries) {
         Return<IServiceManager::Transport> t = sm->getTransport(e.interface, e.instance);
         if (t.isOk()) e.transport = transportName(t);
-        if (ping || debug) inspect(*sm, &e, ping, debug);
+        if (ping || debug) inspect(tool, *sm, &e, ping, debug);
         if (ping && e.ping != "ok") allAnswered = false;
     }
 

@@ -27,7 +27,7 @@ class Watcher : public V1_0::IZuvExtendedFingerprintCallback {
     // `stop` became true.
     bool waitFor(size_t count, Clock::time_point until, const volatile sig_atomic_t* stop) {
         std::unique_lock<std::mutex> lock(mLock);
-        while (mCalls < count && !*stop) {
+        while (mCalls < count && !*stop && !mServiceDied) {
             if (mArrived.wait_until(
                         lock, std::min(until, Clock::now() + std::chrono::milliseconds(100))) ==
                         std::cv_status::timeout &&
@@ -35,6 +35,17 @@ class Watcher : public V1_0::IZuvExtendedFingerprintCallback {
                 break;
         }
         return mCalls >= count;
+    }
+
+    // No more calls will come: the waiting ends now.
+    void serviceDied() {
+        std::lock_guard<std::mutex> lock(mLock);
+        mServiceDied = true;
+        mArrived.notify_all();
+    }
+    bool hasServiceDied() {
+        std::lock_guard<std::mutex> lock(mLock);
+        return mServiceDied;
     }
 
     Return<void> onMatch(int32_t intArg1, const hidl_string& strArg1, uint64_t value,
@@ -86,6 +97,7 @@ class Watcher : public V1_0::IZuvExtendedFingerprintCallback {
     std::mutex mLock;
     std::condition_variable mArrived;
     size_t mCalls = 0;
+    bool mServiceDied = false;
 };
 
 }  // namespace zuv_hidl

@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "List.h"
+#include "Reach.h"
 #include "Record.h"
 #include "Timeline.h"
 #include "Watcher.h"
@@ -98,8 +99,10 @@ json parseArguments(const Operation& op, const std::vector<std::string>& words) 
     return args;
 }
 
-::android::sp<IBase> findService(const InterfaceOps& iface, const std::string& instance) {
+::android::sp<IBase> findService(const InterfaceOps& iface, const std::string& instance,
+                                 pid_t* pid) {
     setenv(host::kServiceManagerEnvVar, "daemon", 1);
+    boundCalls();
     auto sm = ::android::hardware::defaultServiceManager();
     const std::string dir = host::runtimeDirectory();
     if (sm == nullptr) {
@@ -113,11 +116,11 @@ json parseArguments(const Operation& op, const std::vector<std::string>& words) 
     ::android::sp<IBase> base = got.isOk() ? static_cast<::android::sp<IBase>>(got) : nullptr;
     ::android::sp<IBase> service = base == nullptr ? nullptr : iface.cast(base);
     if (service == nullptr) {
-        std::fprintf(stderr,
-                     "zuv_hidl: no %s/%s is registered in %s (`zuv_hidl list` shows what is)\n",
-                     iface.descriptor.c_str(), instance.c_str(), dir.c_str());
+        std::fprintf(stderr, "zuv_hidl: %s\n",
+                     whyNotFound(*sm, iface.descriptor, instance).c_str());
         leave(kCallFailed);
     }
+    *pid = registeredPid(*sm, iface.descriptor, instance);
     return service;
 }
 
@@ -164,11 +167,13 @@ int call(const std::string& ifaceName, const std::string& instance, const std::s
                              "`");
     }
     const json args = parseArguments(op, words);
-    ::android::sp<IBase> service = findService(iface, instance);
+    pid_t pid = -1;
+    ::android::sp<IBase> service = findService(iface, instance, &pid);
     const Outcome outcome = op.invoke(service, args, nullptr);
     if (!outcome.ok) {
-        std::fprintf(stderr, "zuv_hidl: %s::%s failed: %s\n", iface.name.c_str(), op.name.c_str(),
-                     outcome.status.c_str());
+        const std::string why = whyCallFailed(pid, outcome.status);
+        std::fprintf(stderr, "zuv_hidl: %s::%s failed: %s%s%s\n", iface.name.c_str(),
+                     op.name.c_str(), outcome.status.c_str(), why.empty() ? "" : ": ", why.c_str());
         return kCallFailed;
     }
     json out = {{"operation", op.name}, {"shape", op.shape}, {"result", outcome.result}};
@@ -178,6 +183,14 @@ int call(const std::string& ifaceName, const std::string& instance, const std::s
 }
 
 volatile sig_atomic_t gStop = 0;
+
+// Ends the watch rather than the process: other recipients of the same
+// death (a recording's death line) still run.
+struct DeathWatch : ::android::hardware::hidl_death_recipient {
+    explicit DeathWatch(const ::android::sp<Watcher>& watcher) : mWatcher(watcher) {}
+    void serviceDied(uint64_t, const ::android::wp<IBase>&) override { mWatcher->serviceDied(); }
+    const ::android::sp<Watcher> mWatcher;
+};
 
 int watch(const std::string& instance, const std::string& opName,
           const std::vector<std::string>& words, size_t count, double timeoutS) {
@@ -195,15 +208,21 @@ int watch(const std::string& instance, const std::string& opName,
     }
     const json args = parseArguments(op, words);
     ::android::hardware::configureRpcThreadpool(2, false);
-    ::android::sp<IBase> service = findService(iface, instance);
+    pid_t pid = -1;
+    ::android::sp<IBase> service = findService(iface, instance, &pid);
+    // The callbacks stop when the service dies; waiting on would only wait.
+    const auto start = Watcher::Clock::now();
+    ::android::sp<Watcher> watcher = new Watcher(start);
+    ::android::sp<DeathWatch> death = new DeathWatch(watcher);
+    (void)service->linkToDeath(death, 0);
 
     signal(SIGINT, [](int) { gStop = 1; });
     signal(SIGTERM, [](int) { gStop = 1; });
-    const auto start = Watcher::Clock::now();
-    ::android::sp<Watcher> watcher = new Watcher(start);
     const Outcome outcome = op.invoke(service, args, watcher);
     if (!outcome.ok) {
-        std::fprintf(stderr, "zuv_hidl: %s failed: %s\n", op.name.c_str(), outcome.status.c_str());
+        const std::string why = whyCallFailed(pid, outcome.status);
+        std::fprintf(stderr, "zuv_hidl: %s failed: %s%s%s\n", op.name.c_str(),
+                     outcome.status.c_str(), why.empty() ? "" : ": ", why.c_str());
         return kCallFailed;
     }
     std::fprintf(stderr, "zuv_hidl: %s returned %s; watching\n", op.name.c_str(),
@@ -212,6 +231,11 @@ int watch(const std::string& instance, const std::string& opName,
                                        std::chrono::duration<double>(timeoutS));
     const bool done = watcher->waitFor(count == 0 ? SIZE_MAX : count, until, &gStop);
     if (gStop) return 130;
+    if (!done && watcher->hasServiceDied()) {
+        std::fprintf(stderr, "zuv_hidl: the service (pid %d) died; no more callbacks will come\n",
+                     pid);
+        return kCallFailed;
+    }
     if (count != 0 && !done) {
         std::fprintf(stderr, "zuv_hidl: fewer than %zu callbacks within %g s\n", count, timeoutS);
         return kCallFailed;

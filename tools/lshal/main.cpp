@@ -2,48 +2,33 @@
 // always had.
 #include <hidl_host/SocketTransport.h>
 
-#include <cstdio>
+#include <CLI/CLI.hpp>
 #include <cstdlib>
 #include <string>
 
 #include "List.h"
 
-namespace {
-
-void usage(FILE* out) {
-    std::fprintf(out,
-                 "usage: zuv_lshal [--runtime-dir DIR] [--ping] [--debug] [--json]\n"
-                 "  --runtime-dir DIR  ask the service manager serving DIR (default: $%s,\n"
-                 "                     else the transport's default)\n"
-                 "  --ping             ping each service; exit 1 when one does not answer\n"
-                 "  --debug            show each service's interface chain and debug info\n"
-                 "  --json             one JSON array instead of the table\n"
-                 "Exits 1 when no zuv_hwservicemanager serves the directory.\n"
-                 "The same as `zuv_hidl list`.\n",
-                 ::android::hardware::host::kRuntimeDirEnvVar);
-}
-
-}  // namespace
-
 int main(int argc, char** argv) {
+    CLI::App app{
+            "zuv_lshal: the services the service manager of a runtime directory knows; the same "
+            "as `zuv_hidl list`.\n"
+            "Exit status: 0 listed, 1 no zuv_hwservicemanager serves the directory or a ping "
+            "failed, 2 usage."};
+    std::string runtimeDir;
     bool ping = false, debug = false, json = false;
-    for (int i = 1; i < argc; ++i) {
-        const std::string arg = argv[i];
-        if (arg == "--runtime-dir" && i + 1 < argc) {
-            setenv(::android::hardware::host::kRuntimeDirEnvVar, argv[++i], 1);
-        } else if (arg == "--ping") {
-            ping = true;
-        } else if (arg == "--debug") {
-            debug = true;
-        } else if (arg == "--json") {
-            json = true;
-        } else if (arg == "--help" || arg == "-h") {
-            usage(stdout);
-            return 0;
-        } else {
-            usage(stderr);
-            return 2;
-        }
+    app.add_option("--runtime-dir", runtimeDir,
+                   std::string("ask the service manager serving DIR (default: $") +
+                           ::android::hardware::host::kRuntimeDirEnvVar +
+                           ", else the transport's default)");
+    app.add_flag("--ping", ping, "ping each service; exit 1 when one does not answer");
+    app.add_flag("--debug", debug, "show each service's interface chain and debug info");
+    app.add_flag("--json", json, "one JSON array instead of the table");
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& e) {
+        return app.exit(e) == 0 ? 0 : 2;
     }
+    if (!runtimeDir.empty())
+        setenv(::android::hardware::host::kRuntimeDirEnvVar, runtimeDir.c_str(), 1);
     return zuv_hidl::runList("zuv_lshal", ping, debug, json);
 }

@@ -11,6 +11,7 @@
 #include <systemd/sd-daemon.h>
 #include <unistd.h>
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
@@ -36,55 +37,6 @@ namespace {
 constexpr size_t kDefaultThreads = 4;
 constexpr long kDefaultCallTimeoutMs = 1000;
 const host::RegistryLimits kDefaults;
-
-void usage(FILE* out) {
-    std::fprintf(out,
-                 "usage: zuv_hwservicemanager [--runtime-dir DIR] [--threads N] [--policy FILE]\n"
-                 "                            [--call-timeout-ms N] [--max-names N]\n"
-                 "                            [--max-listeners N] [--max-name-length N]\n"
-                 "                            [--max-queued-notifications N] [--verbose]\n"
-                 "  --runtime-dir DIR     serve the processes using DIR (default: $%s, else\n"
-                 "                        the transport's default)\n"
-                 "  --threads N           binder threads serving requests (default %zu)\n"
-                 "  --policy FILE         only what FILE allows may be added; one rule a line:\n"
-                 "                          allow UID INTERFACE INSTANCE [EXECUTABLE]\n"
-                 "                        UID a number, a user name or *; the others shell\n"
-                 "                        wildcards; EXECUTABLE is matched against\n"
-                 "                        /proc/PID/exe of the caller; # starts a comment.\n"
-                 "                        Without it every process of the user may add.\n"
-                 "  --call-timeout-ms N   deadline of each call to another process, such as a\n"
-                 "                        notification (default %ld; 0 waits for ever)\n"
-                 "  --max-names N         (interface, instance) entries one process may hold;\n"
-                 "                        a service counts once per interface of its chain\n"
-                 "                        (default $ZUV_HIDL_MAX_NAMES, else %zu)\n"
-                 "  --max-listeners N     notification registrations one process may hold\n"
-                 "                        (default $ZUV_HIDL_MAX_LISTENERS, else %zu)\n"
-                 "  --max-name-length N   bytes of an interface or instance name\n"
-                 "                        (default $ZUV_HIDL_MAX_NAME_LENGTH, else %zu)\n"
-                 "  --max-queued-notifications N\n"
-                 "                        notifications waiting for one process's listeners;\n"
-                 "                        a listener beyond it is dropped\n"
-                 "                        (default $ZUV_HIDL_MAX_QUEUED_NOTIFICATIONS, else %zu)\n"
-                 "  --verbose             report registrations and deaths on stderr\n"
-                 "A name belongs to the process that registered it until that process dies.\n"
-                 "A request beyond a limit is refused with a status naming it; the process\n"
-                 "keeps what it had.\n"
-                 "Prints \"ready\" on stdout once it serves; SIGTERM or SIGINT stops it.\n"
-                 "Started by systemd socket activation, it serves the one listening socket\n"
-                 "handed over instead of making its own.\n",
-                 host::kRuntimeDirEnvVar, kDefaultThreads, kDefaultCallTimeoutMs,
-                 kDefaults.maxNames, kDefaults.maxListeners, kDefaults.maxNameLength,
-                 kDefaults.maxQueuedNotifications);
-}
-
-bool parseNumber(const char* text, long min, long max, long* out) {
-    char* end = nullptr;
-    errno = 0;
-    long n = std::strtol(text, &end, 10);
-    if (errno != 0 || end == text || *end != '\0' || n < min || n > max) return false;
-    *out = n;
-    return true;
-}
 
 // The listening socket systemd handed over, or -1 when started without one.
 // Only a Unix stream socket is of use; anything else is a unit written wrong.
@@ -128,50 +80,69 @@ int main(int argc, char** argv) {
     long callTimeoutMs = kDefaultCallTimeoutMs;
     std::optional<zuv_sm::Policy> policy;
     host::RegistryLimits limits = host::registryLimitsFromEnvironment();
-    const std::pair<const char*, size_t host::RegistryLimits::*> limitOptions[] = {
-            {"--max-names", &host::RegistryLimits::maxNames},
-            {"--max-listeners", &host::RegistryLimits::maxListeners},
-            {"--max-name-length", &host::RegistryLimits::maxNameLength},
-            {"--max-queued-notifications", &host::RegistryLimits::maxQueuedNotifications}};
-    for (int i = 1; i < argc; ++i) {
-        const std::string arg = argv[i];
-        long n = 0;
-        auto limit = std::find_if(std::begin(limitOptions), std::end(limitOptions),
-                                  [&](const auto& o) { return arg == o.first; });
-        if (limit != std::end(limitOptions) && i + 1 < argc) {
-            if (!parseNumber(argv[++i], 1, 1 << 24, &n)) {
-                std::fprintf(stderr, "zuv_hwservicemanager: %s wants 1..16777216\n", limit->first);
-                return 2;
-            }
-            limits.*(limit->second) = static_cast<size_t>(n);
-        } else if (arg == "--runtime-dir" && i + 1 < argc) {
-            setenv(host::kRuntimeDirEnvVar, argv[++i], 1);
-        } else if (arg == "--threads" && i + 1 < argc) {
-            if (!parseNumber(argv[++i], 1, 64, &n)) {
-                std::fprintf(stderr, "zuv_hwservicemanager: --threads wants 1..64\n");
-                return 2;
-            }
-            threads = static_cast<size_t>(n);
-        } else if (arg == "--call-timeout-ms" && i + 1 < argc) {
-            if (!parseNumber(argv[++i], 0, 3600 * 1000, &n)) {
-                std::fprintf(stderr, "zuv_hwservicemanager: --call-timeout-ms wants 0..3600000\n");
-                return 2;
-            }
-            callTimeoutMs = n;
-        } else if (arg == "--policy" && i + 1 < argc) {
-            std::string error;
-            policy = zuv_sm::Policy::load(argv[++i], &error);
-            if (!policy) {
-                std::fprintf(stderr, "zuv_hwservicemanager: bad policy: %s\n", error.c_str());
-                return 2;
-            }
-        } else if (arg == "--verbose") {
-            setenv(host::kDebugEnvVar, "1", 1);
-        } else if (arg == "--help" || arg == "-h") {
-            usage(stdout);
-            return 0;
-        } else {
-            usage(stderr);
+    std::string runtimeDir, policyFile;
+    bool verbose = false;
+
+    CLI::App app{
+            "zuv_hwservicemanager: the service manager of the processes of one runtime "
+            "directory.\n"
+            "A name belongs to the process that registered it until that process dies. A "
+            "request beyond a limit is refused with a status naming it; the process keeps "
+            "what it had.\n"
+            "Prints \"ready\" on stdout once it serves; SIGTERM or SIGINT stops it. Started by "
+            "systemd socket activation, it serves the one listening socket handed over instead "
+            "of making its own.\n"
+            "Exit status: 0 stopped by a signal, 1 cannot serve, 2 usage or a bad policy."};
+    app.add_option("--runtime-dir", runtimeDir,
+                   std::string("serve the processes using DIR (default: $") +
+                           host::kRuntimeDirEnvVar + ", else the transport's default)");
+    app.add_option("--threads", threads, "binder threads serving requests")
+            ->capture_default_str()
+            ->check(CLI::Range(1, 64));
+    app.add_option("--policy", policyFile,
+                   "only what FILE allows may be added; one rule a line: allow UID INTERFACE "
+                   "INSTANCE [EXECUTABLE]. UID a number, a user name or *; the others shell "
+                   "wildcards; EXECUTABLE is matched against /proc/PID/exe of the caller; # starts "
+                   "a comment. Without it every process of the user may add.");
+    app.add_option("--call-timeout-ms", callTimeoutMs,
+                   "deadline of each call to another process, such as a notification (0 waits "
+                   "for ever)")
+            ->capture_default_str()
+            ->check(CLI::Range(0L, 3600L * 1000));
+    const CLI::Range limitRange(1, 1 << 24);
+    app.add_option("--max-names", limits.maxNames,
+                   "(interface, instance) entries one process may hold; a service counts once "
+                   "per interface of its chain (default $ZUV_HIDL_MAX_NAMES, else " +
+                           std::to_string(kDefaults.maxNames) + ")")
+            ->check(limitRange);
+    app.add_option("--max-listeners", limits.maxListeners,
+                   "notification registrations one process may hold (default "
+                   "$ZUV_HIDL_MAX_LISTENERS, else " +
+                           std::to_string(kDefaults.maxListeners) + ")")
+            ->check(limitRange);
+    app.add_option("--max-name-length", limits.maxNameLength,
+                   "bytes of an interface or instance name (default $ZUV_HIDL_MAX_NAME_LENGTH, "
+                   "else " +
+                           std::to_string(kDefaults.maxNameLength) + ")")
+            ->check(limitRange);
+    app.add_option("--max-queued-notifications", limits.maxQueuedNotifications,
+                   "notifications waiting for one process's listeners; a listener beyond it is "
+                   "dropped (default $ZUV_HIDL_MAX_QUEUED_NOTIFICATIONS, else " +
+                           std::to_string(kDefaults.maxQueuedNotifications) + ")")
+            ->check(limitRange);
+    app.add_flag("--verbose", verbose, "report registrations and deaths on stderr");
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& e) {
+        return app.exit(e) == 0 ? 0 : 2;
+    }
+    if (!runtimeDir.empty()) setenv(host::kRuntimeDirEnvVar, runtimeDir.c_str(), 1);
+    if (verbose) setenv(host::kDebugEnvVar, "1", 1);
+    if (!policyFile.empty()) {
+        std::string error;
+        policy = zuv_sm::Policy::load(policyFile, &error);
+        if (!policy) {
+            std::fprintf(stderr, "zuv_hwservicemanager: bad policy: %s\n", error.c_str());
             return 2;
         }
     }

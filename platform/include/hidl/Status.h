@@ -15,7 +15,7 @@ namespace android {
 namespace hardware {
 
 class Status final {
-public:
+  public:
     // Exception codes as the platform defines them.
     enum Exception : int32_t {
         EX_NONE = 0,
@@ -61,7 +61,7 @@ public:
     // message.
     std::string description() const;
 
-private:
+  private:
     Status(int32_t exceptionCode, int32_t errorCode);
     Status(int32_t exceptionCode, int32_t errorCode, const char* message);
 
@@ -82,7 +82,7 @@ namespace details {
 
 // The status part of every Return; remembers whether anyone looked at it.
 class return_status {
-public:
+  public:
     return_status() = default;
     return_status(const Status& s) : mStatus(s) {}  // NOLINT(google-explicit-constructor)
 
@@ -129,18 +129,29 @@ public:
     // Keeps the process alive when the status is dropped on purpose.
     void setChecked() const { mCheckedStatus = true; }
 
-private:
+    // The call that made this status (static strings), named when an
+    // unchecked failure ends the process.
+    void setOrigin(const char* interfaceName, const char* method) {
+        mInterface = interfaceName;
+        mMethod = method;
+    }
+
+  private:
+    [[noreturn]] void fatal(const char* what) const;
+
     Status mStatus{};
     mutable bool mCheckedStatus = false;
+    const char* mInterface = nullptr;
+    const char* mMethod = nullptr;
 };
 
 }  // namespace details
 
 template <typename T>
 class Return : public details::return_status {
-public:
+  public:
     Return(T v) : details::return_status(), mVal{std::move(v)} {}  // NOLINT
-    Return(Status s) : details::return_status(s), mVal{} {}         // NOLINT
+    Return(Status s) : details::return_status(s), mVal{} {}        // NOLINT
 
     Return(Return&& other) = default;
     Return& operator=(Return&& other) = default;
@@ -153,13 +164,13 @@ public:
 
     T withDefault(T t) const { return isOk() ? mVal : t; }
 
-private:
+  private:
     T mVal;
 };
 
 template <>
 class Return<void> : public details::return_status {
-public:
+  public:
     Return() : details::return_status() {}
     Return(const Status& s) : details::return_status(s) {}  // NOLINT
 

@@ -1,3 +1,4 @@
+#include <hidl_host/Fatal.h>
 #include <hwbinder/Binder.h>
 #include <hwbinder/Parcel.h>
 #include <log/log.h>
@@ -93,18 +94,19 @@ int BHwBinder::getMinSchedulingPriority() {
 }
 
 void BHwBinder::setMinSchedulingPolicy(int policy, int priority) {
+    // host::fatal rather than LOG_ALWAYS_FATAL, which prints its message twice on a host.
     switch (policy) {
         case SCHED_OTHER:
-            LOG_ALWAYS_FATAL_IF(priority < -20 || priority > 19,
-                                "Invalid priority for SCHED_OTHER: %d", priority);
+            if (priority < -20 || priority > 19)
+                host::fatal("HwBinder", "Invalid priority for SCHED_OTHER: %d", priority);
             break;
         case SCHED_RR:
         case SCHED_FIFO:
-            LOG_ALWAYS_FATAL_IF(priority < 1 || priority > 99, "Invalid priority for sched %d: %d",
-                                policy, priority);
+            if (priority < 1 || priority > 99)
+                host::fatal("HwBinder", "Invalid priority for sched %d: %d", policy, priority);
             break;
         default:
-            LOG_ALWAYS_FATAL("Unrecognized scheduling policy: %d", policy);
+            host::fatal("HwBinder", "Unrecognized scheduling policy: %d", policy);
     }
     mSchedPolicy = policy;
     mSchedPriority = priority;

@@ -17,6 +17,8 @@
 #include <cstring>
 #include <mutex>
 #include <optional>
+#include <set>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -429,6 +431,46 @@ sp<IServiceManager> getPassthroughServiceManager() {
     return sm;
 }
 
+namespace {
+
+// A null getService is otherwise silent: say once per name what was waited
+// for, where, how long and what to do.
+void sayGaveUp(const sp<IServiceManager>& sm, const std::string& descriptor,
+               const std::string& instance, std::chrono::milliseconds timeout) {
+    static std::mutex lock;
+    static std::set<std::string> told;
+    {
+        std::lock_guard<std::mutex> guard(lock);
+        if (!told.insert(descriptor + "/" + instance).second) return;
+    }
+    const std::string dir = host::runtimeDirectory();
+    std::string where;
+    if (sm == nullptr) {
+        where = "no service manager at " + dir + " (" + noDaemonCause(dir) + ")";
+    } else if (dynamic_cast<details::InProcessServiceManager*>(sm.get()) != nullptr) {
+        where = "this process's own registry (no daemon serves " + dir + "; " +
+                host::kServiceManagerEnvVar + " chooses)";
+    } else {
+        where = "the service manager at " + dir + "/hwservicemanager.sock";
+    }
+    fprintf(stderr,
+            "hidl: getService gave up on %s/%s after %lld ms (%s) in %s; start the service "
+            "that registers it, check the instance name (`zuv_hidl list` shows what is "
+            "registered), or wait longer with %s\n",
+            descriptor.c_str(), instance.c_str(), static_cast<long long>(timeout.count()),
+            host::kGetServiceTimeoutEnvVar, where.c_str(), host::kGetServiceTimeoutEnvVar);
+}
+
+// The settings a lookup or registration reads later, read when the process
+// first uses the registry, so a bad value is reported then and not only when a
+// lookup happens to wait.
+void readRegistrySettingsOnce() {
+    static std::once_flag once;
+    std::call_once(once, [] { (void)host::getGetServiceTimeout(); });
+}
+
+}  // namespace
+
 namespace details {
 
 sp<IBase> getRawServiceInternal(const std::string& descriptor, const std::string& instance,
@@ -443,6 +485,7 @@ sp<IBase> getRawServiceInternal(const std::string& descriptor, const std::string
         return stub;
     }
 
+    readRegistrySettingsOnce();
     auto lookup = [&](const sp<IServiceManager>& sm) -> sp<IBase> {
         if (sm == nullptr) return nullptr;
         Return<sp<IBase>> ret = sm->get(descriptor, instance);
@@ -491,12 +534,14 @@ sp<IBase> getRawServiceInternal(const std::string& descriptor, const std::string
     }
     if (base == nullptr) {
         ZUV_REGISTRY_DEBUG("gave up on %s/%s", descriptor.c_str(), instance.c_str());
+        sayGaveUp(sm, descriptor, instance, timeout);
     }
     return base;
 }
 
 status_t registerAsServiceInternal(const sp<IBase>& service, const std::string& name) {
     if (service == nullptr) return UNEXPECTED_NULL;
+    readRegistrySettingsOnce();
     sp<IServiceManager> sm = defaultServiceManager();
     if (sm == nullptr) {
         const std::string dir = host::runtimeDirectory();
@@ -506,6 +551,10 @@ status_t registerAsServiceInternal(const sp<IBase>& service, const std::string& 
     }
     Return<bool> ret = sm->add(name, service);
     if (!ret.isOk()) {
+        // The daemon's reason (ownership, policy, a limit) would otherwise be
+        // only in its own log; the status_t returned cannot carry it.
+        fprintf(stderr, "hidl: cannot register \"%s\": %s\n", name.c_str(),
+                ret.description().c_str());
         if (ret.getStatus().exceptionCode() == Status::EX_SECURITY) return PERMISSION_DENIED;
         status_t err = ret.getStatus().transactionError();
         return err != OK ? err : UNKNOWN_ERROR;

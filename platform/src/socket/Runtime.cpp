@@ -20,6 +20,7 @@
 #include "socket/Events.h"
 #include "socket/RuntimeDir.h"
 #include "socket/SharedRegion.h"
+#include "trace/TraceRecorder.h"
 
 namespace android {
 namespace hardware {
@@ -149,6 +150,7 @@ void Runtime::peerExited(pid_t pid) {
             armTimerLocked();
         }
     }
+    tracing::recordPeerDeath(pid);
     for (const sp<BpHwBinder>& proxy : obituaries) proxy->sendObituary();
 }
 

@@ -1,9 +1,14 @@
 #include "trace/TraceRecorder.h"
 
+#include <fcntl.h>
+#include <hidl/Status.h>
 #include <hidl_host/Instrumentation.h>
 #include <hidl_host/Settings.h>
 #include <hidl_host/TraceExport.h>
+#include <hidl_host/frame/Trace.h>
+#include <poll.h>
 #include <pthread.h>
+#include <signal.h>
 #include <sys/syscall.h>
 #include <time.h>
 #include <unistd.h>
@@ -20,6 +25,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <unordered_map>
 #include <vector>
 
@@ -33,6 +39,11 @@ using details::InstrumentationEvent;
 // Event kinds beyond the instrumentation events.
 constexpr uint8_t kSectionBegin = 0xfe;
 constexpr uint8_t kSectionEnd = 0xff;
+// How the client call the thread is making ended; a failed one, which
+// reports no exit, ends its slice.
+constexpr uint8_t kCallOutcome = 0xfd;
+// A peer process died (an instant event; `exception` holds its pid).
+constexpr uint8_t kPeerDied = 0xfc;
 
 // What one call site names; interned once, never freed, so events hold a
 // pointer only.
@@ -47,7 +58,9 @@ struct Event {
     uint64_t ns;
     int32_t tid;
     uint8_t kind;
-    const Names* names;  // null for a section end
+    const Names* names;     // null for a section end, an outcome or a death
+    int32_t exception = 0;  // of an outcome
+    int32_t error = 0;
 };
 
 uint64_t nowNs() {
@@ -87,14 +100,14 @@ class Recorder {
     // Bumped in a forked child, where every cached thread id is stale.
     std::atomic<uint32_t> generation{1};
 
-    void record(uint8_t kind, const Names* names) {
+    void record(uint8_t kind, const Names* names, int32_t exception = 0, int32_t error = 0) {
         const uint64_t ns = nowNs();
         const int32_t tid = currentTid();
         std::lock_guard<std::mutex> lock(mLock);
         if (mEvents.size() < mCapacity) {
-            mEvents.push_back({ns, tid, kind, names});
+            mEvents.push_back({ns, tid, kind, names, exception, error});
         } else {
-            mEvents[mHead] = {ns, tid, kind, names};
+            mEvents[mHead] = {ns, tid, kind, names, exception, error};
             mHead = (mHead + 1) % mCapacity;
             ++mDropped;
         }
@@ -301,6 +314,12 @@ const char* sideOf(uint8_t kind) {
 bool isSection(uint8_t kind) {
     return kind == kSectionBegin || kind == kSectionEnd;
 }
+
+std::string outcomeText(const Event& e) {
+    if (e.exception == Status::EX_NONE) return "OK";
+    if (e.exception == Status::EX_TRANSACTION_FAILED) return statusToString(e.error);
+    return Status::exceptionToString(e.exception);
+}
 // Instrumentation entries are the even events, exits the odd ones.
 bool isBegin(uint8_t kind) {
     return isSection(kind) ? kind == kSectionBegin : (kind % 2) == 0;
@@ -339,8 +358,26 @@ std::string Recorder::json() {
     auto samePair = [&](size_t b, size_t e) {
         return events[b].names == events[e].names && events[b].kind + 1 == events[e].kind;
     };
+    // The outcome event that goes with an end (or is the end itself).
+    std::vector<size_t> outcome(events.size(), SIZE_MAX);
+    std::map<int32_t, size_t> lastEnd;
     for (size_t i = 0; i < events.size(); ++i) {
         const Event& e = events[i];
+        if (e.kind == kPeerDied) continue;
+        if (e.kind == kCallOutcome) {
+            auto& own = calls[e.tid];
+            if (e.exception != Status::EX_NONE && !own.empty() &&
+                events[own.back()].kind == InstrumentationEvent::CLIENT_API_ENTRY) {
+                partner[i] = own.back();
+                own.pop_back();
+                role[i] = Role::kEnd;
+                outcome[i] = i;
+            } else if (auto end = lastEnd.find(e.tid); end != lastEnd.end()) {
+                outcome[end->second] = i;
+                lastEnd.erase(end);
+            }
+            continue;
+        }
         auto& stacks = isSection(e.kind) ? sections : calls;
         auto& own = stacks[e.tid];
         if (isBegin(e.kind)) {
@@ -362,6 +399,7 @@ std::string Recorder::json() {
             partner[i] = own.back();
             own.pop_back();
             role[i] = Role::kEnd;
+            lastEnd[e.tid] = i;
             continue;
         }
         // Begun on another thread: the most recent open begin of the pair.
@@ -379,7 +417,10 @@ std::string Recorder::json() {
             }
             if (found) break;
         }
-        if (!found) ++unmatched;
+        if (!found) {
+            ++unmatched;
+            lastEnd.erase(e.tid);  // an outcome that follows is not the previous call's
+        }
     }
 
     std::string out;
@@ -403,8 +444,19 @@ std::string Recorder::json() {
 
     char ts[48];
     for (size_t i = 0; i < events.size(); ++i) {
-        if (role[i] == Role::kSkip) continue;
         const Event& e = events[i];
+        if (e.kind == kPeerDied) {
+            open();
+            std::snprintf(ts, sizeof(ts), "%" PRIu64 ".%03u", e.ns / 1000,
+                          static_cast<unsigned>(e.ns % 1000));
+            out.append("{\"name\":\"peer pid ").append(std::to_string(e.exception));
+            out.append(" died\",\"cat\":\"hidl\",\"ph\":\"i\",\"s\":\"p\",\"ts\":").append(ts);
+            out.append(",\"pid\":").append(std::to_string(pid));
+            out.append(",\"tid\":").append(std::to_string(e.tid));
+            out.append(",\"args\":{\"peer\":").append(std::to_string(e.exception)).append("}}");
+            continue;
+        }
+        if (role[i] == Role::kSkip) continue;
         const Event& named =
                 role[i] == Role::kEnd || role[i] == Role::kAsyncEnd ? events[partner[i]] : e;
         const bool section = isSection(e.kind);
@@ -446,6 +498,11 @@ std::string Recorder::json() {
             appendEscaped(&out, package);
             out.append("\"}");
         }
+        if (outcome[i] != SIZE_MAX) {
+            out.append(",\"args\":{\"status\":\"");
+            appendEscaped(&out, outcomeText(events[outcome[i]]));
+            out.append("\"}");
+        }
         out.append("}");
     }
     out.append("\n],\"displayTimeUnit\":\"ns\",\"otherData\":{");
@@ -483,6 +540,72 @@ void writeAtExit() {
     }
 }
 
+// A process traced from the environment that SIGTERM or SIGINT ends still
+// leaves its trace. The file cannot be written from a signal handler (it is
+// built with allocations and locks), so the handler asks a thread of the
+// recorder's own to write it, waits for that (at most kFlushWaitMs), then
+// restores the default action and raises the signal again, so the process
+// ends as it would have; the interrupted thread never resumes. The handlers
+// are installed only where the action is still the default: an application's
+// own handler, installed before or after, is left alone and stays in charge
+// (it calls flushTrace itself).
+int gSignalPipe[2] = {-1, -1};   // handler -> flushing thread: the signal
+int gFlushedPipe[2] = {-1, -1};  // closed once the trace is written
+constexpr int kFlushedSignals[] = {SIGTERM, SIGINT};
+constexpr int kFlushWaitMs = 5000;
+
+void onTerminatingSignal(int sig) {
+    const unsigned char byte = static_cast<unsigned char>(sig);
+    if (write(gSignalPipe[1], &byte, 1) == 1) {
+        pollfd flushed{gFlushedPipe[0], POLLIN, 0};
+        while (poll(&flushed, 1, kFlushWaitMs) < 0 && errno == EINTR) {
+        }
+    }
+    struct sigaction standard {};
+    standard.sa_handler = SIG_DFL;
+    sigemptyset(&standard.sa_mask);
+    sigaction(sig, &standard, nullptr);
+    raise(sig);  // blocked while this handler runs; delivered as it returns
+}
+
+bool handlerIsOurs(int sig) {
+    struct sigaction current {};
+    return sigaction(sig, nullptr, &current) == 0 && current.sa_handler == onTerminatingSignal;
+}
+
+void flushOnTerminatingSignals() {
+    if (pipe2(gSignalPipe, O_CLOEXEC) != 0) return;
+    if (pipe2(gFlushedPipe, O_CLOEXEC) != 0) return;
+    // A forked child has no flushing thread: it ends on the signal as usual.
+    pthread_atfork(nullptr, nullptr, [] {
+        for (int sig : kFlushedSignals) {
+            if (handlerIsOurs(sig)) signal(sig, SIG_DFL);
+        }
+    });
+    // The thread blocks every signal, so an application that takes its
+    // signals with sigwait still gets them.
+    sigset_t all, previous;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &previous);
+    std::thread([] {
+        unsigned char sig = 0;
+        while (read(gSignalPipe[0], &sig, 1) < 0 && errno == EINTR) {
+        }
+        writeAtExit();
+        close(gFlushedPipe[1]);  // wakes every handler waiting
+    }).detach();
+    pthread_sigmask(SIG_SETMASK, &previous, nullptr);
+    for (int sig : kFlushedSignals) {
+        struct sigaction current {};
+        if (sigaction(sig, nullptr, &current) != 0 || current.sa_handler != SIG_DFL) continue;
+        struct sigaction action {};
+        action.sa_handler = onTerminatingSignal;
+        sigemptyset(&action.sa_mask);
+        for (int other : kFlushedSignals) sigaddset(&action.sa_mask, other);
+        sigaction(sig, &action, nullptr);
+    }
+}
+
 }  // namespace
 
 namespace tracing {
@@ -494,6 +617,7 @@ bool claimInstallFromEnvironment() {
     if (r.installed.exchange(true)) return false;
     r.recording = true;
     std::atexit(writeAtExit);
+    flushOnTerminatingSignals();
     return true;
 }
 
@@ -503,7 +627,22 @@ details::InstrumentationCallback recorderCallback() {
               std::vector<void*>*) { recordCall(event, package, version, interface, method); };
 }
 
+void recordPeerDeath(int32_t pid) {
+    Recorder& r = Recorder::instance();
+    if (r.recording.load(std::memory_order_relaxed)) r.record(kPeerDied, nullptr, pid);
+}
+
 }  // namespace tracing
+
+namespace frame {
+
+void recordCallOutcome(const Status& outcome) {
+    Recorder& r = Recorder::instance();
+    if (!r.recording.load(std::memory_order_relaxed)) return;
+    r.record(kCallOutcome, nullptr, outcome.exceptionCode(), outcome.transactionError());
+}
+
+}  // namespace frame
 
 namespace host {
 

@@ -14,6 +14,8 @@ namespace tracing {
 bool claimInstallFromEnvironment();
 
 details::InstrumentationCallback recorderCallback();
+// An instant event in the trace being recorded: process `pid`, a peer, died.
+void recordPeerDeath(int32_t pid);
 
 }  // namespace tracing
 }  // namespace hardware

@@ -84,21 +84,21 @@ class Client {
             if (err == OK) err = ::android::hardware::readFromParcel(&status, reply);
             if (err == OK && !status.isOk()) {
                 observed.end(status);
-                traceEndAfter(reply, request);
-                return status;
+                traceEndAfter(reply, request, status);
+                return named<T>(status);
             }
             if (err == OK) err = Codec<T>::read(reply, &value);
             if (err != OK) {
                 status.setFromStatusT(err);
                 observed.end(status);
-                traceEndAfter(reply, request);
-                return status;
+                traceEndAfter(reply, request, status);
+                return named<T>(status);
             }
         }
         instrumentation.report<Info>(InstrumentationEvent::CLIENT_API_EXIT, Op::kName, value);
         observed.result(value);
         observed.end(status);
-        traceEnd();
+        traceEnd(status);
         return value;
     }
 
@@ -120,20 +120,20 @@ class Client {
                 err = ::android::hardware::readFromParcel(&status, reply);
                 if (err == OK && !status.isOk()) {
                     observed.end(status);
-                    traceEndAfter(reply, request);
-                    return status;
+                    traceEndAfter(reply, request, status);
+                    return named<void>(status);
                 }
             }
             if (err != OK) {
                 status.setFromStatusT(err);
                 observed.end(status);
-                traceEndAfter(reply, request);
-                return status;
+                traceEndAfter(reply, request, status);
+                return named<void>(status);
             }
         }
         instrumentation.report<Info>(InstrumentationEvent::CLIENT_API_EXIT, Op::kName);
         observed.end(status);
-        traceEnd();
+        traceEnd(status);
         return Status::ok();
     }
 
@@ -183,21 +183,29 @@ class Client {
             if (err != OK) {
                 status.setFromStatusT(err);
                 observed.end(status);
-                traceEndAfter(reply, request);
-                return status;
+                traceEndAfter(reply, request, status);
+                return named<void>(status);
             }
         }
         (void)pendingError;
         observed.end(status);
-        traceEnd();
-        return status;
+        traceEnd(status);
+        return named<void>(status);
     }
 
     // Every way out destroys the parcels before the trace section ends.
-    static void traceEndAfter(Parcel& reply, Parcel& request) {
+    static void traceEndAfter(Parcel& reply, Parcel& request, const Status& outcome) {
         reply.freeData();
         request.freeData();
-        traceEnd();
+        traceEnd(outcome);
+    }
+
+    // A failure names this operation if it ends the process unchecked.
+    template <typename T>
+    static Return<T> named(const Status& status) {
+        Return<T> ret(status);
+        ret.setOrigin(Info::kShortName, Op::kName);
+        return ret;
     }
 };
 

@@ -7,6 +7,7 @@
 #include <android/hidl/base/1.0/BnHwBase.h>
 #include <hidl/HidlBinderSupport.h>
 #include <hidl/Status.h>
+#include <hidl_host/Fatal.h>
 #include <hidl_host/frame/CallObserver.h>
 #include <hidl_host/frame/Codec.h>
 #include <hidl_host/frame/Instrumentation.h>
@@ -131,8 +132,8 @@ class Server {
             Return<void> ret = (target->*Op::kMember)(
                     arg<I>(held)..., ResultCallback([&](const Result& result) {
                         if (called) {
-                            __android_log_assert(
-                                    nullptr, Info::kLogTag,
+                            ::android::hardware::host::fatal(
+                                    Info::kLogTag,
                                     "%s: _hidl_cb called a second time, but must be called once.",
                                     Op::kName);
                         }
@@ -152,9 +153,9 @@ class Server {
             }
             ret.assertOk();
             if (!called) {
-                __android_log_assert(nullptr, Info::kLogTag,
-                                     "%s: _hidl_cb not called, but must be called once.",
-                                     Op::kName);
+                ::android::hardware::host::fatal(
+                        Info::kLogTag, "%s: _hidl_cb not called, but must be called once.",
+                        Op::kName);
             }
             return err;
         } else {

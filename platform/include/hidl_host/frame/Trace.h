@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cutils/trace.h>
+#include <hidl/Status.h>
 
 #include <string>
 
@@ -42,6 +43,16 @@ inline void traceBegin(const char* interfaceName, const char* method, const char
 
 inline void traceEnd() {
     if (hwTraceEnabled()) atrace_end_body();
+}
+
+// Records how the call this thread is making ended (OK, the transport's
+// error or the exception) when a trace is being recorded; a failed call,
+// which reports no exit, ends its slice here.
+void recordCallOutcome(const Status& outcome);
+
+inline void traceEnd(const Status& outcome) {
+    traceEnd();
+    recordCallOutcome(outcome);
 }
 
 }  // namespace frame
