@@ -178,12 +178,12 @@ class StandInCore : public IType {
             return localWithCallback<M>(std::make_index_sequence<sizeof...(P) - 1>(),
                                         std::tie(p...));
         } else if constexpr (std::is_void<R>::value) {
-            const StandInAnswer answer = ask<M>(p...);
+            const StandInAnswer answer = askLocal<M>(p...);
             if (!answer.failure.empty() && M::kShape != Shape::kOneway)
                 return Return<void>(failureStatus(answer));
             return Return<void>();
         } else {
-            const StandInAnswer answer = ask<M>(p...);
+            const StandInAnswer answer = askLocal<M>(p...);
             if (!answer.failure.empty()) return Return<R>(failureStatus(answer));
             R r;
             if (!resultFrom(answer, &r))
@@ -193,9 +193,17 @@ class StandInCore : public IType {
     }
 
   private:
+    // In this process the answer is given when the handler returns.
+    template <typename M, typename... Values>
+    StandInAnswer askLocal(const Values&... values) const {
+        StandInAnswer answer = ask<M>(values...);
+        if (answer.afterReply) answer.afterReply();
+        return answer;
+    }
+
     template <typename M, size_t... I, typename Tuple>
     Return<void> localWithCallback(std::index_sequence<I...>, const Tuple& all) {
-        const StandInAnswer answer = ask<M>(std::get<I>(all)...);
+        const StandInAnswer answer = askLocal<M>(std::get<I>(all)...);
         if (!answer.failure.empty()) return Return<void>(failureStatus(answer));
         typename ResultType<M>::type r;
         if (!resultFrom(answer, &r)) return Return<void>(Status::fromStatusT(::android::BAD_VALUE));
@@ -219,12 +227,24 @@ status_t serveWith(StandInCore<typename M::Interface>* core, const Parcel& data,
     if (err != ::android::OK) return err;
     const StandInAnswer answer =
             core->template ask<M>(Codec<ArgType<M, I>>::get(std::get<I>(held))...);
-    if (M::kShape == Shape::kOneway) return ::android::OK;
-    if (!answer.failure.empty())
-        return ::android::hardware::writeToParcel(failureStatus(answer), reply);
+    const auto after = [&answer] {
+        if (answer.afterReply) answer.afterReply();
+    };
+    if (M::kShape == Shape::kOneway) {
+        after();
+        return ::android::OK;
+    }
+    if (!answer.failure.empty()) {
+        err = ::android::hardware::writeToParcel(failureStatus(answer), reply);
+        if (err == ::android::OK && callback) callback(*reply);
+        after();
+        return err;
+    }
     using R = typename ResultType<M>::type;
+    // The reply points into the result (strings, vectors): it must live
+    // until the reply is sent.
+    std::conditional_t<std::is_void<R>::value, int, R> r{};
     if constexpr (!std::is_void<R>::value) {
-        R r;
         if (!core->resultFrom(answer, &r)) return ::android::BAD_VALUE;
         ::android::hardware::writeToParcel(Status::ok(), reply);
         err = Codec<R>::write(reply, r);
@@ -235,6 +255,7 @@ status_t serveWith(StandInCore<typename M::Interface>* core, const Parcel& data,
     // Sent now rather than when the handler's thread unwinds, so the caller
     // has its answer before anything the handler's process does next.
     if (callback) callback(*reply);
+    after();
     return ::android::OK;
 }
 

@@ -20,6 +20,7 @@
 #include <string>
 #include <vector>
 
+#include "Command.h"
 #include "List.h"
 #include "Timeline.h"
 #include "Watcher.h"
@@ -307,6 +308,8 @@ int main(int argc, char** argv) {
             ->check(CLI::ExistingFile);
     timelineCmd->add_option("-o,--output", output, "the HTML file to write")->required();
 
+    const std::vector<Command> commands = {addReplayCommand(app), addMockCommand(app)};
+
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
@@ -328,6 +331,8 @@ int main(int argc, char** argv) {
         if (callCmd->parsed()) leave(call(ifaceName, instance, opName, words));
         if (watchCmd->parsed()) leave(watch(instance, opName, words, count, timeoutS));
         if (timelineCmd->parsed()) return timeline(traces, output);
+        for (const Command& c : commands)
+            if (c.app->parsed()) leave(c.run());
     } catch (const UsageError& e) {
         std::fprintf(stderr, "zuv_hidl: %s\n", e.what());
         return kUsage;

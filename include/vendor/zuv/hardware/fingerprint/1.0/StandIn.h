@@ -45,6 +45,10 @@ struct StandInAnswer {
     json result;          // the result's value; null is its type's zero value
     std::string failure;  // empty: OK; else a status (DEAD_OBJECT) or exception (EX_ILLEGAL_STATE)
     std::string message;  // an exception's text
+    // Runs once the answer is on its way to another process's caller (for a
+    // transport status, just before), or as an in-process call returns; e.g.
+    // to end the process after it.
+    std::function<void()> afterReply;
 };
 
 using StandInHandler = std::function<StandInAnswer(const StandInCall&)>;
