@@ -7,6 +7,7 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
@@ -199,7 +200,12 @@ class Mock {
         }
         if (auto it = mAfter.find(match.seq); it != mAfter.end()) {
             std::lock_guard<std::mutex> lock(mLock);
-            for (const RecordedEvent* e : it->second) mDue.push({offset(*e), e});
+            // Never before one already due: calls that come faster than
+            // recorded still see their calls back in the recorded order.
+            for (const RecordedEvent* e : it->second) {
+                mLastDue = std::max(mLastDue, offset(*e));
+                mDue.push({mLastDue, e});
+            }
             mDueChanged.notify_all();
         }
     }
@@ -251,6 +257,7 @@ class Mock {
     std::set<uint64_t> mUsed;
     std::map<std::string, sp<IBase>> mBound;  // reference -> the client's object
     std::priority_queue<Pending> mDue;
+    Clock::time_point mLastDue;
     std::condition_variable mDueChanged;
 };
 
