@@ -147,6 +147,30 @@ Outcome invoke(typename M::Interface* service, const json& args, const sp<Callba
     return out;
 }
 
+template <typename T>
+struct IsInterfaceRef : std::false_type {};
+template <typename IType>
+struct IsInterfaceRef<sp<IType>> : std::true_type {};
+
+template <typename T>
+json valueJson(const T& value, const ObjectNamer& name) {
+    if constexpr (IsInterfaceRef<T>::value) {
+        return name(value.get(), typeName<T>());
+    } else {
+        return JsonCodec<T>::to(value);
+    }
+}
+
+template <typename M, size_t... I>
+json argsJson(const void* const* args, const ObjectNamer& name, std::index_sequence<I...>) {
+    using Tuple = typename M::Traits::ParamTuple;
+    json out = json::object();
+    ((out[M::kParamNames[I]] =
+              valueJson(*static_cast<const std::tuple_element_t<I, Tuple>*>(args[I]), name)),
+     ...);
+    return out;
+}
+
 template <typename M>
 Operation operation() {
     constexpr size_t kAll = M::Traits::kParamCount;
@@ -160,9 +184,15 @@ Operation operation() {
     if constexpr (kCallback) {
         using R = typename frame::CallbackTraits<typename M::Traits::LastParam>::Result;
         op.result = Param{M::kParamNames[kAll - 1], typeName<R>()};
+        op.resultToJson = [](const void* v) { return JsonCodec<R>::to(*static_cast<const R*>(v)); };
     } else if constexpr (M::kShape == frame::Shape::kDirect) {
-        op.result = Param{"", typeName<typename M::Traits::DirectResult>()};
+        using R = typename M::Traits::DirectResult;
+        op.result = Param{"", typeName<R>()};
+        op.resultToJson = [](const void* v) { return JsonCodec<R>::to(*static_cast<const R*>(v)); };
     }
+    op.argsToJson = [](const void* const* args, const ObjectNamer& name) {
+        return argsJson<M>(args, name, std::make_index_sequence<kIn>());
+    };
     op.invoke = [](const sp<IBase>& service, const json& args, const sp<Callback>& callback) {
         auto* object = static_cast<typename M::Interface*>(service.get());
         return invoke<M>(object, args, callback, std::make_index_sequence<kIn>());

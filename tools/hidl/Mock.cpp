@@ -357,7 +357,9 @@ int mock(const MockOptions& o) {
             std::make_shared<Mock>(std::move(rec), std::move(faults), o.dieAfter, o.dropCallbacks);
     std::thread([mock] { mock->runScheduler(); }).detach();
 
-    std::vector<sp<IBase>> keep;
+    // Kept to the end: the process leaves with _exit, and releasing a
+    // stand-in a hung call still holds would wait for that call.
+    auto* keep = new std::vector<sp<IBase>>();
     for (const auto& [ref, e] : mock->served()) {
         const std::string instance = o.instance.empty() ? e->instance : o.instance;
         const std::string key = ref;
@@ -374,7 +376,7 @@ int mock(const MockOptions& o) {
         }
         std::printf("zuv_hidl mock: serving %s/%s\n", e->interface->descriptor.c_str(),
                     instance.c_str());
-        keep.push_back(object);
+        keep->push_back(object);
     }
     std::printf("ready\n");
     std::fflush(stdout);

@@ -22,6 +22,7 @@
 
 #include "Command.h"
 #include "List.h"
+#include "Record.h"
 #include "Timeline.h"
 #include "Watcher.h"
 
@@ -308,6 +309,7 @@ int main(int argc, char** argv) {
             ->check(CLI::ExistingFile);
     timelineCmd->add_option("-o,--output", output, "the HTML file to write")->required();
 
+    addRecordCommand(app, argc, argv);
     const std::vector<Command> commands = {addReplayCommand(app), addMockCommand(app)};
 
     try {

@@ -7,6 +7,7 @@
 #include <hidl/HidlSupport.h>
 #include <hidl/ServiceManagement.h>
 #include <hidl/Status.h>
+#include <hidl_host/frame/CallObserver.h>
 #include <utils/Errors.h>
 #include <utils/StrongPointer.h>
 
@@ -83,6 +84,9 @@ sp<IType> getServiceInternal(const std::string& instance, bool retry, bool getSt
     sp<IBase> base = getRawServiceInternal(IType::descriptor, instance, retry, getStub);
     if (base == nullptr) {
         return nullptr;
+    }
+    if (frame::CallObserver* observer = frame::callObserver()) {
+        observer->serviceFound(instance, base.get());
     }
     if (base->isRemote()) {
         return sp<IType>(new BpType(getOrCreateCachedBinder(base.get())));

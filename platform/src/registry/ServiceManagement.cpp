@@ -4,6 +4,7 @@
 #include <hidl_host/ServiceRegistry.h>
 #include <hidl_host/Settings.h>
 #include <hidl_host/SocketTransport.h>
+#include <hidl_host/frame/CallObserver.h>
 #include <hwbinder/BpHwBinder.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -509,7 +510,11 @@ status_t registerAsServiceInternal(const sp<IBase>& service, const std::string& 
         status_t err = ret.getStatus().transactionError();
         return err != OK ? err : UNKNOWN_ERROR;
     }
-    return static_cast<bool>(ret) ? OK : UNKNOWN_ERROR;
+    if (!static_cast<bool>(ret)) return UNKNOWN_ERROR;
+    if (frame::CallObserver* observer = frame::callObserver()) {
+        observer->serviceRegistered(name, service.get());
+    }
+    return OK;
 }
 
 bool debuggable() {

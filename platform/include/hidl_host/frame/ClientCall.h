@@ -5,6 +5,7 @@
 
 #include <hidl/HidlBinderSupport.h>
 #include <hidl/Status.h>
+#include <hidl_host/frame/CallObserver.h>
 #include <hidl_host/frame/Codec.h>
 #include <hidl_host/frame/Instrumentation.h>
 #include <hidl_host/frame/Method.h>
@@ -70,6 +71,8 @@ class Client {
                                                                 const Args&... args) {
         using T = typename Op::Traits::DirectResult;
         const CallInstrumentation instrumentation(instrumentor);
+        ObservedCall observed;
+        observed.beginClient<Op>(self, args...);
         traceBegin(Info::kShortName, Op::kName, "client");
         instrumentation.report<Info>(InstrumentationEvent::CLIENT_API_ENTRY, Op::kName, args...);
         Status status;
@@ -80,17 +83,21 @@ class Client {
             status_t err = send(self, request, &reply, nullptr, args...);
             if (err == OK) err = ::android::hardware::readFromParcel(&status, reply);
             if (err == OK && !status.isOk()) {
+                observed.end(status);
                 traceEndAfter(reply, request);
                 return status;
             }
             if (err == OK) err = Codec<T>::read(reply, &value);
             if (err != OK) {
                 status.setFromStatusT(err);
+                observed.end(status);
                 traceEndAfter(reply, request);
                 return status;
             }
         }
         instrumentation.report<Info>(InstrumentationEvent::CLIENT_API_EXIT, Op::kName, value);
+        observed.result(value);
+        observed.end(status);
         traceEnd();
         return value;
     }
@@ -100,6 +107,8 @@ class Client {
     static Return<void> callNoResult(IInterface* self, HidlInstrumentor* instrumentor,
                                      const Args&... args) {
         const CallInstrumentation instrumentation(instrumentor);
+        ObservedCall observed;
+        observed.beginClient<Op>(self, args...);
         traceBegin(Info::kShortName, Op::kName, "client");
         instrumentation.report<Info>(InstrumentationEvent::CLIENT_API_ENTRY, Op::kName, args...);
         Status status;
@@ -110,17 +119,20 @@ class Client {
             if (err == OK && Op::kShape != Shape::kOneway) {
                 err = ::android::hardware::readFromParcel(&status, reply);
                 if (err == OK && !status.isOk()) {
+                    observed.end(status);
                     traceEndAfter(reply, request);
                     return status;
                 }
             }
             if (err != OK) {
                 status.setFromStatusT(err);
+                observed.end(status);
                 traceEndAfter(reply, request);
                 return status;
             }
         }
         instrumentation.report<Info>(InstrumentationEvent::CLIENT_API_EXIT, Op::kName);
+        observed.end(status);
         traceEnd();
         return Status::ok();
     }
@@ -135,6 +147,8 @@ class Client {
                                          std::index_sequence<I...>) {
         using Result = typename CallbackTraits<Callback>::Result;
         const CallInstrumentation instrumentation(instrumentor);
+        ObservedCall observed;
+        observed.beginClient<Op>(self, std::get<I>(all)...);
         traceBegin(Info::kShortName, Op::kName, "client");
         instrumentation.report<Info>(InstrumentationEvent::CLIENT_API_ENTRY, Op::kName,
                                      std::get<I>(all)...);
@@ -160,6 +174,7 @@ class Client {
                             return;
                         }
                         const Result& result = Codec<Result>::get(held);
+                        observed.result(result);
                         resultCallback(result);
                         instrumentation.report<Info>(InstrumentationEvent::CLIENT_API_EXIT,
                                                      Op::kName, result);
@@ -167,11 +182,13 @@ class Client {
                     std::get<I>(all)...);
             if (err != OK) {
                 status.setFromStatusT(err);
+                observed.end(status);
                 traceEndAfter(reply, request);
                 return status;
             }
         }
         (void)pendingError;
+        observed.end(status);
         traceEnd();
         return status;
     }

@@ -7,6 +7,7 @@
 #include <android/hidl/base/1.0/BnHwBase.h>
 #include <hidl/HidlBinderSupport.h>
 #include <hidl/Status.h>
+#include <hidl_host/frame/CallObserver.h>
 #include <hidl_host/frame/Codec.h>
 #include <hidl_host/frame/Instrumentation.h>
 #include <hidl_host/frame/Method.h>
@@ -102,14 +103,19 @@ class Server {
                            std::index_sequence<I...>) {
         instrumentation.report<Info>(InstrumentationEvent::SERVER_API_ENTRY, Op::kName,
                                      arg<I>(held)...);
+        ObservedCall observed;
+        observed.beginServer<Op>(target, arg<I>(held)...);
         if constexpr (Op::kShape == Shape::kDirect) {
             using T = typename Traits::DirectResult;
             Return<T> ret = (target->*Op::kMember)(arg<I>(held)...);
             if (Info::kRepliesFailures && !ret.isOk()) {
+                observed.end(ret);
                 traceEnd();
                 return replyFailure(ret.getStatus(), reply);
             }
             const T value = ret;  // a failed Return is fatal here
+            observed.result(value);
+            observed.end(ret);
             ::android::hardware::writeToParcel(Status::ok(), reply);
             const status_t err = Codec<T>::write(reply, value);
             traceEnd();
@@ -131,6 +137,7 @@ class Server {
                                     Op::kName);
                         }
                         called = true;
+                        observed.result(result);
                         ::android::hardware::writeToParcel(Status::ok(), reply);
                         err = Codec<Result>::write(reply, result);
                         traceEnd();
@@ -138,6 +145,7 @@ class Server {
                                                      Op::kName, result);
                         if (err == OK && callback) callback(*reply);
                     }));
+            observed.end(ret);
             if (Info::kRepliesFailures && !called && !ret.isOk()) {
                 traceEnd();
                 return replyFailure(ret.getStatus(), reply);
@@ -153,6 +161,7 @@ class Server {
             // No result: the transport sends the reply once the handler is
             // done, even for a oneway transaction that nobody will read.
             Return<void> ret = (target->*Op::kMember)(arg<I>(held)...);
+            observed.end(ret);
             traceEnd();
             instrumentation.report<Info>(InstrumentationEvent::SERVER_API_EXIT, Op::kName);
             if (Info::kRepliesFailures && !ret.isOk()) return replyFailure(ret.getStatus(), reply);

@@ -38,6 +38,10 @@ struct Outcome {
     json result;         // null when the operation has none
 };
 
+// Names an interface object met among a call's values: the JSON standing for
+// `object` (null for none), an object of the interface named `interfaceName`.
+using ObjectNamer = std::function<json(IBase* object, const std::string& interfaceName)>;
+
 struct Operation {
     uint32_t code = 0;
     std::string name;
@@ -51,6 +55,14 @@ struct Operation {
     std::function<Outcome(const sp<IBase>& service, const json& args,
                           const sp<IZuvExtendedFingerprintCallback>& callback)>
             invoke;
+    // The typed values of one call as the runtime holds them (see
+    // hidl_host/frame/CallObserver.h): `args` has the address of each
+    // parameter's value in declaration order, callback objects included and
+    // the result callback left out; the JSON is an object keyed by parameter
+    // name. Interface objects are what `name` makes of them.
+    std::function<json(const void* const* args, const ObjectNamer& name)> argsToJson;
+    // The address of a result of `result.type`; null when there is none.
+    std::function<json(const void* value)> resultToJson;
     size_t argCount() const {
         size_t n = 0;
         for (const Param& p : params) n += p.isCallbackObject ? 0 : 1;
