@@ -6,6 +6,7 @@
 #include <hidl/HidlBinderSupport.h>
 #include <hidl/ServiceManagement.h>
 #include <hidl/Static.h>
+#include <hidl_host/frame/CallObserver.h>
 #include <hidl_host/frame/Codec.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/StandIn.h>
 
@@ -225,16 +226,21 @@ status_t serveWith(StandInCore<typename M::Interface>* core, const Parcel& data,
     ((err == ::android::OK ? (err = Codec<ArgType<M, I>>::read(data, &std::get<I>(held))) : err),
      ...);
     if (err != ::android::OK) return err;
+    // Shown to the process's call observer (the recorder) as any served call.
+    ::android::hardware::frame::ObservedCall observed;
+    observed.beginServer<M>(core, Codec<ArgType<M, I>>::get(std::get<I>(held))...);
     const StandInAnswer answer =
             core->template ask<M>(Codec<ArgType<M, I>>::get(std::get<I>(held))...);
     const auto after = [&answer] {
         if (answer.afterReply) answer.afterReply();
     };
     if (M::kShape == Shape::kOneway) {
+        observed.end(Status::ok());
         after();
         return ::android::OK;
     }
     if (!answer.failure.empty()) {
+        observed.end(failureStatus(answer));
         err = ::android::hardware::writeToParcel(failureStatus(answer), reply);
         if (err == ::android::OK && callback) callback(*reply);
         after();
@@ -245,13 +251,18 @@ status_t serveWith(StandInCore<typename M::Interface>* core, const Parcel& data,
     // until the reply is sent.
     std::conditional_t<std::is_void<R>::value, int, R> r{};
     if constexpr (!std::is_void<R>::value) {
-        if (!core->resultFrom(answer, &r)) return ::android::BAD_VALUE;
+        if (!core->resultFrom(answer, &r)) {
+            observed.end(Status::fromStatusT(::android::BAD_VALUE));
+            return ::android::BAD_VALUE;
+        }
+        observed.result(r);
         ::android::hardware::writeToParcel(Status::ok(), reply);
         err = Codec<R>::write(reply, r);
         if (err != ::android::OK) return err;
     } else {
         ::android::hardware::writeToParcel(Status::ok(), reply);
     }
+    observed.end(Status::ok());
     // Sent now rather than when the handler's thread unwinds, so the caller
     // has its answer before anything the handler's process does next.
     if (callback) callback(*reply);

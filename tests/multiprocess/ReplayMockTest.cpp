@@ -45,6 +45,11 @@ TEST_F(ReplayMockTest, ReplayMatchesTheServiceAndNamesTheOperationThatDiffers) {
     Outcome same = hidl({"replay", kRecording});
     EXPECT_EQ(0, same.exitCode) << joined(same) << same.err;
     EXPECT_THAT(joined(same), HasSubstr("14 calls, 12 calls back compared; 0 differences"));
+    // A session recorded now replays the same.
+    const std::string fresh = mDir.path() + "/fresh.jsonl";
+    ASSERT_EQ(0, hidl({"record", "-o", fresh, "--", ZUV_FINGERPRINT_CLIENT_PATH}).exitCode);
+    Outcome again = hidl({"replay", "--speed", "4", fresh});
+    EXPECT_EQ(0, again.exitCode) << joined(again) << again.err;
     service.reset();
 
     // The same session against a stand-in whose getConfigValue fails: the
