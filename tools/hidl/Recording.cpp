@@ -16,6 +16,10 @@ namespace host = ::android::hardware::host;
 namespace {
 
 constexpr const char* kObjectMarker = "<object>";
+// Far above what a session writes; they keep a broken file from taking the
+// machine's memory.
+constexpr size_t kMaxLineBytes = size_t{16} << 20;
+constexpr size_t kMaxLines = 1000000;
 
 class LineReader {
   public:
@@ -130,6 +134,26 @@ RecordedEvent readEvent(const LineReader& r, const json& j, size_t line) {
     return e;
 }
 
+// A line, or false at the end; a line longer than kMaxLineBytes is refused
+// before it is held whole.
+bool readLine(std::istream& in, std::string* text, const std::string& path, size_t line) {
+    text->clear();
+    char chunk[1 << 16];
+    for (;;) {
+        in.getline(chunk, sizeof chunk);
+        const auto got = static_cast<size_t>(in.gcount());
+        const bool whole = !in.fail();  // the newline was read (or the end reached)
+        text->append(chunk, whole && got > 0 && !in.eof() ? got - 1 : got);
+        if (text->size() > kMaxLineBytes)
+            LineReader(path, line)
+                    .fail("line", "longer than " + std::to_string(kMaxLineBytes >> 20) +
+                                          " MiB; not a line of a recording");
+        if (whole) return got > 0 || !in.eof();
+        if (in.eof()) return !text->empty();
+        in.clear();  // the chunk was full; the line goes on
+    }
+}
+
 }  // namespace
 
 Recording readRecording(const std::string& path) {
@@ -139,9 +163,12 @@ Recording readRecording(const std::string& path) {
     rec.path = path;
     std::string text;
     size_t line = 0;
-    while (std::getline(in, text)) {
+    while (readLine(in, &text, path, line + 1)) {
         ++line;
         const LineReader r(path, line);
+        if (line > kMaxLines)
+            r.fail("line", "more than " + std::to_string(kMaxLines) +
+                                   " lines; cut the recording (head -n) to the session to use");
         if (line > 1 && text.find_first_not_of(" \t\r") == std::string::npos) continue;
         const json j = json::parse(text, nullptr, false);
         if (j.is_discarded() || !j.is_object())
