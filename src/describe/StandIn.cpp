@@ -55,7 +55,6 @@ constexpr Named kTransportStatuses[] = {
         {"PERMISSION_DENIED", ::android::PERMISSION_DENIED},
         {"NO_INIT", ::android::NO_INIT},
         {"ALREADY_EXISTS", ::android::ALREADY_EXISTS},
-        {"BAD_INDEX", ::android::BAD_INDEX},
         {"NOT_ENOUGH_DATA", ::android::NOT_ENOUGH_DATA},
         {"WOULD_BLOCK", ::android::WOULD_BLOCK},
         {"UNKNOWN_TRANSACTION", ::android::UNKNOWN_TRANSACTION},
@@ -74,11 +73,13 @@ constexpr Named kExceptions[] = {
         {"EX_HAS_REPLY_HEADER", Status::EX_HAS_REPLY_HEADER},
 };
 
+// Names as a recording writes them, so statuses compare with recorded ones;
+// a code without a name gets the recorder's catch-all.
 template <size_t N>
-std::string nameOf(const Named (&table)[N], int32_t code, const char* prefix) {
+std::string nameOf(const Named (&table)[N], int32_t code, const char* other) {
     for (const Named& n : table)
         if (n.code == code) return n.name;
-    return std::string(prefix) + std::to_string(code);
+    return other;
 }
 
 Status failureStatus(const StandInAnswer& answer) {
@@ -92,9 +93,9 @@ Status failureStatus(const StandInAnswer& answer) {
 
 void describeStatus(const Status& status, CallOutcome* out) {
     if (status.exceptionCode() == Status::EX_TRANSACTION_FAILED) {
-        out->status = nameOf(kTransportStatuses, status.transactionError(), "STATUS_");
+        out->status = nameOf(kTransportStatuses, status.transactionError(), "UNKNOWN_ERROR");
     } else {
-        out->status = nameOf(kExceptions, status.exceptionCode(), "EX_");
+        out->status = nameOf(kExceptions, status.exceptionCode(), "EX_TRANSACTION_FAILED");
         out->message = status.exceptionMessage();
     }
 }
