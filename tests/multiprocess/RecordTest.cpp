@@ -19,11 +19,12 @@ namespace {
 
 using nlohmann::json;
 
-// Every line of a recording, parsed; a line that is not whole JSON fails.
+// Every whole line of a recording, parsed; a line that is not JSON fails.
+// A last line without its newline is the call a killed process was writing.
 std::vector<json> readRecording(const std::string& path) {
-    const std::string text = fileText(path);
+    std::string text = fileText(path);
     EXPECT_FALSE(text.empty()) << path;
-    EXPECT_EQ('\n', text.empty() ? '\n' : text.back()) << path << " ends inside a line";
+    text.erase(text.find_last_of('\n') + 1);
     std::vector<json> lines;
     std::istringstream in(text);
     std::string line;

@@ -20,6 +20,7 @@
 #include <string>
 #include <vector>
 
+#include "Command.h"
 #include "List.h"
 #include "Reach.h"
 #include "Record.h"
@@ -213,8 +214,6 @@ int watch(const std::string& instance, const std::string& opName,
     // The callbacks stop when the service dies; waiting on would only wait.
     const auto start = Watcher::Clock::now();
     ::android::sp<Watcher> watcher = new Watcher(start);
-    ::android::sp<DeathWatch> death = new DeathWatch(watcher);
-    (void)service->linkToDeath(death, 0);
 
     signal(SIGINT, [](int) { gStop = 1; });
     signal(SIGTERM, [](int) { gStop = 1; });
@@ -227,6 +226,11 @@ int watch(const std::string& instance, const std::string& opName,
     }
     std::fprintf(stderr, "zuv_hidl: %s returned %s; watching\n", op.name.c_str(),
                  outcome.result.dump().c_str());
+    // Linked after the call, so that whoever linked during it (a recording's
+    // death line) is told first; a death before then failed the call.
+    ::android::sp<DeathWatch> death = new DeathWatch(watcher);
+    const Return<bool> linked = service->linkToDeath(death, 0);
+    if (!linked.isOk() || !static_cast<bool>(linked)) watcher->serviceDied();
     const auto until = start + std::chrono::duration_cast<Watcher::Clock::duration>(
                                        std::chrono::duration<double>(timeoutS));
     const bool done = watcher->waitFor(count == 0 ? SIZE_MAX : count, until, &gStop);
@@ -333,6 +337,7 @@ int main(int argc, char** argv) {
     timelineCmd->add_option("-o,--output", output, "the HTML file to write")->required();
 
     addRecordCommand(app, argc, argv);
+    const std::vector<Command> commands = {addReplayCommand(app), addMockCommand(app)};
 
     try {
         app.parse(argc, argv);
@@ -355,6 +360,8 @@ int main(int argc, char** argv) {
         if (callCmd->parsed()) leave(call(ifaceName, instance, opName, words));
         if (watchCmd->parsed()) leave(watch(instance, opName, words, count, timeoutS));
         if (timelineCmd->parsed()) return timeline(traces, output);
+        for (const Command& c : commands)
+            if (c.app->parsed()) leave(c.run());
     } catch (const UsageError& e) {
         std::fprintf(stderr, "zuv_hidl: %s\n", e.what());
         return kUsage;
