@@ -3,7 +3,9 @@
 # client, as three processes sharing a private runtime directory. Every
 # process is stopped and the directory removed however the demo ends.
 # The service and the client record a trace of their calls, which is left in
-# BUILD_DIR/demo-trace/ for Perfetto or chrome://tracing.
+# BUILD_DIR/demo-trace/ for Perfetto or chrome://tracing; the client's calls
+# are recorded too, and the demo ends by replaying them against a fresh
+# service.
 #
 #   scripts/demo.sh [BUILD_DIR]      (default build/default)
 #
@@ -89,9 +91,10 @@ status=0
 section "zuv_hidl call getConfigValue sensor.model: one call by hand"
 "$hidl" call getConfigValue sensor.model || status=$?
 
-section "running fingerprint_client"
+section "running fingerprint_client, its calls recorded"
 ZUV_HIDL_TRACE_FILE=$trace_dir/fingerprint_client-%p.json \
-  ZUV_HIDL_GET_SERVICE_TIMEOUT_MS=$((timeout_s * 1000)) "$client" || status=$?
+  ZUV_HIDL_GET_SERVICE_TIMEOUT_MS=$((timeout_s * 1000)) \
+  "$hidl" record -o "$work/session.jsonl" -- "$client" || status=$?
 
 # The service writes its trace when SIGTERM stops it.
 service_pid=${pids[$service_slot]}
@@ -154,6 +157,20 @@ if (( ${#traces[@]} > 0 )) && "$hidl" timeline "${traces[@]}" -o "$out_dir/timel
   echo "the timeline of both processes: $out_dir/timeline.html (open it in a browser)"
 else
   echo "demo: cannot draw the timeline" >&2
+  status=1
+fi
+
+cp "$work/session.jsonl" "$out_dir"/ 2>/dev/null || true
+
+# The recording as a regression test: a fresh service must answer the
+# client's session as the first one did.
+section "zuv_hidl replay: the client's recorded session against a fresh service"
+"$service" >"$work/service2.log" 2>&1 &
+pids+=($!)
+if wait_ready fingerprint_service "${pids[-1]}" "$work/service2.log"; then
+  "$hidl" replay "$work/session.jsonl" || status=$?
+  echo "the recording: $out_dir/session.jsonl"
+else
   status=1
 fi
 
