@@ -32,10 +32,19 @@ namespace {
 
 int gFailures = 0;
 
-void expect(bool ok, const std::string& what) {
-    std::printf("client: %-58s %s\n", what.c_str(), ok ? "ok" : "FAILED");
+void expect(bool ok, const std::string& what, const std::string& why = "") {
+    std::printf("client: %-58s %s%s\n", what.c_str(), ok ? "ok" : "FAILED",
+                why.empty() ? "" : (" (" + why + ")").c_str());
     std::fflush(stdout);
     if (!ok) ++gFailures;
+}
+
+// A step that is a call: it passes when the call went through and `right`
+// holds; a failed call says how it failed.
+template <typename T>
+void expectCall(const Return<T>& ret, bool right, const std::string& what) {
+    const bool ok = ret.isOk();
+    expect(ok && right, what, ok ? "" : ret.description());
 }
 
 // What the service reports later, on its own thread, waited for with a
@@ -47,11 +56,19 @@ class Mailbox {
         mEvents.push_back(event);
         mChanged.notify_all();
     }
-    // The first event starting with prefix, or "" after the deadline.
+    // Nothing more will come: waits end at once.
+    void serviceDied() {
+        std::lock_guard<std::mutex> lock(mLock);
+        mDied = true;
+        mChanged.notify_all();
+    }
+    // The first event starting with prefix, or "" after the deadline or once
+    // the service has died.
     std::string take(const std::string& prefix, std::chrono::milliseconds timeout = 10s) {
         std::unique_lock<std::mutex> lock(mLock);
         std::string found;
         mChanged.wait_for(lock, timeout, [&] {
+            if (mDied) return true;
             for (auto it = mEvents.begin(); it != mEvents.end(); ++it) {
                 if (it->compare(0, prefix.size(), prefix) == 0) {
                     found = *it;
@@ -68,6 +85,20 @@ class Mailbox {
     std::mutex mLock;
     std::condition_variable mChanged;
     std::vector<std::string> mEvents;
+    bool mDied = false;
+};
+
+class ServiceDeath : public ::android::hardware::hidl_death_recipient {
+  public:
+    explicit ServiceDeath(Mailbox* box) : mBox(box) {}
+    void serviceDied(uint64_t, const ::android::wp<::android::hidl::base::V1_0::IBase>&) override {
+        std::printf("client: the service died\n");
+        std::fflush(stdout);
+        mBox->serviceDied();
+    }
+
+  private:
+    Mailbox* mBox;
 };
 
 class MatchCallback : public fp::IZuvExtendedFingerprintCallback {
@@ -158,9 +189,15 @@ int main(int argc, char** argv) {
         return 1;
     }
     expect(service->isRemote(), "found the service in another process");
+    // Reports from a dead service will not come: the steps waiting for them
+    // fail at once instead of at their deadline.
+    Mailbox box;
+    sp<ServiceDeath> death = new ServiceDeath(&box);
+    (void)service->linkToDeath(death, 0).isOk();
 
     Return<int32_t> enabled = service->isFingerprintEnabled();
-    expect(enabled.isOk() && static_cast<int32_t>(enabled) == 1, "isFingerprintEnabled() = 1");
+    expectCall(enabled, enabled.isOk() && static_cast<int32_t>(enabled) == 1,
+               "isFingerprintEnabled() = 1");
 
     std::string text;
     std::vector<int32_t> words;
@@ -168,65 +205,66 @@ int main(int argc, char** argv) {
         text = info.text;
         words.assign(info.words.begin(), info.words.end());
     });
-    expect(ret.isOk() && words.size() == 3, "getFrameworkInfo() = \"" + text + "\"");
+    expectCall(ret, words.size() == 3, "getFrameworkInfo() = \"" + text + "\"");
 
     std::string model;
     ret = service->getConfigValue("sensor.model", [&](const hidl_string& v) { model = v; });
-    expect(ret.isOk() && model == "zuv-sim-1", "getConfigValue(sensor.model) = " + model);
-    expect(service->setConfigValue("match.threshold", "50").isOk(),
-           "setConfigValue(match.threshold, 50)");
+    expectCall(ret, model == "zuv-sim-1", "getConfigValue(sensor.model) = " + model);
+    expectCall(service->setConfigValue("match.threshold", "50"), true,
+               "setConfigValue(match.threshold, 50)");
     std::string threshold;
     ret = service->getConfigValue("match.threshold", [&](const hidl_string& v) { threshold = v; });
-    expect(ret.isOk() && threshold == "50", "getConfigValue(match.threshold) = " + threshold);
+    expectCall(ret, threshold == "50", "getConfigValue(match.threshold) = " + threshold);
 
     std::vector<std::string> fingers;
     ret = service->enumEnrollments([&](const hidl_vec<hidl_string>& names) {
         for (size_t i = 0; i < names.size(); ++i) fingers.emplace_back(names[i]);
     });
-    expect(ret.isOk() && fingers.size() == 2,
-           "enumEnrollments() = " + std::to_string(fingers.size()) + " fingers");
+    expectCall(ret, fingers.size() == 2,
+               "enumEnrollments() = " + std::to_string(fingers.size()) + " fingers");
     size_t templates = 0;
     ret = service->getEnrollRecord(
             "finger-1", [&](const fp::EnrollRecord& record) { templates = record.texts.size(); });
-    expect(ret.isOk() && templates == 2, "getEnrollRecord(finger-1): 2 templates");
+    expectCall(ret, templates == 2, "getEnrollRecord(finger-1): 2 templates");
 
     std::vector<uint8_t> echoed;
     ret = service->processRequest(std::vector<uint8_t>{1, 2, 3}, [&](const hidl_vec<uint8_t>& r) {
         echoed.assign(r.begin(), r.end());
     });
-    expect(ret.isOk() && echoed == std::vector<uint8_t>{3, 2, 1}, "processRequest(1 2 3) = 3 2 1");
+    expectCall(ret, echoed == std::vector<uint8_t>{3, 2, 1}, "processRequest(1 2 3) = 3 2 1");
 
-    Mailbox box;
     sp<FrameworkServices> framework = new FrameworkServices(&box);
     Return<int32_t> appType = service->registerAndroidServices(framework);
-    expect(appType.isOk() && static_cast<int32_t>(appType) == FrameworkServices::kAppType,
-           "registerAndroidServices(): service asked our app type");
+    expectCall(appType,
+               appType.isOk() && static_cast<int32_t>(appType) == FrameworkServices::kAppType,
+               "registerAndroidServices(): service asked our app type");
     expect(!box.take("timer").empty(), "service set a timer through the framework object");
 
     sp<MatchCallback> callback = new MatchCallback(&box);
     std::vector<uint8_t> image(256, 0x5a);
     Return<int32_t> started = service->match(callback, 0, "finger-1", image, "", 0);
-    expect(started.isOk() && static_cast<int32_t>(started) == 0, "match(finger-1) accepted");
+    expectCall(started, started.isOk() && static_cast<int32_t>(started) == 0,
+               "match(finger-1) accepted");
     expect(!box.take("wakelock acquired").empty(), "service took a wake lock");
     std::string matched = box.take("match finger-1");
     expect(matched.find("result=0") != std::string::npos, "onMatch: " + matched);
 
     started = service->match(callback, 0, "finger-9", image, "", 0);
     std::string rejected = box.take("match finger-9");
-    expect(started.isOk() && rejected.find("result=1") != std::string::npos,
-           "onMatch: " + rejected);
+    expectCall(started, rejected.find("result=1") != std::string::npos, "onMatch: " + rejected);
 
     started = service->startCapture(callback, 1);
     std::string captured = box.take("capture");
-    expect(started.isOk() && captured == "capture 8x8 64 bytes", "onCapture: " + captured);
+    expectCall(started, captured == "capture 8x8 64 bytes", "onCapture: " + captured);
 
     started = service->retrieveDebugData(callback);
     std::string debug = box.take("debug");
-    expect(started.isOk() && debug == "debug last match: finger-1", "onCaptureDebugData: " + debug);
+    expectCall(started, debug == "debug last match: finger-1", "onCaptureDebugData: " + debug);
 
     // Every report the service still owes us has arrived once this returns.
     Return<int32_t> ended = service->testDeinit();
-    expect(ended.isOk() && static_cast<int32_t>(ended) == 0, "testDeinit(): reports drained");
+    expectCall(ended, ended.isOk() && static_cast<int32_t>(ended) == 0,
+               "testDeinit(): reports drained");
 
     if (gFailures != 0) {
         std::printf("client: %d step(s) failed\n", gFailures);
