@@ -172,6 +172,16 @@ TEST_F(HidlToolTest, MisconfigurationsSayWhatIsWrong) {
     ASSERT_EQ(0, mkdir(unsafe.c_str(), 0755));
     EXPECT_THAT(stderrOf({ZUV_FINGERPRINT_SERVICE_PATH}, {{"ZUV_HIDL_RUNTIME_DIR", unsafe}}),
                 HasSubstr("it is unsafe"));
+    // zuv_hidl says what is wrong with the directory rather than to start a
+    // daemon that would refuse it.
+    const std::string open = stderrOf({ZUV_HIDL_PATH, "--runtime-dir", unsafe, "list"}, {});
+    EXPECT_THAT(open, HasSubstr("its mode is 0755"));
+    EXPECT_THAT(open, HasSubstr("chmod 700 " + unsafe));
+    EXPECT_THAT(open, ::testing::Not(HasSubstr("start one")));
+    const std::string file = mDir.path() + "/file";
+    std::ofstream(file) << "x";
+    EXPECT_THAT(stderrOf({ZUV_HIDL_PATH, "--runtime-dir", file, "call", "readInfo"}, {}),
+                HasSubstr(file + " is not a directory but a regular file"));
 
     const std::string waiting = stderrOf(
             {ZUV_HIDL_PATH, "list"},

@@ -10,6 +10,8 @@
 #include <cstdlib>
 #include <fstream>
 
+#include "Reach.h"
+
 namespace zuv_hidl {
 
 namespace host = ::android::hardware::host;
@@ -242,10 +244,7 @@ void differences(const std::string& where, const json& recorded, const json& see
     auto sm = ::android::hardware::defaultServiceManager();
     const std::string dir = host::runtimeDirectory();
     if (sm == nullptr) {
-        *error = "no service manager serves " + dir +
-                 "; start one with: zuv_hwservicemanager "
-                 "--runtime-dir " +
-                 dir + " &";
+        *error = noServiceManager();
         return nullptr;
     }
     auto got = sm->get(iface.descriptor, instance);

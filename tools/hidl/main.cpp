@@ -105,12 +105,8 @@ json parseArguments(const Operation& op, const std::vector<std::string>& words) 
     setenv(host::kServiceManagerEnvVar, "daemon", 1);
     boundCalls();
     auto sm = ::android::hardware::defaultServiceManager();
-    const std::string dir = host::runtimeDirectory();
     if (sm == nullptr) {
-        std::fprintf(stderr,
-                     "zuv_hidl: no service manager serves %s; start one with: "
-                     "zuv_hwservicemanager --runtime-dir %s &\n",
-                     dir.c_str(), dir.c_str());
+        std::fprintf(stderr, "zuv_hidl: %s\n", noServiceManager().c_str());
         leave(kCallFailed);
     }
     Return<::android::sp<IBase>> got = sm->get(iface.descriptor, instance);
