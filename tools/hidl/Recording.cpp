@@ -103,7 +103,7 @@ RecordedEvent readEvent(const LineReader& r, const json& j, size_t line) {
                                     iface.name + "` lists them)");
     e.args = r.member(j, "args");
     try {
-        checkArguments(*e.operation, e.args);
+        e.args = checkArguments(*e.operation, e.args);
     } catch (const ArgumentError& err) {
         const std::string what = err.what();
         const size_t colon = what.find(": ");
@@ -126,7 +126,7 @@ RecordedEvent readEvent(const LineReader& r, const json& j, size_t line) {
                                      ">}, got " + result.dump());
         e.result = result[key];
         try {
-            checkResult(*e.operation, e.result, "result." + key);
+            e.result = checkResult(*e.operation, e.result, "result." + key);
         } catch (const ArgumentError& err) {
             const std::string what = err.what();
             const size_t colon = what.find(": ");
