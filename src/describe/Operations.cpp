@@ -258,8 +258,10 @@ const RecordInfo* findRecord(const std::string& name) {
     return nullptr;
 }
 
+// Never destroyed: threads of the runtime (the recorder, stand-ins) may still
+// use the tables while the process exits.
 const std::vector<InterfaceOps>& allInterfaces() {
-    static const std::vector<InterfaceOps> kAll = [] {
+    static const std::vector<InterfaceOps>* const kAll = new std::vector<InterfaceOps>([] {
         namespace efm = extended_fingerprint_methods;
         namespace asm_ = android_services_methods;
         namespace cbm = extended_fingerprint_callback_methods;
@@ -276,8 +278,8 @@ const std::vector<InterfaceOps>& allInterfaces() {
 #undef ZUV_AS_OP
 #undef ZUV_EF_OP
         return all;
-    }();
-    return kAll;
+    }());
+    return *kAll;
 }
 
 const InterfaceOps* findInterface(const std::string& name) {
