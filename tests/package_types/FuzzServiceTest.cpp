@@ -16,6 +16,7 @@ namespace {
 
 using namespace ::vendor::zuv::hardware::fingerprint::V1_0;  // NOLINT
 using ::android::hardware::hidl_string;
+using ::android::hardware::hidl_vec;
 using ::android::hardware::Return;
 using ::android::hardware::Void;
 using ::android::hardware::host::fuzzService;
@@ -72,6 +73,36 @@ TEST(FuzzServiceDeathTest, CallPastTheLimitIsReported) {
             "IZuvExtendedFingerprint::testInit did not return within 200 ms "
             "\\(ZUV_FUZZ_CALL_TIMEOUT_MS\\).*getConfigValue \\{\"key\":\"once\"\\} -> OK "
             "\"once\"");
+}
+
+// A recording's calls, written as an input, are the calls the implementation
+// is then made: the seeds of `zuv_hidl corpus` say what they were recorded
+// saying, boundary and raw values, records and vectors included.
+TEST(FuzzServiceTest, EncodedCallsArriveWithTheirArguments) {
+    struct Seen : IZuvExtendedFingerprintDefault {
+        std::vector<std::string> calls;
+        Return<void> setConfigValue(const hidl_string& k, const hidl_string& v) override {
+            calls.push_back(std::string(k) + "=" + std::string(v));
+            return Void();
+        }
+        Return<int32_t> notifyPowerState(int32_t value) override {
+            calls.push_back("power " + std::to_string(value));
+            return 0;
+        }
+        Return<void> processRequest(const hidl_vec<uint8_t>& data, processRequest_cb cb) override {
+            calls.push_back("request of " + std::to_string(data.size()));
+            cb({});
+            return Void();
+        }
+    };
+    ::android::sp<Seen> seen = new Seen;
+    const std::vector<uint8_t> input = encodeCalls(
+            {{"IZuvExtendedFingerprint", "setConfigValue", {{"key", "mode"}, {"value", "odd\n"}}},
+             {"IZuvExtendedFingerprint", "notifyPowerState", {{"value", -2147483647 - 1}}},
+             {"IZuvExtendedFingerprint", "processRequest", {{"data", {1, 2, 3}}}}});
+    fuzzService(seen, input.data(), input.size());
+    EXPECT_EQ(seen->calls,
+              (std::vector<std::string>{"mode=odd\n", "power -2147483648", "request of 3"}));
 }
 
 }  // namespace

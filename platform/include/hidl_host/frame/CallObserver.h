@@ -21,7 +21,7 @@ namespace android {
 namespace hidl {
 namespace base {
 namespace V1_0 {
-class IBase;
+struct IBase;
 }  // namespace V1_0
 }  // namespace base
 }  // namespace hidl
