@@ -311,7 +311,8 @@ class Run : public ObjectSource, public std::enable_shared_from_this<Run> {
             return it == mNames.end() ? json(nullptr) : json{{"object", it->second}};
         });
         const std::string ifaceName = allInterfaces()[iface].name;
-        mCall = ifaceName + "::" + op.name + " " + mArgs.dump();
+        mCall = ifaceName + "::" + op.name + " " +
+                mArgs.dump(-1, ' ', false, json::error_handler_t::replace);
         std::string line = "zuv_hidl ";
         const bool watch = std::any_of(op.params.begin(), op.params.end(),
                                        [](const Param& p) { return p.isCallbackObject; });
@@ -321,7 +322,9 @@ class Run : public ObjectSource, public std::enable_shared_from_this<Run> {
         for (const Param& p : op.params) {
             if (p.isCallbackObject) continue;
             const json& v = mArgs[p.name];
-            line += " " + shellQuote(v.is_object() ? std::string("null") : v.dump());
+            line += " " + shellQuote(v.is_object() ? std::string("null")
+                                                   : v.dump(-1, ' ', false,
+                                                            json::error_handler_t::replace));
         }
         mCommands += line + "\n";
         if (op.shape == "oneway") mOnewaySent.push_back({iface, op.code, seq});
@@ -341,7 +344,8 @@ class Run : public ObjectSource, public std::enable_shared_from_this<Run> {
             const std::string name = statusName(status, &message);
             std::string outcome = name;
             if (!message.empty()) outcome += " \"" + message + "\"";
-            if (!result.is_null()) outcome += " " + result.dump();
+            if (!result.is_null())
+                outcome += " " + result.dump(-1, ' ', false, json::error_handler_t::replace);
             mHistory += "  " + std::to_string(seq) + ". " + mCall + " -> " + outcome + "\n";
             json line = {{"event", "call"},
                          {"seq", seq},
@@ -358,7 +362,7 @@ class Run : public ObjectSource, public std::enable_shared_from_this<Run> {
             if (!message.empty()) line["message"] = message;
             if (status.isOk() && !op.result.type.empty() && op.shape != "oneway")
                 line["result"] = json{{op.result.name.empty() ? "result" : op.result.name, result}};
-            mLines.push_back(line.dump());
+            mLines.push_back(line.dump(-1, ' ', false, json::error_handler_t::replace));
             mCurrent = 0;
             if (op.shape == "callback" && resultCalls != (status.isOk() ? 1 : 0)) {
                 problem = "the result callback of " + op.name + " was called " +
@@ -456,7 +460,7 @@ class Run : public ObjectSource, public std::enable_shared_from_this<Run> {
                                {"pid", getpid()},
                                {"program", "zuv-fuzz"},
                                {"start_ns", mStart}}
-                                  .dump() +
+                                  .dump(-1, ' ', false, json::error_handler_t::replace) +
                           "\n";
         for (const std::string& l : mLines) rec += l + "\n";
         std::lock_guard<std::mutex> pl(p.lock);
@@ -549,7 +553,7 @@ StandInAnswer Run::answerStandIn(const std::string& objectName, Behaviour b, con
                       zeroResult(*call.interface, *call.operation)}};
     }
     if (mCurrent != 0) line["inside"] = mCurrent;
-    mLines.push_back(line.dump());
+    mLines.push_back(line.dump(-1, ' ', false, json::error_handler_t::replace));
     publishLocked("");
     return answer;
 }
