@@ -216,6 +216,48 @@ InterfaceOps interfaceOps(std::vector<Operation> operations) {
 
 }  // namespace
 
+template <typename R>
+RecordInfo recordInfo() {
+    RecordInfo info{RecordFields<R>::kName, {}};
+    std::apply(
+            [&](const auto&... field) {
+                (info.members.push_back(
+                         {field.name,
+                          typeName<std::decay_t<decltype(std::declval<R>().*(field.member))>>()}),
+                 ...);
+            },
+            RecordFields<R>::fields());
+    return info;
+}
+
+const std::vector<RecordInfo>& allRecords() {
+    static const std::vector<RecordInfo> kAll = {recordInfo<CaptureDebugData>(),
+                                                 recordInfo<EnrollRecord>(),
+                                                 recordInfo<FieldMfgFormat>(),
+                                                 recordInfo<FrameworkInfo>(),
+                                                 recordInfo<ReadInfoResult>(),
+                                                 recordInfo<BiasTestResult>(),
+                                                 recordInfo<TxTestResult>(),
+                                                 recordInfo<NoiseTestResult>(),
+                                                 recordInfo<DbiasCalibrationResult>(),
+                                                 recordInfo<CaptouchCalibrationResult>(),
+                                                 recordInfo<ContactResistanceTestResult>(),
+                                                 recordInfo<TemperatureTestResult>(),
+                                                 recordInfo<DigitalTestResult>(),
+                                                 recordInfo<PsfVerificationResult>(),
+                                                 recordInfo<PsfSettingFormat>(),
+                                                 recordInfo<PsfCalibrationResult>(),
+                                                 recordInfo<ImageQualityTestResult>(),
+                                                 recordInfo<OtpTestResult>()};
+    return kAll;
+}
+
+const RecordInfo* findRecord(const std::string& name) {
+    for (const RecordInfo& r : allRecords())
+        if (r.name == name) return &r;
+    return nullptr;
+}
+
 const std::vector<InterfaceOps>& allInterfaces() {
     static const std::vector<InterfaceOps> kAll = [] {
         namespace efm = extended_fingerprint_methods;

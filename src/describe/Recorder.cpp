@@ -11,6 +11,7 @@
 #include <hidl/HidlBinderSupport.h>
 #include <hidl_host/Loopback.h>
 #include <hidl_host/SocketTransport.h>
+#include <hidl_host/TraceExport.h>
 #include <hidl_host/frame/CallObserver.h>
 #include <hwbinder/BpHwBinder.h>
 #include <hwbinder/IInterface.h>
@@ -116,13 +117,6 @@ const char* exceptionName(int32_t code) {
     }
 }
 
-std::string programName() {
-    std::ifstream comm("/proc/self/comm");
-    std::string name;
-    std::getline(comm, name);
-    return name;
-}
-
 // An object as the recording knows it: a local object by its address; an
 // object behind a proxy by its transport and handle, which every proxy of it
 // shares, however many the process makes.
@@ -194,7 +188,7 @@ class Recorder final : public ::android::hardware::frame::CallObserver {
         json header = {{"format", "zuv-hidl-recording"},
                        {"version", 1},
                        {"pid", static_cast<int64_t>(getpid())},
-                       {"program", programName()},
+                       {"program", ::android::hardware::host::programName()},
                        {"start_ns", monotonicNs()}};
         writeLine(header);
     }
@@ -391,8 +385,8 @@ class Recorder final : public ::android::hardware::frame::CallObserver {
                     std::fprintf(stderr,
                                  "%s: cannot write the call recording %s: %s; calls are no "
                                  "longer recorded (free space or choose another %s)\n",
-                                 programName().c_str(), mPath.c_str(), std::strerror(err),
-                                 kRecordEnvVar);
+                                 ::android::hardware::host::programName().c_str(), mPath.c_str(),
+                                 std::strerror(err), kRecordEnvVar);
                 }
                 return;
             }
@@ -451,7 +445,8 @@ bool installFromEnvironment() {
         std::fprintf(stderr,
                      "%s: cannot open the call recording %s (from %s): %s; calls are not "
                      "recorded (choose a writable path)\n",
-                     programName().c_str(), path.c_str(), kRecordEnvVar, std::strerror(errno));
+                     ::android::hardware::host::programName().c_str(), path.c_str(), kRecordEnvVar,
+                     std::strerror(errno));
         return false;
     }
     ::android::hardware::frame::setCallObserver(new Recorder(fd, path));

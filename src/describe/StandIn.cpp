@@ -338,8 +338,9 @@ CallOutcome invokeOne(const sp<IBase>& service, const json& args,
 }
 
 template <typename M, size_t... I>
-void checkArgsWith(const json& args, std::index_sequence<I...>) {
+json checkArgsWith(const json& args, std::index_sequence<I...>) {
     if (!args.is_object()) describe::mismatch("args", "an object keyed by parameter name", args);
+    json canonical = json::object();
     (
             [&] {
                 using P = ArgType<M, I>;
@@ -351,9 +352,11 @@ void checkArgsWith(const json& args, std::index_sequence<I...>) {
                     if (!v.is_null() &&
                         !(v.is_object() && v.contains("object") && v["object"].is_string()))
                         describe::mismatch(where, "null or {\"object\": \"<reference>\"}", v);
+                    canonical[name] = v;
                 } else {
                     P value;
                     JsonCodec<P>::from(v, &value, where);
+                    canonical[name] = JsonCodec<P>::to(value);
                 }
             }(),
             ...);
@@ -363,29 +366,31 @@ void checkArgsWith(const json& args, std::index_sequence<I...>) {
         if (!known)
             throw ArgumentError("args." + it.key() + ": " + M::kName + " has no such parameter");
     }
+    return canonical;
 }
 
 template <typename M>
-void checkArgsOf(const json& args) {
-    checkArgsWith<M>(args, std::make_index_sequence<kArgCount<M>>());
+json checkArgsOf(const json& args) {
+    return checkArgsWith<M>(args, std::make_index_sequence<kArgCount<M>>());
 }
 
 template <typename M>
-void checkResultOf(const json& value, const std::string& where) {
+json checkResultOf(const json& value, const std::string& where) {
     using R = typename ResultType<M>::type;
     if constexpr (std::is_void<R>::value) {
         throw ArgumentError(where + ": " + M::kName + " has no result");
     } else {
         R r;
         JsonCodec<R>::from(value, &r, where);
+        return JsonCodec<R>::to(r);
     }
 }
 
 struct OpFns {
     ServeFn serve;
     CallOutcome (*invoke)(const sp<IBase>&, const json&, const std::map<std::string, sp<IBase>>&);
-    void (*checkArgs)(const json&);
-    void (*checkResult)(const json&, const std::string&);
+    json (*checkArgs)(const json&);
+    json (*checkResult)(const json&, const std::string&);
 };
 
 // The stub of a stand-in: the interface's own stub for the base operations,
@@ -547,12 +552,12 @@ CallOutcome invokeWith(const Operation& op, const sp<IBase>& service, const json
     return fnsOf(op).invoke(service, args, objects);
 }
 
-void checkArguments(const Operation& op, const json& args) {
-    fnsOf(op).checkArgs(args);
+json checkArguments(const Operation& op, const json& args) {
+    return fnsOf(op).checkArgs(args);
 }
 
-void checkResult(const Operation& op, const json& value, const std::string& where) {
-    fnsOf(op).checkResult(value, where);
+json checkResult(const Operation& op, const json& value, const std::string& where) {
+    return fnsOf(op).checkResult(value, where);
 }
 
 const std::vector<std::string>& failureNames() {

@@ -60,22 +60,29 @@ TEST_F(HidlToolTest, CallsOneOperationOfEachShapeAndWatchesMatch) {
     Outcome record = hidl({"call", "readInfo"});
     ASSERT_EQ(0, record.exitCode) << record.err;
     const json info = only(record)["result"];
-    EXPECT_TRUE(info["bytes1"].is_array());
     EXPECT_EQ(32u, info["head"].get<std::string>().size());  // 16 bytes as hex
+    EXPECT_EQ("010203", info["bytes1"]);                     // a byte vector too
+
+    // Bytes are taken as hex (with or without 0x) or as numbers alike.
+    for (const char* bytes : {"0x0A0b", "0a0b", "[10,11]"}) {
+        Outcome echoed = hidl({"call", "processRequest", bytes});
+        ASSERT_EQ(0, echoed.exitCode) << echoed.err;
+        EXPECT_EQ("0b0a", only(echoed)["result"]) << bytes;  // the example answers reversed
+    }
 
     Outcome oneway = hidl({"call", "--interface", "IDaxAndroidServices", "setTimer", "5000"});
     EXPECT_EQ(0, oneway.exitCode) << oneway.err;
     EXPECT_EQ(json(nullptr), only(oneway)["result"]);
 
     Outcome watched = hidl(
-            {"watch", "--count", "2", "--timeout", "20", "match", "7", "index", "[9,8]", "", "0"});
+            {"watch", "--count", "2", "--timeout", "20", "match", "7", "index", "0908", "", "0"});
     ASSERT_EQ(0, watched.exitCode) << watched.err;
     ASSERT_EQ(2u, watched.lines.size());
     const json status = json::parse(watched.lines[0]), match = json::parse(watched.lines[1]);
     EXPECT_EQ("onStatus", status["call"]);
     EXPECT_EQ("onMatch", match["call"]);
-    EXPECT_EQ("index", match["args"][1]);
-    EXPECT_EQ(json::array({9, 8}), match["args"][3]);
+    EXPECT_EQ("index", match["args"]["strArg1"]);
+    EXPECT_EQ("0908", match["args"]["data"]);
     EXPECT_LE(status["t_us"].get<int64_t>(), match["t_us"].get<int64_t>());
 }
 
@@ -128,6 +135,15 @@ TEST_F(HidlToolTest, MistakesNameTheirCause) {
     Outcome range = hidl({"call", "setLivenessEnabled", "[1, 300]", "1"});
     EXPECT_THAT(range.err, HasSubstr("argument 1 (data)[1]: expected uint8_t (0..255), got 300"));
 
+    Outcome number = hidl({"call", "setConfigValue", "threshold", "50"});
+    EXPECT_EQ(2, number.exitCode);
+    EXPECT_THAT(number.err, HasSubstr("argument 2 (value): expected string, got 50; quote it to "
+                                      "pass it as a string: '\"50\"'"));
+    Outcome broken = hidl({"call", "postEvent", "[1,2"});
+    EXPECT_EQ(2, broken.exitCode);
+    EXPECT_THAT(broken.err, HasSubstr("argument 1 (data): [1,2 is not valid JSON"));
+    EXPECT_THAT(broken.err, HasSubstr("column 5"));
+
     EXPECT_THAT(hidl({"call", "nosuch"}).err,
                 HasSubstr("IZuvExtendedFingerprint has no operation 'nosuch'"));
     Outcome option = hidl({"call", "--bogus", "readInfo"});
@@ -149,6 +165,19 @@ TEST_F(HidlToolTest, DescribesOperationsWithDeclaredNamesAndTypes) {
     EXPECT_EQ((json{{"name", "data"}, {"type", "vec<uint8_t>"}}), match["params"][3]);
     EXPECT_EQ("IZuvExtendedFingerprintCallback", match["params"][0]["type"]);
     EXPECT_EQ((json{{"name", "value"}, {"type", "string"}}), ops[55]["result"]);  // getConfigValue
+
+    Outcome record = hidl({"describe", "--json", "ReadInfoResult"});
+    ASSERT_EQ(0, record.exitCode) << record.err;
+    text.clear();
+    for (const auto& l : record.lines) text += l;
+    const json members = json::parse(text)[0]["members"];
+    ASSERT_EQ(5u, members.size());
+    EXPECT_EQ((json{{"name", "head"}, {"type", "uint8_t[16]"}}), members[0]);
+    EXPECT_EQ((json{{"name", "bytes1"}, {"type", "vec<uint8_t>"}}), members[1]);
+
+    // The text says what the shape words mean.
+    const Outcome plain = hidl({"describe", "IDaxAndroidServices"});
+    EXPECT_THAT(plain.lines, ::testing::Contains(HasSubstr("oneway    the call is sent without")));
 }
 
 // What a person meets when the runtime directory or an environment value is
@@ -172,6 +201,16 @@ TEST_F(HidlToolTest, MisconfigurationsSayWhatIsWrong) {
     ASSERT_EQ(0, mkdir(unsafe.c_str(), 0755));
     EXPECT_THAT(stderrOf({ZUV_FINGERPRINT_SERVICE_PATH}, {{"ZUV_HIDL_RUNTIME_DIR", unsafe}}),
                 HasSubstr("it is unsafe"));
+    // zuv_hidl says what is wrong with the directory rather than to start a
+    // daemon that would refuse it.
+    const std::string open = stderrOf({ZUV_HIDL_PATH, "--runtime-dir", unsafe, "list"}, {});
+    EXPECT_THAT(open, HasSubstr("its mode is 0755"));
+    EXPECT_THAT(open, HasSubstr("chmod 700 " + unsafe));
+    EXPECT_THAT(open, ::testing::Not(HasSubstr("start one")));
+    const std::string file = mDir.path() + "/file";
+    std::ofstream(file) << "x";
+    EXPECT_THAT(stderrOf({ZUV_HIDL_PATH, "--runtime-dir", file, "call", "readInfo"}, {}),
+                HasSubstr(file + " is not a directory but a regular file"));
 
     const std::string waiting = stderrOf(
             {ZUV_HIDL_PATH, "list"},

@@ -1,6 +1,8 @@
 // The trace recorder in one process: what calls through the loopback
 // transport and passthrough wrappers leave in the exported JSON, the bound on
 // memory, escaping and writing files.
+#include <android/hidl/manager/1.0/BnHwServiceManager.h>
+#include <android/hidl/manager/1.0/BpHwServiceManager.h>
 #include <gtest/gtest.h>
 #include <hidl_host/Loopback.h>
 #include <hidl_host/TraceExport.h>
@@ -97,36 +99,67 @@ TEST_F(TraceExportTest, LoopbackCallNestsClientAroundServerOnTheCallingThread) {
     EXPECT_TRUE(threadNamed);
 }
 
-// The client's end says how the call ended; a failed call, which reports no
-// exit, still ends its slice.
-TEST_F(TraceExportTest, ClientSliceEndsWithTheCallsOutcome) {
+// A registry that refuses what it is asked, as the daemon refuses a caller.
+struct RefusingManager : ::android::hidl::manager::V1_0::IServiceManager {
+    Return<sp<IBase>> get(const hidl_string&, const hidl_string&) override { return sp<IBase>(); }
+    Return<bool> add(const hidl_string&, const sp<IBase>&) override { return false; }
+    Return<Transport> getTransport(const hidl_string&, const hidl_string&) override {
+        return ::android::hardware::Status::fromExceptionCode(
+                ::android::hardware::Status::EX_SECURITY);
+    }
+    Return<void> list(list_cb) override { return Void(); }
+    Return<void> listByInterface(const hidl_string&, listByInterface_cb) override { return Void(); }
+    Return<bool> registerForNotifications(
+            const hidl_string&, const hidl_string&,
+            const sp<::android::hidl::manager::V1_0::IServiceNotification>&) override {
+        return false;
+    }
+    Return<void> debugDump(debugDump_cb) override { return Void(); }
+    Return<void> registerPassthroughClient(const hidl_string&, const hidl_string&) override {
+        return Void();
+    }
+};
+
+// Both ends say how the call ended: the client what it got, the server what
+// its stub answered. A failed call, which reports no exit, still ends its
+// slices.
+TEST_F(TraceExportTest, SlicesEndWithTheCallsOutcome) {
     call();
     ASSERT_TRUE(host::killLoopbackTarget(stub));
     EXPECT_TRUE(proxy->getConfigValue("mode", [](const hidl_string&) {}).isDeadObject());
-    const std::vector<Json> events = traceEvents(host::traceJson());
+    namespace mgr = ::android::hidl::manager::V1_0;
+    sp<mgr::IServiceManager> refusing = new mgr::BpHwServiceManager(
+            host::loopbackProxyFor(new mgr::BnHwServiceManager(new RefusingManager)));
+    EXPECT_FALSE(refusing->getTransport("a@1.0::IA", "default").isOk());
+
     std::vector<std::string> ends;
-    for (const Json& e : events) {
-        if (e.value("ph", "") == "E" && e.value("name", "") == kClient)
-            ends.push_back(e.contains("args") ? e.at("args").value("status", "") : "");
+    for (const Json& e : traceEvents(host::traceJson())) {
+        if (e.value("ph", "") == "E")
+            ends.push_back(e.value("name", "") + " " +
+                           (e.contains("args") ? e.at("args").value("status", "") : ""));
     }
-    EXPECT_EQ((std::vector<std::string>{"OK", "DEAD_OBJECT"}), ends);
+    const std::string kRefusal = "EX_SECURITY";
+    EXPECT_EQ((std::vector<std::string>{kServer + " OK", kClient + " OK", kClient + " DEAD_OBJECT",
+                                        "IServiceManager::getTransport (server) " + kRefusal,
+                                        "IServiceManager::getTransport (client) " + kRefusal}),
+              ends);
     EXPECT_EQ("0", otherData(host::traceJson(), "unmatchedEnds"));
 }
 
 TEST_F(TraceExportTest, FullBufferKeepsTheNewestEventsAndStoppedRecordsNothing) {
-    // A call is five events: two slices and the client's outcome.
-    host::startTrace(5);
+    // A call is six events: two slices and each side's outcome.
+    host::startTrace(6);
     for (int i = 0; i < 3; ++i) call();
     host::TraceStats stats = host::traceStats();
-    EXPECT_EQ(5u, stats.recorded);
-    EXPECT_EQ(10u, stats.dropped);
+    EXPECT_EQ(6u, stats.recorded);
+    EXPECT_EQ(12u, stats.dropped);
     std::string json = host::traceJson();
     EXPECT_EQ(kOneCall, slices(traceEvents(json), "hidl"));
-    EXPECT_EQ("10", otherData(json, "droppedEvents"));
+    EXPECT_EQ("12", otherData(json, "droppedEvents"));
 
-    // Four places keep the last call's end only: the client's end lost its
+    // Five places keep the last call's end only: the client's end lost its
     // begin and is left out rather than closing someone else's slice.
-    host::startTrace(4);
+    host::startTrace(5);
     call();
     json = host::traceJson();
     EXPECT_EQ((std::vector<std::string>{"B " + kServer, "E " + kServer}),
@@ -136,14 +169,14 @@ TEST_F(TraceExportTest, FullBufferKeepsTheNewestEventsAndStoppedRecordsNothing) 
 
     host::stopTrace();
     call();
-    EXPECT_EQ(4u, host::traceStats().recorded);
+    EXPECT_EQ(5u, host::traceStats().recorded);
     host::clearTrace();
     EXPECT_TRUE(slices(traceEvents(host::traceJson()), "hidl").empty());
 }
 
 TEST_F(TraceExportTest, ConcurrentCallsStayWholeAndNestedPerThread) {
     constexpr int kThreads = 4;
-    constexpr int kCalls = 50;
+    constexpr int kCalls = 40;  // six events each, within the buffer
     std::vector<std::thread> threads;
     for (int t = 0; t < kThreads; ++t) {
         threads.emplace_back([this] {

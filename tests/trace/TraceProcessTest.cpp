@@ -22,8 +22,9 @@ const std::string kServer = "IZuvExtendedFingerprint::getConfigValue (server)";
 class TraceProcessTest : public zuv_mp::ProcessTest {
   protected:
     // Runs the child to its end; its pid, or -1 when it failed.
-    pid_t runChild(const zuv_mp::Process::Env& env) {
-        zuv_mp::Outcome child = run({ZUV_TRACE_CHILD_PATH}, env);
+    pid_t runChild(const zuv_mp::Process::Env& env,
+                   const std::string& program = ZUV_TRACE_CHILD_PATH) {
+        zuv_mp::Outcome child = run({program}, env);
         EXPECT_EQ(std::vector<std::string>{"called"}, child.lines);
         if (child.exitCode != 0) {
             ADD_FAILURE() << "the child did not exit cleanly";
@@ -44,9 +45,15 @@ TEST_F(TraceProcessTest, EnvironmentVariableWritesTheTraceAtExitCappedAsConfigur
     ASSERT_GT(plain, 0);
     EXPECT_FALSE(std::filesystem::exists(traceFile(plain)));
 
-    const pid_t pid = runChild({{"ZUV_HIDL_TRACE_FILE", pattern()}});
+    // Named whole, past the kernel's 15 characters.
+    const std::string longName = "zuv_trace_child_named_at_length";
+    std::filesystem::create_symlink(ZUV_TRACE_CHILD_PATH, mDir.path() + "/" + longName);
+    const pid_t pid = runChild({{"ZUV_HIDL_TRACE_FILE", pattern()}}, mDir.path() + "/" + longName);
     ASSERT_GT(pid, 0);
     const std::vector<Json> events = traceEvents(traceOf(pid));
+    ASSERT_FALSE(events.empty());
+    EXPECT_EQ("process_name", events[0].value("name", ""));
+    EXPECT_EQ(longName, events[0]["args"].value("name", ""));
     EXPECT_EQ((std::vector<std::string>{"B " + kClient, "B " + kServer, "E " + kServer,
                                         "E " + kClient}),
               slices(events, "hidl"));
@@ -55,10 +62,10 @@ TEST_F(TraceProcessTest, EnvironmentVariableWritesTheTraceAtExitCappedAsConfigur
     EXPECT_TRUE(slices(events, "atrace").empty());
 
     const pid_t capped =
-            runChild({{"ZUV_HIDL_TRACE_FILE", pattern()}, {"ZUV_HIDL_TRACE_MAX_EVENTS", "3"}});
+            runChild({{"ZUV_HIDL_TRACE_FILE", pattern()}, {"ZUV_HIDL_TRACE_MAX_EVENTS", "4"}});
     ASSERT_GT(capped, 0);
     const std::string json = traceOf(capped);
-    // The three newest are both ends and the call's outcome; the begins were
+    // The four newest are both ends and both outcomes; the begins were
     // overwritten.
     EXPECT_TRUE(slices(traceEvents(json), "hidl").empty());
     EXPECT_EQ("2", otherData(json, "unmatchedEnds"));

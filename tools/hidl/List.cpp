@@ -116,10 +116,7 @@ int runList(const char* tool, bool ping, bool debug, bool asJson) {
 
     sp<IServiceManager> sm = ::android::hardware::defaultServiceManager();
     if (sm == nullptr) {
-        std::fprintf(stderr,
-                     "%s: no service manager serves %s; start one with: zuv_hwservicemanager "
-                     "--runtime-dir %s &\n",
-                     tool, host::runtimeDirectory().c_str(), host::runtimeDirectory().c_str());
+        std::fprintf(stderr, "%s: %s\n", tool, zuv_hidl::noServiceManager().c_str());
         return 1;
     }
 

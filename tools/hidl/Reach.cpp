@@ -109,6 +109,11 @@ std::string whyCallFailed(pid_t pid, const std::string& status) {
     return "";
 }
 
+std::string noServiceManager() {
+    const std::string dir = host::runtimeDirectory();
+    return "no service manager serves " + dir + ": " + host::whyNoServiceManager(dir);
+}
+
 std::string shortReason(const std::string& why) {
     if (why.find("died") != std::string::npos) return "died";
     if (why.find("did not answer") != std::string::npos) return "no answer";

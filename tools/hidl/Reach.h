@@ -30,6 +30,10 @@ std::string whyNotFound(::android::hidl::manager::V1_0::IServiceManager& sm,
 // did not answer within the call timeout; empty when neither.
 std::string whyCallFailed(pid_t pid, const std::string& status);
 
+// No service manager answered for the runtime directory: names it, what is
+// wrong with it (kind, owner, mode) or that none runs, and the fix.
+std::string noServiceManager();
+
 // "died", "no answer" or "not registered", for a table's column.
 std::string shortReason(const std::string& why);
 

@@ -10,6 +10,8 @@
 #include <cstdlib>
 #include <fstream>
 
+#include "Reach.h"
+
 namespace zuv_hidl {
 
 namespace host = ::android::hardware::host;
@@ -101,7 +103,7 @@ RecordedEvent readEvent(const LineReader& r, const json& j, size_t line) {
                                     iface.name + "` lists them)");
     e.args = r.member(j, "args");
     try {
-        checkArguments(*e.operation, e.args);
+        e.args = checkArguments(*e.operation, e.args);
     } catch (const ArgumentError& err) {
         const std::string what = err.what();
         const size_t colon = what.find(": ");
@@ -124,7 +126,7 @@ RecordedEvent readEvent(const LineReader& r, const json& j, size_t line) {
                                      ">}, got " + result.dump());
         e.result = result[key];
         try {
-            checkResult(*e.operation, e.result, "result." + key);
+            e.result = checkResult(*e.operation, e.result, "result." + key);
         } catch (const ArgumentError& err) {
             const std::string what = err.what();
             const size_t colon = what.find(": ");
@@ -242,10 +244,7 @@ void differences(const std::string& where, const json& recorded, const json& see
     auto sm = ::android::hardware::defaultServiceManager();
     const std::string dir = host::runtimeDirectory();
     if (sm == nullptr) {
-        *error = "no service manager serves " + dir +
-                 "; start one with: zuv_hwservicemanager "
-                 "--runtime-dir " +
-                 dir + " &";
+        *error = noServiceManager();
         return nullptr;
     }
     auto got = sm->get(iface.descriptor, instance);

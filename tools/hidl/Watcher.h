@@ -1,9 +1,10 @@
 // The callback object `watch` hands to the service: each call it receives
-// becomes one JSON line on stdout, and the main thread is told how many came.
+// becomes one JSON line on stdout, its arguments keyed by parameter name, and
+// the main thread is told how many came.
 #pragma once
 
 #include <vendor/zuv/hardware/fingerprint/1.0/IZuvExtendedFingerprintCallback.h>
-#include <vendor/zuv/hardware/fingerprint/1.0/JsonCodec.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/Operations.h>
 
 #include <algorithm>
 #include <chrono>
@@ -80,8 +81,13 @@ class Watcher : public V1_0::IZuvExtendedFingerprintCallback {
   private:
     template <typename... Args>
     ::android::hardware::Return<void> emit(const char* call, const Args&... args) {
+        static const InterfaceOps& kOps =
+                *findInterface(V1_0::IZuvExtendedFingerprintCallback::descriptor);
+        const void* const values[] = {&args...};
+        const json named = kOps.find(call)->argsToJson(
+                values, [](IBase*, const std::string&) { return json(nullptr); });
         json line = {{"call", call},
-                     {"args", json::array({JsonCodec<Args>::to(args)...})},
+                     {"args", named},
                      {"t_us",
                       std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - mStart)
                               .count()}};

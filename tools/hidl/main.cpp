@@ -79,7 +79,36 @@ const Operation& operationNamed(const InterfaceOps& iface, const std::string& na
                      iface.name + "` lists them)");
 }
 
-// Each argument is a JSON value; a word that is not JSON is taken as a string.
+// One word as the JSON value it stands for. A word that is not JSON is a
+// string, unless it starts as JSON does: then it was meant as JSON, and where
+// it breaks is the mistake to report.
+json argumentValue(const std::string& word, const std::string& where, const Param& param) {
+    json j = json::parse(word, nullptr, false);
+    if (j.is_discarded()) {
+        const size_t first = word.find_first_not_of(" \t\n");
+        if (first == std::string::npos ||
+            std::string("[{\"").find(word[first]) == std::string::npos)
+            return word;
+        try {
+            j = json::parse(word);
+        } catch (const json::parse_error& e) {
+            // "[json.exception.parse_error.101] parse error at line 1, column 5: ..."
+            std::string what = e.what();
+            const size_t at = what.find("] ");
+            what = at == std::string::npos ? what : what.substr(at + 2);
+            throw UsageError(where + ": " + word + " is not valid JSON (" + what + ")" +
+                             (param.type == "string"
+                                      ? "; to pass it as a string: '" + json(word).dump() + "'"
+                                      : ""));
+        }
+    }
+    if (param.type == "string" && j.is_primitive() && !j.is_string()) {
+        throw UsageError(where + ": expected string, got " + j.dump() +
+                         "; quote it to pass it as a string: '" + json(word).dump() + "'");
+    }
+    return j;
+}
+
 json parseArguments(const Operation& op, const std::vector<std::string>& words) {
     const size_t expected = op.argCount();
     if (words.size() != expected) {
@@ -88,9 +117,11 @@ json parseArguments(const Operation& op, const std::vector<std::string>& words) 
                          std::to_string(words.size()));
     }
     json args = json::array();
-    for (const std::string& w : words) {
-        json j = json::parse(w, nullptr, false);
-        args.push_back(j.is_discarded() ? json(w) : j);
+    for (const Param& p : op.params) {
+        if (p.isCallbackObject) continue;
+        const std::string where =
+                op.name + ": argument " + std::to_string(args.size() + 1) + " (" + p.name + ")";
+        args.push_back(argumentValue(words[args.size()], where, p));
     }
     try {
         op.invoke(nullptr, args, nullptr);
@@ -105,12 +136,8 @@ json parseArguments(const Operation& op, const std::vector<std::string>& words) 
     setenv(host::kServiceManagerEnvVar, "daemon", 1);
     boundCalls();
     auto sm = ::android::hardware::defaultServiceManager();
-    const std::string dir = host::runtimeDirectory();
     if (sm == nullptr) {
-        std::fprintf(stderr,
-                     "zuv_hidl: no service manager serves %s; start one with: "
-                     "zuv_hwservicemanager --runtime-dir %s &\n",
-                     dir.c_str(), dir.c_str());
+        std::fprintf(stderr, "zuv_hidl: %s\n", noServiceManager().c_str());
         leave(kCallFailed);
     }
     Return<::android::sp<IBase>> got = sm->get(iface.descriptor, instance);
@@ -125,12 +152,65 @@ json parseArguments(const Operation& op, const std::vector<std::string>& words) 
     return service;
 }
 
+constexpr const char* kShapes =
+        "Shapes: direct    the call returns its result\n"
+        "        callback  the service hands its result to a callback within the call\n"
+        "                  (zuv_hidl prints it as the result, named)\n"
+        "        none      the call waits for the service and returns no result\n"
+        "        oneway    the call is sent without waiting; no result, no status from the "
+        "service\n";
+
+// The record named, then each record its members name, each once.
+void collectRecords(const RecordInfo& record, std::vector<const RecordInfo*>* out) {
+    for (const RecordInfo* r : *out)
+        if (r == &record) return;
+    out->push_back(&record);
+    for (const Param& m : record.members) {
+        for (const RecordInfo& r : allRecords()) {
+            // vec<R>, R[N] and R itself all hold R.
+            const size_t at = m.type.find(r.name);
+            const size_t end = at + r.name.size();
+            if (at != std::string::npos && (at == 0 || m.type[at - 1] == '<') &&
+                (end == m.type.size() || m.type[end] == '>' || m.type[end] == '['))
+                collectRecords(r, out);
+        }
+    }
+}
+
+int describeRecord(const RecordInfo& record, bool asJson) {
+    std::vector<const RecordInfo*> records;
+    collectRecords(record, &records);
+    json out = json::array();
+    for (const RecordInfo* r : records) {
+        json members = json::array();
+        for (const Param& m : r->members) members.push_back({{"name", m.name}, {"type", m.type}});
+        out.push_back({{"record", r->name}, {"members", members}});
+        if (asJson) continue;
+        std::printf(
+                "%s: a record; as JSON, an object of these members (any left out are "
+                "zero)\n",
+                r->name.c_str());
+        for (const Param& m : r->members)
+            std::printf("  %-16s %s\n", m.type.c_str(), m.name.c_str());
+    }
+    if (asJson) std::printf("%s\n", out.dump(2).c_str());
+    return 0;
+}
+
 int describe(const std::string& which, bool asJson) {
     std::vector<const InterfaceOps*> chosen;
     if (which.empty()) {
         for (const InterfaceOps& i : allInterfaces()) chosen.push_back(&i);
+    } else if (const RecordInfo* record = findRecord(which)) {
+        return describeRecord(*record, asJson);
+    } else if (const InterfaceOps* iface = findInterface(which)) {
+        chosen.push_back(iface);
     } else {
-        chosen.push_back(&interfaceNamed(which));
+        std::string interfaces, records;
+        for (const InterfaceOps& i : allInterfaces()) interfaces += " " + i.name;
+        for (const RecordInfo& r : allRecords()) records += " " + r.name;
+        throw UsageError("no interface or record is named '" + which +
+                         "'; the interfaces are:" + interfaces + "; the records:" + records);
     }
     json out = json::array();
     for (const InterfaceOps* iface : chosen) {
@@ -154,7 +234,14 @@ int describe(const std::string& which, bool asJson) {
                        {"descriptor", iface->descriptor},
                        {"operations", ops}});
     }
-    if (asJson) std::printf("%s\n", out.dump(2).c_str());
+    if (asJson) {
+        std::printf("%s\n", out.dump(2).c_str());
+        return 0;
+    }
+    std::printf("\n%s", kShapes);
+    std::string records;
+    for (const RecordInfo& r : allRecords()) records += " " + r.name;
+    std::printf("Records (`zuv_hidl describe RECORD` shows the members):%s\n", records.c_str());
     return 0;
 }
 
@@ -286,13 +373,18 @@ int main(int argc, char** argv) {
     list->add_flag("--debug", debug, "show each service's interface chain and debug info");
     list->add_flag("--json", listJson, "one JSON array instead of the table");
 
-    auto* desc = app.add_subcommand("describe", "the operations of the package's interfaces");
+    auto* desc = app.add_subcommand(
+            "describe", "the operations of the package's interfaces, or the members of a record");
     std::string descIface;
     bool descJson = false;
-    desc->add_option("INTERFACE", descIface,
-                     "IZuvExtendedFingerprint, IZuvExtendedFingerprintCallback or "
-                     "IDaxAndroidServices (default: all)");
+    desc->add_option("NAME", descIface,
+                     "IZuvExtendedFingerprint, IZuvExtendedFingerprintCallback, "
+                     "IDaxAndroidServices, or a record such as ReadInfoResult (default: all "
+                     "interfaces)");
     desc->add_flag("--json", descJson, "as JSON");
+    desc->footer(
+            std::string("Each operation: its code, its shape, its parameters and its result.\n") +
+            kShapes);
 
     auto* callCmd = app.add_subcommand(
             "call", "call one operation with JSON arguments and print its result as JSON");
@@ -307,9 +399,12 @@ int main(int argc, char** argv) {
     // "[1,2]" are values, not options or lists.
     callCmd->prefix_command();
     callCmd->footer(
-            "ARG...: one JSON value per parameter, in order: numbers, strings (a word that is not "
-            "JSON is taken as a string), arrays for vectors, objects for records with their "
-            "member names, hex strings for byte blocks, null for interface objects.");
+            "ARG...: one JSON value per parameter, in order: numbers; strings (a word that is "
+            "not JSON is taken as a string; quote a number, '\"50\"', to pass it as one); arrays "
+            "for vectors; objects for records with their member names (`zuv_hidl describe "
+            "RECORD`); bytes (vec<uint8_t>, uint8_t[N]) as a hex string, '0a0b' or '0x0a0b', or "
+            "an array of numbers, '[10,11]'; null for interface objects. Results print bytes as "
+            "hex.");
 
     auto* watchCmd = app.add_subcommand(
             "watch", "call an operation with a callback object and print each callback as JSON");

@@ -119,6 +119,12 @@ sp<::android::hidl::manager::V1_0::IServiceManager> makeInProcessServiceManager(
 // the choice it makes.
 void setDefaultServiceManager(const sp<::android::hidl::manager::V1_0::IServiceManager>& sm);
 
+// Why no service manager serves the runtime directory dir, and what to do, as
+// one clause for a person: a missing parent, a path that is no directory, a
+// directory of another owner or open to others (what is wrong, and chmod 700
+// or another directory), else how to start a daemon.
+std::string whyNoServiceManager(const std::string& dir);
+
 }  // namespace host
 }  // namespace hardware
 }  // namespace android

@@ -69,6 +69,11 @@ bool flushTrace();
 // when unset.
 std::string traceFilePath();
 
+// The name a trace gives this process: the file name of the program it runs
+// (argv[0] without its directory, from /proc/self/cmdline), whole; the
+// kernel's name, cut to 15 characters, only when that cannot be read.
+std::string programName();
+
 // A section on the calling thread's timeline, recorded while recording is on.
 void traceSectionBegin(const char* name);
 void traceSectionEnd();

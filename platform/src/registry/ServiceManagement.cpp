@@ -325,38 +325,49 @@ class PassthroughServiceManager : public IServiceManager {
     }
 };
 
-// Why no service manager answers for the runtime directory, and what to do,
-// for the one line a person reads.
-std::string noDaemonCause(const std::string& dir) {
-    std::string cause;
-    struct stat st;
-    const std::string parent = dir.substr(0, dir.find_last_of('/'));
-    if (stat(dir.c_str(), &st) != 0) {
-        if (!parent.empty() && stat(parent.c_str(), &st) != 0) {
-            return "its parent directory " + parent + " does not exist; create it or set " +
-                   host::kRuntimeDirEnvVar + " to a directory of your own";
-        }
-        cause = "the directory does not exist yet";
-    } else if (!S_ISDIR(st.st_mode)) {
-        return dir + " is not a directory; set " + std::string(host::kRuntimeDirEnvVar) +
-               " to a directory of your own";
-    } else if (st.st_uid != getuid() || (st.st_mode & 077) != 0) {
-        char what[160];
-        snprintf(what, sizeof(what),
-                 "it is unsafe (owner uid %u, mode %03o; it must belong to uid %u with mode "
-                 "0700); run chmod 700 %s or use a directory of your own",
-                 static_cast<unsigned>(st.st_uid), static_cast<unsigned>(st.st_mode & 0777),
-                 static_cast<unsigned>(getuid()), dir.c_str());
-        return what;
-    } else {
-        cause = "no zuv_hwservicemanager serves it";
-    }
-    return cause + "; start one with: zuv_hwservicemanager --runtime-dir " + dir + " &";
+// What a path that should be a directory is instead, for a message.
+const char* fileKind(mode_t mode) {
+    if (S_ISREG(mode)) return "regular file";
+    if (S_ISLNK(mode)) return "symbolic link";  // refused even when it leads to one
+    if (S_ISSOCK(mode)) return "socket";
+    if (S_ISFIFO(mode)) return "named pipe";
+    return "device";
 }
 
 }  // namespace
 
 namespace host {
+
+std::string whyNoServiceManager(const std::string& dir) {
+    std::string cause;
+    struct stat st;
+    const std::string parent = dir.substr(0, dir.find_last_of('/'));
+    const std::string ownDir =
+            std::string("set ") + host::kRuntimeDirEnvVar + " to a directory of your own";
+    if (lstat(dir.c_str(), &st) != 0) {
+        if (!parent.empty() && stat(parent.c_str(), &st) != 0) {
+            return "its parent directory " + parent + " does not exist; create it or " + ownDir;
+        }
+        cause = "the directory does not exist yet";
+    } else if (!S_ISDIR(st.st_mode)) {
+        return dir + " is not a directory but a " + fileKind(st.st_mode) +
+               ", which no service manager will use; remove it or " + ownDir;
+    } else if (st.st_uid != getuid()) {
+        return "it is unsafe: it belongs to uid " + std::to_string(st.st_uid) +
+               ", not to you (uid " + std::to_string(getuid()) +
+               "), and no service manager of yours will use it; " + ownDir;
+    } else if ((st.st_mode & 077) != 0) {
+        char mode[8];
+        snprintf(mode, sizeof(mode), "%04o", static_cast<unsigned>(st.st_mode & 07777));
+        return std::string("it is unsafe: its mode is ") + mode +
+               ", open to other users, and no service manager will use it until it is 0700; "
+               "run chmod 700 " +
+               dir + " (or " + ownDir + ")";
+    } else {
+        cause = "none runs there";
+    }
+    return cause + "; start one with: zuv_hwservicemanager --runtime-dir " + dir + " &";
+}
 
 void setGetServiceTimeout(std::chrono::milliseconds timeout) {
     std::lock_guard<std::mutex> lock(gConfigMutex);
@@ -446,7 +457,7 @@ void sayGaveUp(const sp<IServiceManager>& sm, const std::string& descriptor,
     const std::string dir = host::runtimeDirectory();
     std::string where;
     if (sm == nullptr) {
-        where = "no service manager at " + dir + " (" + noDaemonCause(dir) + ")";
+        where = "no service manager at " + dir + " (" + host::whyNoServiceManager(dir) + ")";
     } else if (dynamic_cast<details::InProcessServiceManager*>(sm.get()) != nullptr) {
         where = "this process's own registry (no daemon serves " + dir + "; " +
                 host::kServiceManagerEnvVar + " chooses)";
@@ -509,7 +520,7 @@ sp<IBase> getRawServiceInternal(const std::string& descriptor, const std::string
             fprintf(stderr,
                     "hidl: waiting up to %lld ms for a service manager at %s to find %s/%s: %s\n",
                     static_cast<long long>(timeout.count()), dir.c_str(), descriptor.c_str(),
-                    instance.c_str(), noDaemonCause(dir).c_str());
+                    instance.c_str(), host::whyNoServiceManager(dir).c_str());
         });
     }
     const auto deadline = std::chrono::steady_clock::now() + timeout;
@@ -546,7 +557,7 @@ status_t registerAsServiceInternal(const sp<IBase>& service, const std::string& 
     if (sm == nullptr) {
         const std::string dir = host::runtimeDirectory();
         fprintf(stderr, "hidl: cannot register \"%s\": no service manager at %s: %s\n",
-                name.c_str(), dir.c_str(), noDaemonCause(dir).c_str());
+                name.c_str(), dir.c_str(), host::whyNoServiceManager(dir).c_str());
         return INVALID_OPERATION;
     }
     Return<bool> ret = sm->add(name, service);

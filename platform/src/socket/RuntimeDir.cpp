@@ -39,16 +39,21 @@ status_t ensureRuntimeDirectory(const std::string& dir) {
     }
     struct stat st;
     if (lstat(dir.c_str(), &st) != 0 || !S_ISDIR(st.st_mode)) {
-        fprintf(stderr, "hidl socket transport: %s is not a directory\n", dir.c_str());
+        fprintf(stderr,
+                "hidl socket transport: %s is not a directory; remove it or set %s to a "
+                "directory of your own\n",
+                dir.c_str(), kRuntimeDirEnvVar);
         return PERMISSION_DENIED;
     }
     // Anyone else who could enter could connect to (or replace) our sockets.
     if (st.st_uid != getuid() || (st.st_mode & 077) != 0) {
         fprintf(stderr,
                 "hidl socket transport: refusing %s: it must belong to uid %u with mode 0700 "
-                "(owner %u, mode %03o)\n",
+                "(owner %u, mode %03o); %s, or set %s to a directory of your own\n",
                 dir.c_str(), static_cast<unsigned>(getuid()), static_cast<unsigned>(st.st_uid),
-                static_cast<unsigned>(st.st_mode & 0777));
+                static_cast<unsigned>(st.st_mode & 0777),
+                st.st_uid == getuid() ? ("run chmod 700 " + dir).c_str() : "it is not yours",
+                kRuntimeDirEnvVar);
         return PERMISSION_DENIED;
     }
     return OK;

@@ -39,9 +39,11 @@ using details::InstrumentationEvent;
 // Event kinds beyond the instrumentation events.
 constexpr uint8_t kSectionBegin = 0xfe;
 constexpr uint8_t kSectionEnd = 0xff;
-// How the client call the thread is making ended; a failed one, which
-// reports no exit, ends its slice.
+// How the client call the thread is making ended, and the status the stub
+// serving a call on the thread answered with; a failed one, which reports no
+// exit, ends its slice.
 constexpr uint8_t kCallOutcome = 0xfd;
+constexpr uint8_t kServedOutcome = 0xfb;
 // A peer process died (an instant event; `exception` holds its pid).
 constexpr uint8_t kPeerDied = 0xfc;
 
@@ -364,10 +366,12 @@ std::string Recorder::json() {
     for (size_t i = 0; i < events.size(); ++i) {
         const Event& e = events[i];
         if (e.kind == kPeerDied) continue;
-        if (e.kind == kCallOutcome) {
+        if (e.kind == kCallOutcome || e.kind == kServedOutcome) {
             auto& own = calls[e.tid];
+            const uint8_t entry = e.kind == kCallOutcome ? InstrumentationEvent::CLIENT_API_ENTRY
+                                                         : InstrumentationEvent::SERVER_API_ENTRY;
             if (e.exception != Status::EX_NONE && !own.empty() &&
-                events[own.back()].kind == InstrumentationEvent::CLIENT_API_ENTRY) {
+                events[own.back()].kind == entry) {
                 partner[i] = own.back();
                 own.pop_back();
                 role[i] = Role::kEnd;
@@ -439,7 +443,7 @@ std::string Recorder::json() {
         appendEscaped(&out, name);
         out.append("\"}}");
     };
-    metadata("process_name", pid, readComm("/proc/self/comm"));
+    metadata("process_name", pid, host::programName());
     for (const auto& [tid, name] : threads) metadata("thread_name", tid, name);
 
     char ts[48];
@@ -642,9 +646,23 @@ void recordCallOutcome(const Status& outcome) {
     r.record(kCallOutcome, nullptr, outcome.exceptionCode(), outcome.transactionError());
 }
 
+void recordServedOutcome(const Status& outcome) {
+    Recorder& r = Recorder::instance();
+    if (!r.recording.load(std::memory_order_relaxed)) return;
+    r.record(kServedOutcome, nullptr, outcome.exceptionCode(), outcome.transactionError());
+}
+
 }  // namespace frame
 
 namespace host {
+
+std::string programName() {
+    std::ifstream in("/proc/self/cmdline");
+    std::string argv0;
+    std::getline(in, argv0, '\0');
+    const std::string name = argv0.substr(argv0.find_last_of('/') + 1);
+    return name.empty() ? readComm("/proc/self/comm") : name;
+}
 
 void startTrace(size_t maxEvents) {
     // Builds the registry first, which may install the recorder itself.

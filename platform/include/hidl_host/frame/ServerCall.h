@@ -112,6 +112,7 @@ class Server {
             if (Info::kRepliesFailures && !ret.isOk()) {
                 observed.end(ret);
                 traceEnd();
+                recordServedOutcome(ret.getStatus());
                 return replyFailure(ret.getStatus(), reply);
             }
             const T value = ret;  // a failed Return is fatal here
@@ -121,6 +122,7 @@ class Server {
             const status_t err = Codec<T>::write(reply, value);
             traceEnd();
             instrumentation.report<Info>(InstrumentationEvent::SERVER_API_EXIT, Op::kName, value);
+            recordServedOutcome(err == OK ? Status::ok() : Status::fromStatusT(err));
             if (err != OK) return err;
             if (callback) callback(*reply);
             return OK;
@@ -144,11 +146,13 @@ class Server {
                         traceEnd();
                         instrumentation.report<Info>(InstrumentationEvent::SERVER_API_EXIT,
                                                      Op::kName, result);
+                        recordServedOutcome(err == OK ? Status::ok() : Status::fromStatusT(err));
                         if (err == OK && callback) callback(*reply);
                     }));
             observed.end(ret);
             if (Info::kRepliesFailures && !called && !ret.isOk()) {
                 traceEnd();
+                recordServedOutcome(ret.getStatus());
                 return replyFailure(ret.getStatus(), reply);
             }
             ret.assertOk();
@@ -165,6 +169,7 @@ class Server {
             observed.end(ret);
             traceEnd();
             instrumentation.report<Info>(InstrumentationEvent::SERVER_API_EXIT, Op::kName);
+            recordServedOutcome(ret.getStatus());
             if (Info::kRepliesFailures && !ret.isOk()) return replyFailure(ret.getStatus(), reply);
             ret.assertOk();
             ::android::hardware::writeToParcel(Status::ok(), reply);

@@ -50,6 +50,10 @@ inline void traceEnd() {
 // which reports no exit, ends its slice here.
 void recordCallOutcome(const Status& outcome);
 
+// The same for the call this thread serves: the status its stub answered
+// with (OK, the exception, or the transport's error writing the reply).
+void recordServedOutcome(const Status& outcome);
+
 inline void traceEnd(const Status& outcome) {
     traceEnd();
     recordCallOutcome(outcome);

@@ -1,7 +1,8 @@
 // Values of the package's wire types as JSON, both ways: numbers, strings,
-// arrays for vectors, objects for records with their member names, and hex
-// strings for opaque byte blocks. A value that does not fit names where it
-// sits and what was expected.
+// arrays for vectors, objects for records with their member names. Bytes
+// (vec<uint8_t> and uint8_t[N]) are written as one lowercase hex string and
+// read from a hex string ("0a0b", "0x0A0B") or an array of numbers alike. A
+// value that does not fit names where it sits and what was expected.
 //
 // Templates, so a tool can convert the typed values it holds; the records'
 // member tables stay in the library (libvendor.zuv.hardware.fingerprint@1.0-describe).
@@ -187,26 +188,64 @@ struct JsonCodec<hidl_vec<U>> {
     }
 };
 
-// Opaque byte blocks: a hex string of at most N bytes, the rest zero.
+inline int hexDigit(char c) {
+    if (c >= '0' && c <= '9') return c - '0';
+    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+    return -1;
+}
+
+// Bytes from a hex string (an optional 0x first) or an array of numbers,
+// at most `max`; `expected` words the mismatch.
+inline std::string bytesFromJson(const json& j, size_t max, const std::string& expected,
+                                 const std::string& where) {
+    std::string bytes;
+    if (j.is_array()) {
+        if (j.size() > max) mismatch(where, expected, j);
+        for (size_t i = 0; i < j.size(); ++i) {
+            const json& b = j[i];
+            if (!b.is_number_unsigned() || b.get<uint64_t>() > 255)
+                mismatch(where + "[" + std::to_string(i) + "]", "uint8_t (0..255)", b);
+            bytes += static_cast<char>(b.get<uint64_t>());
+        }
+        return bytes;
+    }
+    if (!j.is_string()) mismatch(where, expected, j);
+    const std::string& text = j.get_ref<const std::string&>();
+    const size_t from = text.size() >= 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
+    const size_t digits = text.size() - 2 * from;
+    if (digits % 2 != 0 || digits / 2 > max) mismatch(where, expected, j);
+    for (size_t i = 2 * from; i < text.size(); i += 2) {
+        const int hi = hexDigit(text[i]), lo = hexDigit(text[i + 1]);
+        if (hi < 0 || lo < 0) mismatch(where, expected, j);
+        bytes += static_cast<char>(hi * 16 + lo);
+    }
+    return bytes;
+}
+
+// Byte vectors: as hex, like the byte blocks below.
+template <>
+struct JsonCodec<hidl_vec<uint8_t>> {
+    static json to(const hidl_vec<uint8_t>& v) { return toHex(v.data(), v.size()); }
+    static void from(const json& j, hidl_vec<uint8_t>* out, const std::string& where) {
+        const std::string bytes = bytesFromJson(
+                j, SIZE_MAX, "vec<uint8_t> (a hex string or an array of numbers)", where);
+        out->resize(bytes.size());
+        for (size_t i = 0; i < bytes.size(); ++i) (*out)[i] = static_cast<uint8_t>(bytes[i]);
+    }
+};
+
+// Opaque byte blocks: at most N bytes, the rest zero.
 template <size_t N>
 struct JsonCodec<std::array<uint8_t, N>> {
     static json to(const std::array<uint8_t, N>& v) { return toHex(v.data(), N); }
     static void from(const json& j, std::array<uint8_t, N>* out, const std::string& where) {
-        const std::string expected = "up to " + std::to_string(N) + " bytes as a hex string";
-        if (!j.is_string()) mismatch(where, expected, j);
-        const std::string hex = j.get<std::string>();
-        if (hex.size() % 2 != 0 || hex.size() > 2 * N) mismatch(where, expected, j);
+        const std::string bytes = bytesFromJson(
+                j, N,
+                "up to " + std::to_string(N) + " bytes as a hex string or an array of numbers",
+                where);
         out->fill(0);
-        for (size_t i = 0; i < hex.size(); i += 2) {
-            size_t used = 0;
-            int byte = -1;
-            try {
-                byte = std::stoi(hex.substr(i, 2), &used, 16);
-            } catch (const std::exception&) {
-            }
-            if (used != 2 || byte < 0) mismatch(where, expected, j);
-            (*out)[i / 2] = static_cast<uint8_t>(byte);
-        }
+        for (size_t i = 0; i < bytes.size(); ++i) (*out)[i] = static_cast<uint8_t>(bytes[i]);
     }
 };
 

@@ -83,6 +83,18 @@ struct InterfaceOps {
     }
 };
 
+// A record: its members in declaration order, each with the type name
+// `describe` shows (a record member names another record).
+struct RecordInfo {
+    std::string name;
+    std::vector<Param> members;
+};
+
+// The package's records, in declaration order.
+const std::vector<RecordInfo>& allRecords();
+// By name; null for another name.
+const RecordInfo* findRecord(const std::string& name);
+
 // The three interfaces, in the package's order.
 const std::vector<InterfaceOps>& allInterfaces();
 

@@ -78,9 +78,11 @@ CallOutcome invokeWith(const Operation& op, const sp<IBase>& service, const json
 // Checks values read from elsewhere against `op`: every parameter present and
 // of its type (an interface-typed one is null or {"object": "<reference>"}),
 // none unknown; and a result value. Throws ArgumentError naming the member
-// ("args.key", or `where` for the result).
-void checkArguments(const Operation& op, const json& args);
-void checkResult(const Operation& op, const json& value, const std::string& where);
+// ("args.key", or `where` for the result). Each returns its values as this
+// library writes them (bytes as hex however they were given), so values
+// written by an older one compare equal to what a call gives now.
+json checkArguments(const Operation& op, const json& args);
+json checkResult(const Operation& op, const json& value, const std::string& where);
 
 // The failure names an answer may carry: transport statuses, then exceptions.
 const std::vector<std::string>& failureNames();
