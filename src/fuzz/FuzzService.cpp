@@ -114,14 +114,32 @@ std::string shellQuote(const std::string& s) {
 
 // ---- What a report is made of, kept ready so a signal handler only writes.
 
-// The report's text and the recording, rebuilt after every step of a call;
-// a crash on any thread writes the last one published.
+// The report's parts and the recording, appended to as calls happen (never
+// rebuilt, so an input costs no more than its calls); a crash on any thread
+// writes what is there.
+struct Buffer {
+    char data[1 << 16];
+    std::atomic<size_t> size{0};
+    // Cuts what does not fit: a report too long for this is long enough.
+    void append(const std::string& s) {
+        const size_t at = size.load();
+        const size_t n = std::min(s.size(), sizeof(data) - at);
+        memcpy(data + at, s.data(), n);
+        size.store(at + n);
+    }
+    void assign(const std::string& s) {
+        size.store(0);
+        append(s);
+    }
+};
+
 struct Published {
     std::mutex lock;  // writers; the signal handler reads without it
-    char text[1 << 16];
-    std::atomic<size_t> textSize{0};
-    char recording[1 << 16];
-    std::atomic<size_t> recordingSize{0};
+    Buffer history;   // calls that returned, one line each
+    Buffer running;   // the call in progress, or empty
+    Buffer commands;  // the calls as zuv_hidl command lines
+    Buffer recording;
+    std::atomic<uint64_t> calls{0};
     char recordingPath[4096];  // ZUV_FUZZ_RECORDING, or empty
     char artifactPrefix[4096];
     const uint8_t* input = nullptr;  // the input being run, for its file name
@@ -154,7 +172,14 @@ void writeReport(const char* why) {
     put(2, "\n==zuv-fuzz== ");
     put(2, why);
     put(2, "\n");
-    put(2, p.text, p.textSize.load());
+    char count[64];
+    snprintf(count, sizeof(count), "calls made, in order (%llu):\n",
+             static_cast<unsigned long long>(p.calls.load()));
+    put(2, count);
+    put(2, p.history.data, p.history.size.load());
+    put(2, p.running.data, p.running.size.load());
+    put(2, "as zuv_hidl commands (a callback object is zuv_hidl's own, a services object null):\n");
+    put(2, p.commands.data, p.commands.size.load());
     char path[4096 + 64];
     if (p.recordingPath[0] != '\0') {
         snprintf(path, sizeof(path), "%s", p.recordingPath);
@@ -170,7 +195,7 @@ void writeReport(const char* why) {
         put(2, " (set ZUV_FUZZ_RECORDING to a writable file)\n");
         return;
     }
-    put(fd, p.recording, p.recordingSize.load());
+    put(fd, p.recording.data, p.recording.size.load());
     ::close(fd);
     put(2, "==zuv-fuzz== recording of these calls: ");
     put(2, path);
@@ -294,6 +319,23 @@ class Run : public ObjectSource, public std::enable_shared_from_this<Run> {
         return fpv::IDaxAndroidServices::castFrom(standIn(2, b));
     }
 
+    // Empties what a report shows and starts this input's recording.
+    void open() {
+        Published& p = published();
+        std::lock_guard<std::mutex> pl(p.lock);
+        p.history.assign("");
+        p.running.assign("");
+        p.commands.assign("");
+        p.calls.store(0);
+        p.recording.assign(json{{"format", "zuv-hidl-recording"},
+                                {"version", 1},
+                                {"pid", getpid()},
+                                {"program", "zuv-fuzz"},
+                                {"start_ns", mStart}}
+                                   .dump() +
+                           "\n");
+    }
+
     void nameTargets() {
         std::lock_guard<std::mutex> l(mLock);
         for (int i = 0; i < 3; ++i)
@@ -326,10 +368,13 @@ class Run : public ObjectSource, public std::enable_shared_from_this<Run> {
                                                    : v.dump(-1, ' ', false,
                                                             json::error_handler_t::replace));
         }
-        mCommands += line + "\n";
+        Published& p = published();
+        std::lock_guard<std::mutex> pl(p.lock);
+        p.commands.append(line + "\n");
         if (op.shape == "oneway") mOnewaySent.push_back({iface, op.code, seq});
         mServed = false;
-        publishLocked("  " + std::to_string(seq) + ". " + mCall + " -> (running)\n");
+        p.calls.store(mSeq);
+        p.running.assign("  " + std::to_string(seq) + ". " + mCall + " -> (running)\n");
         return seq;
     }
 
@@ -346,7 +391,8 @@ class Run : public ObjectSource, public std::enable_shared_from_this<Run> {
             if (!message.empty()) outcome += " \"" + message + "\"";
             if (!result.is_null())
                 outcome += " " + result.dump(-1, ' ', false, json::error_handler_t::replace);
-            mHistory += "  " + std::to_string(seq) + ". " + mCall + " -> " + outcome + "\n";
+            const std::string done =
+                    "  " + std::to_string(seq) + ". " + mCall + " -> " + outcome + "\n";
             json line = {{"event", "call"},
                          {"seq", seq},
                          {"time_ns", mCallStart},
@@ -362,7 +408,15 @@ class Run : public ObjectSource, public std::enable_shared_from_this<Run> {
             if (!message.empty()) line["message"] = message;
             if (status.isOk() && !op.result.type.empty() && op.shape != "oneway")
                 line["result"] = json{{op.result.name.empty() ? "result" : op.result.name, result}};
-            mLines.push_back(line.dump(-1, ' ', false, json::error_handler_t::replace));
+            {
+                Published& p = published();
+                std::lock_guard<std::mutex> pl(p.lock);
+                p.history.append(done);
+                p.running.assign("");
+                p.recording.append(line.dump(-1, ' ', false, json::error_handler_t::replace) +
+                                   "\n");
+                p.calls.store(mSeq);
+            }
             mCurrent = 0;
             if (op.shape == "callback" && resultCalls != (status.isOk() ? 1 : 0)) {
                 problem = "the result callback of " + op.name + " was called " +
@@ -381,7 +435,6 @@ class Run : public ObjectSource, public std::enable_shared_from_this<Run> {
                           ": the reply or request does not decode";
             }
             dying.swap(mDying);
-            publishLocked("");
         }
         if (!problem.empty()) fault(problem);
         // A dying stand-in's process goes away once the call that passed it
@@ -450,30 +503,6 @@ class Run : public ObjectSource, public std::enable_shared_from_this<Run> {
     StandInAnswer answerStandIn(const std::string& objectName, Behaviour b, const sp<IBase>& self,
                                 const StandInCall& call);
 
-    void publishLocked(const std::string& running) {
-        Published& p = published();
-        std::string text = "calls made, in order (" + std::to_string(mSeq) + "):\n" + mHistory +
-                           running + "as zuv_hidl commands (a callback object is zuv_hidl's own, " +
-                           "a services object null):\n" + mCommands;
-        std::string rec = json{{"format", "zuv-hidl-recording"},
-                               {"version", 1},
-                               {"pid", getpid()},
-                               {"program", "zuv-fuzz"},
-                               {"start_ns", mStart}}
-                                  .dump(-1, ' ', false, json::error_handler_t::replace) +
-                          "\n";
-        for (const std::string& l : mLines) rec += l + "\n";
-        std::lock_guard<std::mutex> pl(p.lock);
-        const size_t t = std::min(text.size(), sizeof(p.text));
-        p.textSize.store(0);
-        memcpy(p.text, text.data(), t);
-        p.textSize.store(t);
-        const size_t r = std::min(rec.size(), sizeof(p.recording));
-        p.recordingSize.store(0);
-        memcpy(p.recording, rec.data(), r);
-        p.recordingSize.store(r);
-    }
-
     std::mutex mLock;  // guards everything below; stand-ins run on other threads
     const int64_t mStart;
     uint64_t mSeq = 0;
@@ -481,9 +510,6 @@ class Run : public ObjectSource, public std::enable_shared_from_this<Run> {
     int64_t mCallStart = 0;
     json mArgs;
     std::string mCall;
-    std::string mHistory;
-    std::string mCommands;
-    std::vector<std::string> mLines;
     std::map<IBase*, std::string> mNames;
     int mObjectCounts[3] = {0, 0, 0};
     std::deque<Oneway> mOnewaySent;
@@ -553,8 +579,10 @@ StandInAnswer Run::answerStandIn(const std::string& objectName, Behaviour b, con
                       zeroResult(*call.interface, *call.operation)}};
     }
     if (mCurrent != 0) line["inside"] = mCurrent;
-    mLines.push_back(line.dump(-1, ' ', false, json::error_handler_t::replace));
-    publishLocked("");
+    Published& p = published();
+    std::lock_guard<std::mutex> pl(p.lock);
+    p.recording.append(line.dump(-1, ' ', false, json::error_handler_t::replace) + "\n");
+    p.calls.store(mSeq);
     return answer;
 }
 
@@ -793,6 +821,7 @@ int fuzzService(const sp<::android::hidl::base::V1_0::IBase>& service, const uin
         if (run->proxies[i] != nullptr) implemented[count++] = i;
     if (count == 0) return 0;
     run->nameTargets();
+    run->open();
     {
         std::lock_guard<std::mutex> l(f.observer.lock);
         f.observer.run = run;

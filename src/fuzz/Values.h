@@ -50,6 +50,14 @@ inline const std::vector<std::string>& dictionary() {
             "test",
             "0",
             "1",
+            "2",
+            "3",
+            "4",
+            "5",
+            "6",
+            "7",
+            "8",
+            "9",
             "-1",
             "true",
             "false",
@@ -118,16 +126,20 @@ struct Value<T, std::enable_if_t<std::is_integral<T>::value>> {
     }
 };
 
+// A string is a dictionary word, a short string whose length is in the mode
+// byte (so a word the fuzzer learns from a comparison needs one byte before
+// it, not two), or up to 255 bytes after a length byte.
 template <>
 struct Value<hidl_string> {
-    static constexpr uint8_t kRaw = 0xc0;  // below: a dictionary word
+    static constexpr uint8_t kShort = 0x80;  // below: a dictionary word
+    static constexpr uint8_t kLong = 0xc0;   // below: kShort + length
     static hidl_string read(ByteReader& in, ObjectSource&) {
         const uint8_t mode = in.u8();
-        if (mode < kRaw) {
+        if (mode < kShort) {
             const std::string& word = dictionary()[mode % dictionary().size()];
             return hidl_string(word.data(), word.size());
         }
-        size_t n = in.u8();
+        size_t n = mode < kLong ? mode - kShort : in.u8();
         if (n > in.remaining()) n = in.remaining();
         std::string s(n, '\0');
         for (size_t i = 0; i < n; ++i) s[i] = static_cast<char>(in.u8());
@@ -135,7 +147,12 @@ struct Value<hidl_string> {
     }
     static void write(ByteWriter& out, const hidl_string& v) {
         const size_t n = v.size() < kMaxStringBytes ? v.size() : kMaxStringBytes;
-        out.u8(kRaw).u8(static_cast<uint8_t>(n)).raw(v.c_str(), n);
+        if (n < kLong - kShort) {
+            out.u8(static_cast<uint8_t>(kShort + n));
+        } else {
+            out.u8(kLong).u8(static_cast<uint8_t>(n));
+        }
+        out.raw(v.c_str(), n);
     }
 };
 

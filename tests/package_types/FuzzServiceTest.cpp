@@ -99,7 +99,7 @@ TEST(FuzzServiceTest, EncodedCallsArriveWithTheirArguments) {
     const std::vector<uint8_t> input = encodeCalls(
             {{"IZuvExtendedFingerprint", "setConfigValue", {{"key", "mode"}, {"value", "odd\n"}}},
              {"IZuvExtendedFingerprint", "notifyPowerState", {{"value", -2147483647 - 1}}},
-             {"IZuvExtendedFingerprint", "processRequest", {{"data", {1, 2, 3}}}}});
+             {"IZuvExtendedFingerprint", "processRequest", {{"data", "010203"}}}});
     fuzzService(seen, input.data(), input.size());
     EXPECT_EQ(seen->calls,
               (std::vector<std::string>{"mode=odd\n", "power -2147483648", "request of 3"}));
