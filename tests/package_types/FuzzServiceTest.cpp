@@ -96,13 +96,15 @@ TEST(FuzzServiceTest, EncodedCallsArriveWithTheirArguments) {
         }
     };
     ::android::sp<Seen> seen = new Seen;
+    const std::string longValue(100, 'x');  // past what the short form holds
     const std::vector<uint8_t> input = encodeCalls(
             {{"IZuvExtendedFingerprint", "setConfigValue", {{"key", "mode"}, {"value", "odd\n"}}},
+             {"IZuvExtendedFingerprint", "setConfigValue", {{"key", ""}, {"value", longValue}}},
              {"IZuvExtendedFingerprint", "notifyPowerState", {{"value", -2147483647 - 1}}},
              {"IZuvExtendedFingerprint", "processRequest", {{"data", "010203"}}}});
     fuzzService(seen, input.data(), input.size());
-    EXPECT_EQ(seen->calls,
-              (std::vector<std::string>{"mode=odd\n", "power -2147483648", "request of 3"}));
+    EXPECT_EQ(seen->calls, (std::vector<std::string>{"mode=odd\n", "=" + longValue,
+                                                     "power -2147483648", "request of 3"}));
 }
 
 }  // namespace
