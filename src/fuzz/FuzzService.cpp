@@ -120,14 +120,22 @@ std::string shellQuote(const std::string& s) {
 struct Buffer {
     char data[1 << 16];
     std::atomic<size_t> size{0};
+    bool full = false;  // a whole line was left out
     // Cuts what does not fit: a report too long for this is long enough.
-    void append(const std::string& s) {
+    // Whole lines only keep a recording readable: it ends before the first
+    // line that does not fit.
+    void append(const std::string& s, bool whole = false) {
         const size_t at = size.load();
+        if (whole && (full || s.size() > sizeof(data) - at)) {
+            full = true;
+            return;
+        }
         const size_t n = std::min(s.size(), sizeof(data) - at);
         memcpy(data + at, s.data(), n);
         size.store(at + n);
     }
     void assign(const std::string& s) {
+        full = false;
         size.store(0);
         append(s);
     }
@@ -413,8 +421,8 @@ class Run : public ObjectSource, public std::enable_shared_from_this<Run> {
                 std::lock_guard<std::mutex> pl(p.lock);
                 p.history.append(done);
                 p.running.assign("");
-                p.recording.append(line.dump(-1, ' ', false, json::error_handler_t::replace) +
-                                   "\n");
+                p.recording.append(line.dump(-1, ' ', false, json::error_handler_t::replace) + "\n",
+                                   true);
                 p.calls.store(mSeq);
             }
             mCurrent = 0;
@@ -581,7 +589,7 @@ StandInAnswer Run::answerStandIn(const std::string& objectName, Behaviour b, con
     if (mCurrent != 0) line["inside"] = mCurrent;
     Published& p = published();
     std::lock_guard<std::mutex> pl(p.lock);
-    p.recording.append(line.dump(-1, ' ', false, json::error_handler_t::replace) + "\n");
+    p.recording.append(line.dump(-1, ' ', false, json::error_handler_t::replace) + "\n", true);
     p.calls.store(mSeq);
     return answer;
 }
