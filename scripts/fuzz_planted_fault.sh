@@ -4,14 +4,17 @@
 # implementation with a planted fault (a typed two-call sequence) for at most
 # ZUV_FUZZ_SECONDS (default 120) each: fuzzService, and raw bytes to the stub.
 # Prints how long each took to find the fault, or that it did not.
+# ZUV_PLANTED_DIR (default build/planted-fault) holds the installation, the
+# builds, the logs and the crash files.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 seconds=${ZUV_FUZZ_SECONDS:-120}
 work=${ZUV_PLANTED_DIR:-build/planted-fault}
 rm -rf "$work" && mkdir -p "$work"
-cmake --install build/default --prefix "$PWD/$work/prefix" >"$work/install.log"
+work=$(cd "$work" && pwd)  # absolute, whether given relative or not
+cmake --install build/default --prefix "$work/prefix" >"$work/install.log"
 CC=clang CXX=clang++ cmake -S scripts/planted_fault -B "$work/build" -G Ninja \
-  -DCMAKE_PREFIX_PATH="$PWD/$work/prefix" -DZUV_SOURCE_DIR="$PWD" \
+  -DCMAKE_PREFIX_PATH="$work/prefix" -DZUV_SOURCE_DIR="$PWD" \
   -DCMAKE_BUILD_TYPE=RelWithDebInfo >"$work/configure.log"
 cmake --build "$work/build" -j 2 >"$work/build.log"
 found=0
