@@ -21,7 +21,9 @@ found=0
 for f in planted_service_fuzzer planted_raw_fuzzer; do
   mkdir -p "$work/$f/corpus" "$work/$f/artifacts"
   start=$(date +%s.%N)
-  if "$work/build/$f" -max_total_time="$seconds" -seed=1 -timeout=10 \
+  # Value profile: a comparison's distance is feedback, so a string or size
+  # the implementation compares against is approached, not guessed.
+  if "$work/build/$f" -max_total_time="$seconds" -seed=1 -timeout=10 -use_value_profile=1 \
       -artifact_prefix="$work/$f/artifacts/" "$work/$f/corpus" >"$work/$f.log" 2>&1; then
     echo "$f: not found in ${seconds}s ($(ls "$work/$f/corpus" | wc -l) corpus inputs)"
   else
