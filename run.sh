@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Entry point for everything: ./run.sh demo | test | build | bench | fuzz | package
+# Entry point for everything: ./run.sh demo | test | build | bench | fuzz [fuzzer...] | package
 set -euo pipefail
 cd "$(dirname "$0")"
 
@@ -44,7 +44,7 @@ case "${1:-}" in
     ;;
   fuzz)
     setup
-    ./scripts/fuzz.sh
+    ./scripts/fuzz.sh "${@:2}"
     ;;
   *)
     echo "usage: $0 demo|test|build|bench|fuzz|package" >&2

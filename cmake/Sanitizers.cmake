@@ -26,3 +26,11 @@ if(ZUV_BUILD_FUZZERS)
   endif()
   add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
+
+# Leaves a target's own code out of the fuzzers' coverage feedback.
+function(zuv_no_fuzz_coverage target)
+  if(ZUV_BUILD_FUZZERS)
+    target_compile_options(${target} PRIVATE
+      -fsanitize-coverage-ignorelist=${PROJECT_SOURCE_DIR}/cmake/FuzzCoverageIgnore.txt)
+  endif()
+endfunction()

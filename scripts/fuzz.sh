@@ -11,7 +11,7 @@ cd "$(dirname "$0")/.."
 seconds=${ZUV_FUZZ_SECONDS:-60}
 jobs=${ZUV_JOBS:-2}
 all=(wire_image_fuzzer stub_dispatch_fuzzer proxy_reply_fuzzer frame_fuzzer status_fuzzer
-  registry_fuzzer)
+  registry_fuzzer service_fuzzer)
 fuzzers=("$@")
 [ ${#fuzzers[@]} -eq 0 ] && fuzzers=("${all[@]}")
 

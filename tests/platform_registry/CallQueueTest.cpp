@@ -1,7 +1,10 @@
 // The ordered, bounded call queues a service reports through.
+#include <android/hidl/base/1.0/BnHwBase.h>
+#include <android/hidl/base/1.0/BpHwBase.h>
 #include <gtest/gtest.h>
 #include <hidl_host/CallDeadline.h>
 #include <hidl_host/CallQueue.h>
+#include <hidl_host/Loopback.h>
 
 #include <atomic>
 #include <chrono>
@@ -73,6 +76,36 @@ TEST(CallQueueTest, StalledObjectDelaysNoOtherAndIdleQueuesAreDropped) {
     EXPECT_TRUE(queues.waitIdle([](const CallQueueSet::Object&) { return true; },
                                 std::chrono::steady_clock::now() + 2s));
     EXPECT_EQ(settlesAt(0), 0u);
+}
+
+// A service's queues go before the service does: a call still running on the
+// queue of a client that died must not outlive the set.
+TEST(CallQueueTest, EndOfSetWaitsForTheRunningCallOfADeadObject) {
+    using android::hidl::base::V1_0::BnHwBase;
+    using android::hidl::base::V1_0::BpHwBase;
+    const sp<android::hardware::IBinder> binder =
+            android::hardware::host::loopbackProxyFor(new BnHwBase(new IBase()));
+    sp<IBase> remote = new BpHwBase(binder);
+    auto queues = std::make_unique<CallQueueSet>();
+    std::promise<void> started, release;
+    std::shared_future<void> released = release.get_future().share();
+    std::atomic<bool> finished{false};
+    ASSERT_EQ(queues->post(remote,
+                           [&started, released, &finished] {
+                               started.set_value();
+                               released.wait();
+                               finished = true;
+                           }),
+              OK);
+    started.get_future().wait();
+    ASSERT_TRUE(android::hardware::host::killLoopbackTarget(binder));
+    std::thread releaser([&release] {
+        std::this_thread::sleep_for(50ms);
+        release.set_value();
+    });
+    queues.reset();
+    EXPECT_TRUE(finished);
+    releaser.join();
 }
 
 }  // namespace

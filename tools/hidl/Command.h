@@ -14,5 +14,6 @@ struct Command {
 
 Command addReplayCommand(CLI::App& app);
 Command addMockCommand(CLI::App& app);
+Command addCorpusCommand(CLI::App& app);
 
 }  // namespace zuv_hidl

@@ -432,7 +432,8 @@ int main(int argc, char** argv) {
     timelineCmd->add_option("-o,--output", output, "the HTML file to write")->required();
 
     addRecordCommand(app, argc, argv);
-    const std::vector<Command> commands = {addReplayCommand(app), addMockCommand(app)};
+    const std::vector<Command> commands = {addReplayCommand(app), addMockCommand(app),
+                                           addCorpusCommand(app)};
 
     try {
         app.parse(argc, argv);

@@ -53,11 +53,13 @@ class WeakKeyedTable {
         Value value;
     };
 
-    // Forgets entries of destroyed objects once the table has doubled. The
-    // probes' strong references are released after the scan, outside any
-    // iteration.
+    // Forgets entries of destroyed objects: at every insert while the table
+    // is small (so a process that makes objects and lets them go frees as
+    // much as it allocates each time, as a fuzzer's leak check expects),
+    // then once it has doubled. The probes' strong references are released
+    // after the scan, outside any iteration.
     void sweepIfLarge() {
-        if (mEntries.size() < mSweepAt) return;
+        if (mEntries.size() >= kSmall && mEntries.size() < mSweepAt) return;
         std::vector<sp<IBase>> probes;
         for (auto it = mEntries.begin(); it != mEntries.end();) {
             sp<IBase> alive = it->second.owner.promote();
@@ -68,11 +70,12 @@ class WeakKeyedTable {
                 ++it;
             }
         }
-        mSweepAt = 2 * mEntries.size() + 64;
+        mSweepAt = 2 * mEntries.size() + kSmall;
     }
 
+    static constexpr size_t kSmall = 64;
     std::unordered_map<const IBase*, Entry> mEntries;
-    size_t mSweepAt = 64;
+    size_t mSweepAt = kSmall;
 };
 
 struct ObjectSettings {

@@ -170,11 +170,15 @@ Entry* findEntry(const sp<BHwBinder>& target) {
 }
 
 // Drops entries whose proxy and target are both gone. Probe references are
-// released by the caller after the lock is dropped.
+// released by the caller after the lock is dropped. A small table is swept at
+// every new proxy, so a process that makes a proxy per object and lets it go
+// (a fuzzer, one per input) frees as much as it allocates each time; a large
+// one once it has doubled.
 void sweep(std::vector<sp<RefBase>>* probes) {
-    static size_t sweepAt = 64;
+    constexpr size_t kSmall = 64;
+    static size_t sweepAt = kSmall;
     auto& table = entries();
-    if (table.size() < sweepAt) return;
+    if (table.size() >= kSmall && table.size() < sweepAt) return;
     for (auto it = table.begin(); it != table.end();) {
         sp<BpHwBinder> proxy = it->second.proxy.promote();
         sp<BHwBinder> target = it->second.target.promote();
@@ -183,7 +187,7 @@ void sweep(std::vector<sp<RefBase>>* probes) {
         if (target != nullptr) probes->push_back(target.get());
         it = keep ? std::next(it) : table.erase(it);
     }
-    sweepAt = 2 * table.size() + 64;
+    sweepAt = 2 * table.size() + kSmall;
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <hidl_host/CallDeadline.h>
 #include <hidl_host/CallQueue.h>
 
+#include <algorithm>
 #include <condition_variable>
 #include <deque>
 #include <map>
@@ -162,6 +163,10 @@ struct CallQueueSet::State : hidl_death_recipient {
                 core = it->second.core;
                 // The running call fails at once now; its worker ends then.
                 queues.erase(it);
+                orphans.erase(std::remove_if(orphans.begin(), orphans.end(),
+                                             [](const auto& o) { return o.expired(); }),
+                              orphans.end());
+                orphans.push_back(core);
                 break;
             }
         }
@@ -185,6 +190,10 @@ struct CallQueueSet::State : hidl_death_recipient {
     const CallQueueLimits limits;
     mutable std::mutex lock;  // taken before a queue's own
     std::map<const void*, Entry> queues;
+    // Queues dropped when their object died: a call of theirs may still be
+    // running, and the set's end waits for it as for any other (the call may
+    // use its owner, which goes away after the set).
+    std::vector<std::weak_ptr<CallQueue::Core>> orphans;
     uint64_t nextCookie = 1;
 };
 
@@ -192,16 +201,21 @@ CallQueueSet::CallQueueSet(CallQueueLimits limits) : mLimits(limits), mState(new
 
 CallQueueSet::~CallQueueSet() {
     std::vector<State::Entry> entries;
+    std::vector<std::shared_ptr<CallQueue::Core>> orphans;
     {
         std::lock_guard<std::mutex> guard(mState->lock);
         for (auto& [key, entry] : mState->queues) entries.push_back(std::move(entry));
         mState->queues.clear();
+        for (const auto& o : mState->orphans)
+            if (auto core = o.lock(); core != nullptr) orphans.push_back(std::move(core));
+        mState->orphans.clear();
     }
     for (State::Entry& entry : entries) {
         if (entry.linked) entry.object->unlinkToDeath(mState);
         entry.core->dropWaiting();
         entry.core->waitIdle(std::nullopt);
     }
+    for (const auto& core : orphans) core->waitIdle(std::nullopt);
 }
 
 status_t CallQueueSet::post(const Object& object, CallQueue::Call call, size_t bytes) {

@@ -124,7 +124,8 @@ struct TypeName<R, std::enable_if_t<IsRecord<R>::value>> {
 
 [[noreturn]] inline void mismatch(const std::string& where, const std::string& expected,
                                   const json& got) {
-    throw ArgumentError(where + ": expected " + expected + ", got " + got.dump());
+    throw ArgumentError(where + ": expected " + expected + ", got " +
+                        got.dump(-1, ' ', false, json::error_handler_t::replace));
 }
 
 inline std::string toHex(const uint8_t* data, size_t size) {
