@@ -17,6 +17,7 @@
 #include <vendor/zuv/hardware/fingerprint/1.0/Operations.h>
 
 #include <map>
+#include <ostream>
 #include <string>
 #include <tuple>
 
@@ -102,6 +103,11 @@ struct Case {
     const InterfaceOps* iface;
     const Operation* op;
 };
+
+// Names the case in test output instead of its bytes.
+void PrintTo(const Case& c, std::ostream* os) {
+    *os << c.iface->name << "::" << c.op->name;
+}
 
 class DescribeTest : public ::testing::TestWithParam<Case> {};
 
