@@ -33,6 +33,8 @@
 #include <unordered_map>
 #include <vector>
 
+#include "StatusNames.h"
+
 namespace vendor {
 namespace zuv {
 namespace hardware {
@@ -55,67 +57,8 @@ int64_t monotonicNs() {
     return static_cast<int64_t>(ts.tv_sec) * 1000000000 + ts.tv_nsec;
 }
 
-const char* transportErrorName(::android::status_t err) {
-    switch (err) {
-        case ::android::DEAD_OBJECT:
-            return "DEAD_OBJECT";
-        case ::android::FAILED_TRANSACTION:
-            return "FAILED_TRANSACTION";
-        case ::android::TIMED_OUT:
-            return "TIMED_OUT";
-        case ::android::BAD_VALUE:
-            return "BAD_VALUE";
-        case ::android::BAD_TYPE:
-            return "BAD_TYPE";
-        case ::android::NO_MEMORY:
-            return "NO_MEMORY";
-        case ::android::INVALID_OPERATION:
-            return "INVALID_OPERATION";
-        case ::android::NAME_NOT_FOUND:
-            return "NAME_NOT_FOUND";
-        case ::android::PERMISSION_DENIED:
-            return "PERMISSION_DENIED";
-        case ::android::NO_INIT:
-            return "NO_INIT";
-        case ::android::ALREADY_EXISTS:
-            return "ALREADY_EXISTS";
-        case ::android::WOULD_BLOCK:
-            return "WOULD_BLOCK";
-        case ::android::UNKNOWN_TRANSACTION:
-            return "UNKNOWN_TRANSACTION";
-        case ::android::FDS_NOT_ALLOWED:
-            return "FDS_NOT_ALLOWED";
-        case ::android::UNEXPECTED_NULL:
-            return "UNEXPECTED_NULL";
-        case ::android::NOT_ENOUGH_DATA:
-            return "NOT_ENOUGH_DATA";
-        default:
-            return "UNKNOWN_ERROR";
-    }
-}
-
-const char* exceptionName(int32_t code) {
-    switch (code) {
-        case Status::EX_SECURITY:
-            return "EX_SECURITY";
-        case Status::EX_BAD_PARCELABLE:
-            return "EX_BAD_PARCELABLE";
-        case Status::EX_ILLEGAL_ARGUMENT:
-            return "EX_ILLEGAL_ARGUMENT";
-        case Status::EX_NULL_POINTER:
-            return "EX_NULL_POINTER";
-        case Status::EX_ILLEGAL_STATE:
-            return "EX_ILLEGAL_STATE";
-        case Status::EX_NETWORK_MAIN_THREAD:
-            return "EX_NETWORK_MAIN_THREAD";
-        case Status::EX_UNSUPPORTED_OPERATION:
-            return "EX_UNSUPPORTED_OPERATION";
-        case Status::EX_HAS_REPLY_HEADER:
-            return "EX_HAS_REPLY_HEADER";
-        default:
-            return "EX_TRANSACTION_FAILED";
-    }
-}
+using status_names::exceptionName;
+using status_names::transportStatusName;
 
 // An object as the recording knows it: a local object by its address; an
 // object behind a proxy by its transport and handle, which every proxy of it
@@ -270,7 +213,7 @@ class Recorder final : public ::android::hardware::frame::CallObserver {
                 line["result"] = json{{name.empty() ? "result" : name, pending->result}};
             }
         } else if (status.exceptionCode() == Status::EX_TRANSACTION_FAILED) {
-            line["status"] = transportErrorName(status.transactionError());
+            line["status"] = transportStatusName(status.transactionError());
         } else {
             line["status"] = exceptionName(status.exceptionCode());
             line["message"] = status.exceptionMessage();

@@ -15,6 +15,7 @@
 #include <tuple>
 #include <utility>
 
+#include "StatusNames.h"
 #include "android_services/AndroidServicesMethods.h"
 #include "extended_fingerprint/ExtendedFingerprintMethods.h"
 #include "extended_fingerprint_callback/ExtendedFingerprintCallbackMethods.h"
@@ -37,50 +38,9 @@ using ::android::hardware::frame::InterfaceInfo;
 using ::android::hardware::frame::Shape;
 using TransactCallback = ::android::hardware::IBinder::TransactCallback;
 
-struct Named {
-    const char* name;
-    int32_t code;
-};
-
-constexpr Named kTransportStatuses[] = {
-        {"DEAD_OBJECT", ::android::DEAD_OBJECT},
-        {"FAILED_TRANSACTION", ::android::FAILED_TRANSACTION},
-        {"TIMED_OUT", ::android::TIMED_OUT},
-        {"UNKNOWN_ERROR", ::android::UNKNOWN_ERROR},
-        {"NO_MEMORY", ::android::NO_MEMORY},
-        {"INVALID_OPERATION", ::android::INVALID_OPERATION},
-        {"BAD_VALUE", ::android::BAD_VALUE},
-        {"BAD_TYPE", ::android::BAD_TYPE},
-        {"NAME_NOT_FOUND", ::android::NAME_NOT_FOUND},
-        {"PERMISSION_DENIED", ::android::PERMISSION_DENIED},
-        {"NO_INIT", ::android::NO_INIT},
-        {"ALREADY_EXISTS", ::android::ALREADY_EXISTS},
-        {"NOT_ENOUGH_DATA", ::android::NOT_ENOUGH_DATA},
-        {"WOULD_BLOCK", ::android::WOULD_BLOCK},
-        {"UNKNOWN_TRANSACTION", ::android::UNKNOWN_TRANSACTION},
-        {"FDS_NOT_ALLOWED", ::android::FDS_NOT_ALLOWED},
-        {"UNEXPECTED_NULL", ::android::UNEXPECTED_NULL},
-};
-
-constexpr Named kExceptions[] = {
-        {"EX_SECURITY", Status::EX_SECURITY},
-        {"EX_BAD_PARCELABLE", Status::EX_BAD_PARCELABLE},
-        {"EX_ILLEGAL_ARGUMENT", Status::EX_ILLEGAL_ARGUMENT},
-        {"EX_NULL_POINTER", Status::EX_NULL_POINTER},
-        {"EX_ILLEGAL_STATE", Status::EX_ILLEGAL_STATE},
-        {"EX_NETWORK_MAIN_THREAD", Status::EX_NETWORK_MAIN_THREAD},
-        {"EX_UNSUPPORTED_OPERATION", Status::EX_UNSUPPORTED_OPERATION},
-        {"EX_HAS_REPLY_HEADER", Status::EX_HAS_REPLY_HEADER},
-};
-
-// Names as a recording writes them, so statuses compare with recorded ones;
-// a code without a name gets the recorder's catch-all.
-template <size_t N>
-std::string nameOf(const Named (&table)[N], int32_t code, const char* other) {
-    for (const Named& n : table)
-        if (n.code == code) return n.name;
-    return other;
-}
+using status_names::kExceptions;
+using status_names::kTransportStatuses;
+using status_names::Named;
 
 Status failureStatus(const StandInAnswer& answer) {
     for (const Named& n : kExceptions)
@@ -93,9 +53,9 @@ Status failureStatus(const StandInAnswer& answer) {
 
 void describeStatus(const Status& status, CallOutcome* out) {
     if (status.exceptionCode() == Status::EX_TRANSACTION_FAILED) {
-        out->status = nameOf(kTransportStatuses, status.transactionError(), "UNKNOWN_ERROR");
+        out->status = status_names::transportStatusName(status.transactionError());
     } else {
-        out->status = nameOf(kExceptions, status.exceptionCode(), "EX_TRANSACTION_FAILED");
+        out->status = status_names::exceptionName(status.exceptionCode());
         out->message = status.exceptionMessage();
     }
 }
