@@ -11,7 +11,7 @@
 #include <string>
 
 #include "FuzzSupport.h"
-#include "socket/Frame.h"
+#include "socket/Connection.h"
 
 using namespace zuv_fuzz;
 using ::android::hardware::hidl_string;
@@ -146,14 +146,14 @@ void proxySeeds() {
     }
 }
 
-void frameSeeds(const std::vector<Parcel*>& parcels, BinderTranslator* translator) {
+void messageSeeds(const std::vector<Parcel*>& parcels, BinderTranslator* translator) {
     uint64_t seq = 1;
     for (const Parcel* p : parcels) {
         const auto image = flatten(*p, translator);
         std::vector<sock::BinderRef> table;
         if (p->objectsCount() != 0 && p == parcels[3]) table.push_back({sock::kSenderNode, 0, 5});
-        sock::FrameHeader header{};
-        header.magic = sock::kFrameMagic;
+        sock::MessageHeader header{};
+        header.magic = sock::kMessageMagic;
         header.kind = seq % 2 == 1 ? sock::kTransact : sock::kReply;
         header.seq = seq++;
         header.code = 3;
@@ -165,14 +165,14 @@ void frameSeeds(const std::vector<Parcel*>& parcels, BinderTranslator* translato
         w.u8(static_cast<uint8_t>(image.fds.size())).put(header);
         for (const auto& ref : table) w.put(ref);
         w.raw(image.bytes.data(), image.bytes.size());
-        // A release frame after it: two frames in one stream.
-        sock::FrameHeader release{};
-        release.magic = sock::kFrameMagic;
+        // A release message after it: two messages in one stream.
+        sock::MessageHeader release{};
+        release.magic = sock::kMessageMagic;
         release.kind = sock::kRelease;
         release.node = 5;
         release.code = 1;
         w.put(release);
-        save("frame_fuzzer", w.data());
+        save("message_fuzzer", w.data());
     }
 }
 
@@ -253,7 +253,7 @@ int main(int argc, char** argv) {
     wireImageSeeds(parcels, &translator);
     stubSeeds();
     proxySeeds();
-    frameSeeds(parcels, &translator);
+    messageSeeds(parcels, &translator);
     statusSeeds();
     registrySeeds();
     // service_fuzzer: getConfigValue of the first dictionary word; zuv_hidl

@@ -10,7 +10,7 @@ cd "$(dirname "$0")/.."
 
 seconds=${ZUV_FUZZ_SECONDS:-60}
 jobs=${ZUV_JOBS:-2}
-all=(wire_image_fuzzer stub_dispatch_fuzzer proxy_reply_fuzzer frame_fuzzer status_fuzzer
+all=(wire_image_fuzzer stub_dispatch_fuzzer proxy_reply_fuzzer message_fuzzer status_fuzzer
   registry_fuzzer service_fuzzer)
 fuzzers=("$@")
 [ ${#fuzzers[@]} -eq 0 ] && fuzzers=("${all[@]}")
@@ -34,7 +34,7 @@ for f in "${fuzzers[@]}"; do
   echo "== $f for ${seconds}s"
   # The frame fuzzer's streams may hold frames larger than the read buffer.
   extra=()
-  [ "$f" = frame_fuzzer ] && extra=(-max_len=40000)
+  [ "$f" = message_fuzzer ] && extra=(-max_len=40000)
   if ! "$out/$f" -max_total_time="$seconds" -timeout=10 -print_final_stats=1 \
       -artifact_prefix="$artifacts" "${extra[@]}" "$corpus" "$seeds/$f" \
       >"$out/$f.log" 2>&1; then

@@ -3,7 +3,7 @@
 // to SOCKET (the daemon's or a service's); the others go through the library.
 //
 //   pipeline SOCKET N        N connections pipelining empty two-way calls, never reading
-//   fds SOCKET FRAMES FDS    frames declaring no descriptors, each carrying FDS of them
+//   fds SOCKET FRAMES FDS    messages declaring no descriptors, each carrying FDS of them
 //   hold SOCKET N            N idle connections
 //   bloat SOCKET N BYTES     N connections, each sending only a header announcing BYTES
 //   refs SOCKET COUNT        one call naming COUNT binder references
@@ -63,7 +63,7 @@
 #include <vector>
 
 #include "ChainedService.h"
-#include "socket/Frame.h"
+#include "socket/Connection.h"
 #include "socket/SharedRegion.h"
 
 using ::android::sp;
@@ -110,10 +110,10 @@ int connectTo(const std::string& path, bool nonblocking) {
     return fd;
 }
 
-FrameHeader header(uint16_t kind, uint32_t payloadSize = 0, uint32_t tableCount = 0) {
+MessageHeader header(uint16_t kind, uint32_t payloadSize = 0, uint32_t tableCount = 0) {
     static uint64_t seq = 1;
-    FrameHeader h{};
-    h.magic = kFrameMagic;
+    MessageHeader h{};
+    h.magic = kMessageMagic;
     h.kind = kind;
     h.seq = seq++;
     h.code = 0x5f504e47;  // ping
@@ -165,7 +165,7 @@ void pipeline(const std::string& path, int count) {
     for (int round = 0; round < 5; ++round) {
         for (int fd : gConnections) {
             for (int i = 0; i < 100000; ++i) {
-                FrameHeader h = header(kTransact);
+                MessageHeader h = header(kTransact);
                 if (send(fd, &h, sizeof(h), MSG_NOSIGNAL) != sizeof(h)) break;
                 ++sent;
             }
@@ -175,16 +175,16 @@ void pipeline(const std::string& path, int count) {
     say("ready " + std::to_string(gConnections.size()) + " " + std::to_string(sent));
 }
 
-// Descriptors the frames do not declare.
-void fds(const std::string& path, int frames, int perFrame) {
+// Descriptors the messages do not declare.
+void fds(const std::string& path, int messages, int perMessage) {
     int fd = connectTo(path, false);
     if (fd >= 0) gConnections.push_back(fd);
     int devnull = open("/dev/null", O_RDONLY | O_CLOEXEC);
-    std::vector<int> carried(static_cast<size_t>(perFrame), devnull);
+    std::vector<int> carried(static_cast<size_t>(perMessage), devnull);
     std::vector<char> control(CMSG_SPACE(sizeof(int) * carried.size()));
     int sent = 0;
-    for (; fd >= 0 && sent < frames; ++sent) {
-        FrameHeader h = header(kRelease);
+    for (; fd >= 0 && sent < messages; ++sent) {
+        MessageHeader h = header(kRelease);
         iovec iov{&h, sizeof(h)};
         msghdr msg{};
         msg.msg_iov = &iov;
@@ -209,7 +209,7 @@ void hold(const std::string& path, int count) {
 void bloat(const std::string& path, int count, uint32_t bytes) {
     connectMany(path, count);
     for (int fd : gConnections) {
-        FrameHeader h = header(kTransact, bytes);
+        MessageHeader h = header(kTransact, bytes);
         (void)send(fd, &h, sizeof(h), MSG_NOSIGNAL);
     }
     say("ready " + std::to_string(gConnections.size()));
@@ -219,7 +219,7 @@ void dribble(const std::string& path, uint32_t bytes) {
     int fd = connectTo(path, false);
     if (fd < 0) return say("ready 0");
     gConnections.push_back(fd);
-    FrameHeader h = header(kTransact, bytes);
+    MessageHeader h = header(kTransact, bytes);
     sendAll(fd, &h, sizeof(h));
     std::thread([fd, bytes] {
         const char byte = 0;
@@ -230,7 +230,7 @@ void dribble(const std::string& path, uint32_t bytes) {
     say("ready 1");
 }
 
-bool sendWithFd(int fd, FrameHeader h, int carried) {
+bool sendWithFd(int fd, MessageHeader h, int carried) {
     h.fdCount = 1;
     alignas(cmsghdr) unsigned char control[CMSG_SPACE(sizeof(int))];
     iovec iov{&h, sizeof(h)};
@@ -273,8 +273,8 @@ struct FastClient {
         conn = std::make_unique<Connection>(fd, 0, 0);
         const bool sent = sendWithFd(fd, header(kShmOffer), memfd);
         close(memfd);
-        Frame answer;
-        if (!sent || conn->waitFrame(&answer, Clock::now() + std::chrono::seconds(2)) != 0 ||
+        Message answer;
+        if (!sent || conn->waitMessage(&answer, Clock::now() + std::chrono::seconds(2)) != 0 ||
             answer.header.kind != kReply || answer.header.status != 0) {
             return false;
         }
@@ -286,12 +286,12 @@ struct FastClient {
         out->generation = generation;
         out->mseq = number++;
         out->seq.fetch_add(1);
-        FrameHeader bell = header(kDoorbell);
+        MessageHeader bell = header(kDoorbell);
         bell.code = 0;
         sendAll(fd, &bell, sizeof(bell));
     }
     bool offer(int memfd) {
-        FrameHeader h = header(kBulkOffer);
+        MessageHeader h = header(kBulkOffer);
         h.seq = 0;
         h.code = ++generation;
         const bool sent = sendWithFd(fd, h, memfd);
@@ -300,10 +300,10 @@ struct FastClient {
     }
     // A call of payload bytes over the socket; true when answered.
     bool call(uint32_t payload) {
-        std::vector<uint8_t> frame(sizeof(FrameHeader) + payload);
-        FrameHeader h = header(kTransact, payload);
-        std::memcpy(frame.data(), &h, sizeof(h));
-        if (!sendAll(fd, frame.data(), frame.size())) return false;
+        std::vector<uint8_t> message(sizeof(MessageHeader) + payload);
+        MessageHeader h = header(kTransact, payload);
+        std::memcpy(message.data(), &h, sizeof(h));
+        if (!sendAll(fd, message.data(), message.size())) return false;
         out->kind = kOnSocket;
         out->length = 0;
         out->mseq = number++;
@@ -311,8 +311,8 @@ struct FastClient {
         return answered();
     }
     bool answered() {
-        Frame reply;
-        return conn->waitFrame(&reply, Clock::now() + std::chrono::seconds(2)) == 0 &&
+        Message reply;
+        return conn->waitMessage(&reply, Clock::now() + std::chrono::seconds(2)) == 0 &&
                reply.header.kind == kReply;
     }
     // Whether the other side closed the connection within two seconds.
@@ -361,7 +361,7 @@ void bulk(const std::string& path, const std::string& attack) {
         }
         // One proper message in the region, then one longer than it.
         const uint32_t payload = 20 * 1024;
-        FrameHeader h = header(kTransact, payload);
+        MessageHeader h = header(kTransact, payload);
         if (p != MAP_FAILED) {
             std::memset(p, 0, size);
             std::memcpy(p, &h, sizeof(h));
@@ -377,13 +377,13 @@ void bulk(const std::string& path, const std::string& attack) {
 }
 
 // One call whose table names count distinct nodes of this process; answers
-// how long until the frame was answered or the connection closed.
+// how long until the message was answered or the connection closed.
 void refs(const std::string& path, uint32_t count) {
     int fd = connectTo(path, false);
     if (fd >= 0) gConnections.push_back(fd);
     std::vector<BinderRef> table(count);
     for (uint32_t i = 0; i < count; ++i) table[i] = {kSenderNode, 0, 0x1000 + i};
-    FrameHeader h = header(kTransact, count * sizeof(BinderRef), count);
+    MessageHeader h = header(kTransact, count * sizeof(BinderRef), count);
     const auto start = std::chrono::steady_clock::now();
     const bool sent = fd >= 0 && sendAll(fd, &h, sizeof(h)) &&
                       sendAll(fd, table.data(), table.size() * sizeof(BinderRef));

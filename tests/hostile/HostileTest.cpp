@@ -129,7 +129,7 @@ TEST_F(Hostile, UndeclaredDescriptorsAreNotKept) {
     ASSERT_TRUE(sm);
     const long fdsBefore = openFds(sm->pid());
 
-    // 40 frames, each declaring none of the 25 descriptors it carries.
+    // 40 messages, each declaring none of the 25 descriptors it carries.
     auto smuggler = attacker({"fds", daemonSocket(), "40", "25"});
     ASSERT_TRUE(smuggler);
     std::string open;

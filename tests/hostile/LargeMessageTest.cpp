@@ -1,7 +1,7 @@
 // Large messages misused: bulk regions the service must decline or drop,
-// messages that claim more than their region, and large frames that never
+// messages that claim more than their region, and large messages that never
 // finish. The service keeps serving others, spends no CPU waiting and holds
-// no more than one region or one announced frame per connection.
+// no more than one region or one announced message per connection.
 #include <fstream>
 
 #include "Hostile.h"
@@ -70,7 +70,7 @@ TEST_F(LargeMessage, MessageOutsideItsBulkRegionDropsTheConnection) {
     EXPECT_EQ(bulkMappings(service->pid()), 0);
 }
 
-TEST_F(LargeMessage, StalledOrDribbledLargeFrameCostsNoSpinAndOnlyItsSize) {
+TEST_F(LargeMessage, StalledOrDribbledLargeMessageCostsNoSpinAndOnlyItsSize) {
     auto sm = manager();
     auto service = fingerprintService();
     ASSERT_TRUE(sm && service);
@@ -82,12 +82,12 @@ TEST_F(LargeMessage, StalledOrDribbledLargeFrameCostsNoSpinAndOnlyItsSize) {
     auto dribbler = attacker({"dribble", socketOf(*service), std::to_string(900 * 1024)});
     ASSERT_TRUE(stalled && dribbler);
     std::this_thread::sleep_for(1500ms);
-    expectServed("while frames are under way");
+    expectServed("while messages are under way");
 
     // A thread spinning on them would have used most of that time.
     const long ticks = cpuTicks(service->pid()) - ticksBefore;
     EXPECT_LT(ticks, timeBound(30)) << "CPU ticks of the service while attacked";
-    // At most the five announced frames.
+    // At most the five announced messages.
     const long growthKb = status(service->pid(), "VmRSS") - rssBefore;
     EXPECT_LT(growthKb, memoryBoundKb(5 * 900 + 2 * 1024))
             << "the service grew by " << growthKb << " kB";

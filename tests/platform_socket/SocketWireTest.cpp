@@ -1,4 +1,4 @@
-// What a peer writes is untrusted: raw frames against a live peer, sizes at
+// What a peer writes is untrusted: raw messages against a live peer, sizes at
 // and over the limit and the runtime directory's permissions.
 #include <cutils/native_handle.h>
 #include <hidl_host/WireImage.h>
@@ -7,7 +7,7 @@
 #include <random>
 
 #include "SocketFixture.h"
-#include "socket/Frame.h"
+#include "socket/Connection.h"
 #include "socket/RuntimeDir.h"
 
 namespace socket_test {
@@ -25,7 +25,7 @@ std::string privateDir() {
 
 // A peer serving a TestObject as context object in its own directory, and
 // raw connections to it.
-class RawFrameTest : public SocketTest {
+class RawMessageTest : public SocketTest {
   protected:
     void SetUp() override {
         SocketTest::SetUp();
@@ -43,9 +43,9 @@ class RawFrameTest : public SocketTest {
         return std::make_unique<sock::Connection>(fd, pid, uid);
     }
 
-    static sock::FrameHeader header(uint64_t node, uint32_t code, const WireImage& image) {
-        sock::FrameHeader h{};
-        h.magic = sock::kFrameMagic;
+    static sock::MessageHeader header(uint64_t node, uint32_t code, const WireImage& image) {
+        sock::MessageHeader h{};
+        h.magic = sock::kMessageMagic;
         h.kind = sock::kTransact;
         h.seq = 1;
         h.node = node;
@@ -62,14 +62,14 @@ class RawFrameTest : public SocketTest {
         return image;
     }
 
-    // Sends a frame and answers the reply's status (and the echoed value).
-    static status_t call(sock::Connection* conn, const sock::FrameHeader& h,
+    // Sends a message and answers the reply's status (and the echoed value).
+    static status_t call(sock::Connection* conn, const sock::MessageHeader& h,
                          const std::vector<sock::BinderRef>& table, const WireImage& image,
                          int32_t* echoed = nullptr) {
         status_t err = conn->write(h, table.data(), table.size() * sizeof(sock::BinderRef),
                                    image.bytes.data(), image.bytes.size(), {});
         if (err != OK) return err;
-        sock::FrameHeader r;
+        sock::MessageHeader r;
         const uint8_t* payload;
         std::vector<int> fds;
         err = conn->read(&r, &payload, &fds);
@@ -86,7 +86,7 @@ class RawFrameTest : public SocketTest {
     std::string mDir;
 };
 
-TEST_F(RawFrameTest, BadPayloadsFailTheirTransactionOnly) {
+TEST_F(RawMessageTest, BadPayloadsFailTheirTransactionOnly) {
     auto conn = connect();
     ASSERT_NE(conn, nullptr);
     int32_t echoed = 0;
@@ -120,7 +120,7 @@ TEST_F(RawFrameTest, BadPayloadsFailTheirTransactionOnly) {
     WireImage forged;
     ASSERT_EQ(WireImageCodec::flatten(withBinder, &forger, &forged), OK);
     std::vector<sock::BinderRef> table = {{sock::kReceiverNode, 0, random() | 1}};
-    sock::FrameHeader h = header(0, peer::kReturn, forged);
+    sock::MessageHeader h = header(0, peer::kReturn, forged);
     h.tableCount = 1;
     h.payloadSize += sizeof(sock::BinderRef);
     EXPECT_EQ(call(conn.get(), h, table, forged), android::PERMISSION_DENIED);
@@ -130,22 +130,22 @@ TEST_F(RawFrameTest, BadPayloadsFailTheirTransactionOnly) {
     EXPECT_EQ(echoed, 42);
 }
 
-TEST_F(RawFrameTest, UnparsableFramesCloseTheConnectionAndThePeerSurvives) {
+TEST_F(RawMessageTest, UnparsableMessagesCloseTheConnectionAndThePeerSurvives) {
     WireImage good = echoImage(7);
-    std::vector<std::function<void(sock::FrameHeader*)>> breakers = {
-            [](sock::FrameHeader* h) { h->magic = 0xdeadbeef; },
-            [](sock::FrameHeader* h) { h->kind = 77; },
-            [](sock::FrameHeader* h) { h->payloadSize = 4u << 20; },
-            [](sock::FrameHeader* h) { h->fdCount = 2; },  // announced, never sent
-            [](sock::FrameHeader* h) { h->tableCount = 1; },
+    std::vector<std::function<void(sock::MessageHeader*)>> breakers = {
+            [](sock::MessageHeader* h) { h->magic = 0xdeadbeef; },
+            [](sock::MessageHeader* h) { h->kind = 77; },
+            [](sock::MessageHeader* h) { h->payloadSize = 4u << 20; },
+            [](sock::MessageHeader* h) { h->fdCount = 2; },  // announced, never sent
+            [](sock::MessageHeader* h) { h->tableCount = 1; },
     };
     for (size_t i = 0; i < breakers.size(); ++i) {
         auto conn = connect();
         ASSERT_NE(conn, nullptr);
-        sock::FrameHeader h = header(0, peer::kEcho, good);
+        sock::MessageHeader h = header(0, peer::kEcho, good);
         breakers[i](&h);
         ASSERT_EQ(conn->write(h, nullptr, 0, good.bytes.data(), good.bytes.size(), {}), OK);
-        sock::FrameHeader r;
+        sock::MessageHeader r;
         const uint8_t* payload;
         std::vector<int> fds;
         status_t err = conn->read(&r, &payload, &fds);
@@ -161,7 +161,7 @@ TEST_F(RawFrameTest, UnparsableFramesCloseTheConnectionAndThePeerSurvives) {
 
 // A process that only calls runs no thread of its own (every thread costs
 // each of its calls) until it waits for a death, which it is then told of.
-TEST_F(RawFrameTest, CallingProcessRunsAThreadOnlyToWatchForDeaths) {
+TEST_F(RawMessageTest, CallingProcessRunsAThreadOnlyToWatchForDeaths) {
     auto client =
             startPeerProgram({"client"}, {{android::hardware::host::kRuntimeDirEnvVar, mDir}});
     ASSERT_TRUE(client);

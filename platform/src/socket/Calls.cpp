@@ -1,5 +1,5 @@
 // Carrying transactions: the binder translation of each parcel, the call
-// path of a proxy and the serving of incoming frames.
+// path of a proxy and the serving of incoming messages.
 #include <hidl/HidlBinderSupport.h>
 #include <hidl_host/CallDeadline.h>
 #include <hidl_host/CallingIdentity.h>
@@ -139,7 +139,7 @@ class SendTranslator : public BinderTranslator {
 
     status_t unflattenBinder(uint32_t, uint64_t, sp<IBinder>*) override { return BAD_VALUE; }
 
-    // The frame was not delivered: take back what was granted for it.
+    // The message was not delivered: take back what was granted for it.
     void rollback() {
         for (uint64_t node : mGranted) mRuntime.releaseNode(node, mTo, 1);
         mGranted.clear();
@@ -153,7 +153,7 @@ class SendTranslator : public BinderTranslator {
     std::vector<uint64_t> mGranted;
 };
 
-// Resolves the binder table of a frame from process `from`. Everything is
+// Resolves the binder table of a message from process `from`. Everything is
 // resolved before the image is rebuilt, so references granted to this
 // process are released again (with the proxies) if the rebuild fails.
 class ReceiveTranslator : public BinderTranslator {
@@ -202,10 +202,10 @@ class ReceiveTranslator : public BinderTranslator {
     std::vector<sp<IBinder>> mResolved;
 };
 
-FrameHeader makeHeader(uint16_t kind, uint64_t seq, const std::vector<BinderRef>& table,
-                       const WireImage* image) {
-    FrameHeader header{};
-    header.magic = kFrameMagic;
+MessageHeader makeHeader(uint16_t kind, uint64_t seq, const std::vector<BinderRef>& table,
+                         const WireImage* image) {
+    MessageHeader header{};
+    header.magic = kMessageMagic;
     header.kind = kind;
     header.seq = seq;
     header.tableCount = static_cast<uint32_t>(table.size());
@@ -216,20 +216,20 @@ FrameHeader makeHeader(uint16_t kind, uint64_t seq, const std::vector<BinderRef>
 }
 
 // Large buffers stay in the parcel's memory and are sent from there (see
-// WireImage): few enough that a frame's parts always fit one send.
+// WireImage): few enough that a message's parts always fit one send.
 constexpr size_t kSliceFrom = 16 * 1024;
-static_assert(2 * (kMaxTransactionSize / kSliceFrom) + 2 <= kMaxFrameParts,
-              "a frame's slices fit in one send");
+static_assert(2 * (kMaxTransactionSize / kSliceFrom) + 2 <= kMaxMessageParts,
+              "a message's slices fit in one send");
 
 status_t flattenForSend(const Parcel& parcel, BinderTranslator* translator, WireImage* out) {
     return WireImageCodec::flatten(parcel, translator, out, kSliceFrom);
 }
 
-status_t writeFrame(Connection* conn, const FrameHeader& header,
-                    const std::vector<BinderRef>& table, const WireImage* image, Deadline deadline,
-                    bool mayQueue) {
+status_t writeMessage(Connection* conn, const MessageHeader& header,
+                      const std::vector<BinderRef>& table, const WireImage* image,
+                      Deadline deadline, bool mayQueue) {
     static const std::vector<int> kNoFds;
-    iovec parts[kMaxFrameParts];
+    iovec parts[kMaxMessageParts];
     size_t count = 0;
     parts[count++] = {const_cast<BinderRef*>(table.data()), table.size() * sizeof(BinderRef)};
     if (image != nullptr) {
@@ -246,12 +246,12 @@ status_t writeFrame(Connection* conn, const FrameHeader& header,
                       mayQueue);
 }
 
-// A frame this process serves is answered without waiting for the peer to
+// A message this process serves is answered without waiting for the peer to
 // read: what it does not take is kept, and a peer that lets too much pile
 // up loses the connection.
-status_t writeAnswer(Connection* conn, const FrameHeader& header,
+status_t writeAnswer(Connection* conn, const MessageHeader& header,
                      const std::vector<BinderRef>& table, const WireImage* image) {
-    status_t err = writeFrame(conn, header, table, image, std::nullopt, true);
+    status_t err = writeMessage(conn, header, table, image, std::nullopt, true);
     if (err != OK) conn->markBroken();
     return err;
 }
@@ -291,8 +291,8 @@ void Runtime::offerFastPath(Connection* conn, Deadline deadline) {
     int memfd = -1;
     std::unique_ptr<SharedRegion> region = SharedRegion::create(&memfd);
     if (region == nullptr) return;
-    FrameHeader offer{};
-    offer.magic = kFrameMagic;
+    MessageHeader offer{};
+    offer.magic = kMessageMagic;
     offer.kind = kShmOffer;
     offer.fdCount = 1;
     offer.seq = mNextSeq.fetch_add(1, std::memory_order_relaxed);
@@ -300,8 +300,8 @@ void Runtime::offerFastPath(Connection* conn, Deadline deadline) {
     ::close(memfd);
     // Refused unread, the peer says goodbye: read, it lets the caller retry.
     if (err != OK && !conn->writeClosed()) return;
-    Frame answer;
-    err = conn->waitFrame(&answer, deadline);
+    Message answer;
+    err = conn->waitMessage(&answer, deadline);
     closeAll(answer.fds);
     // A peer without the fast path declines; the connection stays a socket.
     if (err == OK && answer.header.kind == kReply && answer.header.seq == offer.seq &&
@@ -407,8 +407,8 @@ status_t Runtime::transact(uint64_t handle, uint32_t code, const Parcel& data, P
         translator.rollback();
         return err;
     }
-    FrameHeader header = makeHeader(kTransact, mNextSeq.fetch_add(1, std::memory_order_relaxed),
-                                    translator.table, &image);
+    MessageHeader header = makeHeader(kTransact, mNextSeq.fetch_add(1, std::memory_order_relaxed),
+                                      translator.table, &image);
     header.node = target.node;
     header.code = code;
     header.flags = oneway ? IBinder::FLAG_ONEWAY : 0;
@@ -430,7 +430,7 @@ status_t Runtime::transact(uint64_t handle, uint32_t code, const Parcel& data, P
 
 status_t Runtime::requestGrant(const std::shared_ptr<Peer>& owner, uint64_t node, pid_t grantee) {
     if (owner->dead) return FAILED_TRANSACTION;
-    FrameHeader header =
+    MessageHeader header =
             makeHeader(kGrant, mNextSeq.fetch_add(1, std::memory_order_relaxed), {}, nullptr);
     header.node = node;
     header.code = static_cast<uint32_t>(grantee);
@@ -440,7 +440,7 @@ status_t Runtime::requestGrant(const std::shared_ptr<Peer>& owner, uint64_t node
     return err == OK ? OK : FAILED_TRANSACTION;
 }
 
-status_t Runtime::roundTrip(const std::shared_ptr<Peer>& peer, const FrameHeader& header,
+status_t Runtime::roundTrip(const std::shared_ptr<Peer>& peer, const MessageHeader& header,
                             const std::vector<BinderRef>& table, const WireImage* image,
                             Parcel* reply, bool* sent, std::chrono::milliseconds timeout) {
     *sent = false;
@@ -479,13 +479,13 @@ status_t Runtime::roundTrip(const std::shared_ptr<Peer>& peer, const FrameHeader
 // with a goodbye (Serving.cpp, evictIdle): the call goes again on another
 // connection. A peer that stopped after reading it is never asked twice.
 status_t Runtime::exchange(const std::shared_ptr<Peer>& peer, std::unique_ptr<Connection>* owned,
-                           Connection* conn, const FrameHeader& header,
+                           Connection* conn, const MessageHeader& header,
                            const std::vector<BinderRef>& table, const WireImage* image,
                            Parcel* reply, Deadline deadline, bool* sent) {
     for (size_t attempt = 0;; ++attempt) {
         // Into a connection this thread serves, the answer is queued like any
         // other; a pooled one is written through.
-        status_t err = writeFrame(conn, header, table, image, deadline, *owned == nullptr);
+        status_t err = writeMessage(conn, header, table, image, deadline, *owned == nullptr);
         *sent = err == OK;
         // A send the peer no longer read may still have been taken (the fast
         // path's mailbox): its answer or its goodbye tells.
@@ -502,7 +502,7 @@ status_t Runtime::exchange(const std::shared_ptr<Peer>& peer, std::unique_ptr<Co
     }
 }
 
-status_t Runtime::sendOneway(const std::shared_ptr<Peer>& peer, const FrameHeader& header,
+status_t Runtime::sendOneway(const std::shared_ptr<Peer>& peer, const MessageHeader& header,
                              const std::vector<BinderRef>& table, const WireImage* image,
                              bool mayQueue, std::chrono::milliseconds timeout) {
     const Deadline deadline = deadlineAfter(timeout);
@@ -512,20 +512,20 @@ status_t Runtime::sendOneway(const std::shared_ptr<Peer>& peer, const FrameHeade
         peer->oneway = connectPeer(peer->pid, deadline, false);
         if (peer->oneway == nullptr) return errno == ETIMEDOUT ? TIMED_OUT : DEAD_OBJECT;
     }
-    status_t err = writeFrame(peer->oneway.get(), header, table, image, deadline, mayQueue);
-    // The peer stopped reading before this frame went in, so none of it was
+    status_t err = writeMessage(peer->oneway.get(), header, table, image, deadline, mayQueue);
+    // The peer stopped reading before this message went in, so none of it was
     // read. Once it has read what came before (its goodbye says so), the
-    // frame goes down a new connection, in order. A release is not worth a wait.
+    // message goes down a new connection, in order. A release is not worth a wait.
     if (err != OK && peer->oneway->writeClosed() && !mayQueue) {
-        Frame stray;
-        while (peer->oneway->waitFrame(&stray, deadline) == OK) closeAll(stray.fds);
+        Message stray;
+        while (peer->oneway->waitMessage(&stray, deadline) == OK) closeAll(stray.fds);
         if (!peer->oneway->saidGoodbye()) {
             peer->oneway.reset();
             return err;
         }
         peer->oneway = connectPeer(peer->pid, deadline, false);
         if (peer->oneway == nullptr) return errno == ETIMEDOUT ? TIMED_OUT : DEAD_OBJECT;
-        err = writeFrame(peer->oneway.get(), header, table, image, deadline, mayQueue);
+        err = writeMessage(peer->oneway.get(), header, table, image, deadline, mayQueue);
     }
     if (peer->oneway->broken()) peer->oneway.reset();
     return err;
@@ -533,66 +533,66 @@ status_t Runtime::sendOneway(const std::shared_ptr<Peer>& peer, const FrameHeade
 
 status_t Runtime::awaitReply(Connection* conn, uint64_t seq, Parcel* reply, Deadline deadline) {
     for (;;) {
-        Frame frame;
-        status_t err = conn->waitFrame(&frame, deadline);
+        Message message;
+        status_t err = conn->waitMessage(&message, deadline);
         if (err == DEAD_OBJECT || err == TIMED_OUT) return err;
         if (err != OK) return FAILED_TRANSACTION;
-        if (frame.header.kind != kReply) {
+        if (message.header.kind != kReply) {
             // The peer calls back while we wait: serve it on this thread.
             if (tNesting >= limits().maxNesting) {
-                closeAll(frame.fds);
+                closeAll(message.fds);
                 conn->markBroken();
                 return FAILED_TRANSACTION;
             }
             ++tNesting;
-            serveFrame(conn, frame);
+            serveMessage(conn, message);
             --tNesting;
             if (conn->broken()) return DEAD_OBJECT;
             continue;
         }
-        if (frame.header.seq != seq) {
-            closeAll(frame.fds);
+        if (message.header.seq != seq) {
+            closeAll(message.fds);
             conn->markBroken();
             return FAILED_TRANSACTION;
         }
-        if (frame.header.status != OK || reply == nullptr) {
-            closeAll(frame.fds);
-            return frame.header.status;
+        if (message.header.status != OK || reply == nullptr) {
+            closeAll(message.fds);
+            return message.header.status;
         }
-        return receiveParcel(conn->pid(), frame, reply);
+        return receiveParcel(conn->pid(), message, reply);
     }
 }
 
-status_t Runtime::receiveParcel(pid_t from, Frame& frame, Parcel* out) {
-    // A frame in a block of its own hands the block to the parcel, which
+status_t Runtime::receiveParcel(pid_t from, Message& message, Parcel* out) {
+    // A message in a block of its own hands the block to the parcel, which
     // keeps its buffers where they are.
-    if (frame.header.tableCount == 0 && frame.fds.empty()) {
+    if (message.header.tableCount == 0 && message.fds.empty()) {
         // Plain data: no binder can resolve, so none needs a translator.
-        return WireImageCodec::rebuild(std::move(frame.block), frame.payload,
-                                       frame.header.payloadSize, {}, nullptr, out);
+        return WireImageCodec::rebuild(std::move(message.block), message.payload,
+                                       message.header.payloadSize, {}, nullptr, out);
     }
-    const size_t tableSize = frame.header.tableCount * sizeof(BinderRef);
+    const size_t tableSize = message.header.tableCount * sizeof(BinderRef);
     ReceiveTranslator translator(*this, from);
-    translator.resolve(frame.payload, frame.header.tableCount);
-    std::vector<int> fds = std::move(frame.fds);
-    frame.fds.clear();
-    return WireImageCodec::rebuild(std::move(frame.block), frame.payload + tableSize,
-                                   frame.header.payloadSize - tableSize, std::move(fds),
+    translator.resolve(message.payload, message.header.tableCount);
+    std::vector<int> fds = std::move(message.fds);
+    message.fds.clear();
+    return WireImageCodec::rebuild(std::move(message.block), message.payload + tableSize,
+                                   message.header.payloadSize - tableSize, std::move(fds),
                                    &translator, out);
 }
 
 void Runtime::writeStatusReply(Connection* conn, uint64_t seq, status_t status) {
-    FrameHeader header = makeHeader(kReply, seq, {}, nullptr);
+    MessageHeader header = makeHeader(kReply, seq, {}, nullptr);
     header.status = status;
     (void)writeAnswer(conn, header, {}, nullptr);
 }
 
-bool Runtime::serveFrame(Connection* conn, Frame& frame) {
-    const FrameHeader& header = frame.header;
+bool Runtime::serveMessage(Connection* conn, Message& message) {
+    const MessageHeader& header = message.header;
     switch (header.kind) {
         case kTransact:
-            if ((header.flags & IBinder::FLAG_ONEWAY) != 0) return queueOneway(conn, frame);
-            serveTransaction(conn, frame);
+            if ((header.flags & IBinder::FLAG_ONEWAY) != 0) return queueOneway(conn, message);
+            serveTransaction(conn, message);
             return true;
         case kGrant: {
             status_t status = OK;
@@ -614,9 +614,9 @@ bool Runtime::serveFrame(Connection* conn, Frame& frame) {
             return true;
         case kShmOffer: {
             std::unique_ptr<SharedRegion> region;
-            if (fastPathEnabled() && !conn->shared()) region = SharedRegion::adopt(frame.fds[0]);
-            closeAll(frame.fds);
-            frame.fds.clear();
+            if (fastPathEnabled() && !conn->shared()) region = SharedRegion::adopt(message.fds[0]);
+            closeAll(message.fds);
+            message.fds.clear();
             // Answered on the socket, where the peer waits, before the
             // mailboxes take over.
             writeStatusReply(conn, header.seq, region != nullptr ? OK : INVALID_OPERATION);
@@ -629,31 +629,31 @@ bool Runtime::serveFrame(Connection* conn, Frame& frame) {
             return true;
         default:
             // A reply nobody waits for: the stream is out of step.
-            closeAll(frame.fds);
-            frame.fds.clear();
+            closeAll(message.fds);
+            message.fds.clear();
             conn->markBroken();
             return true;
     }
 }
 
-bool Runtime::queueOneway(Connection* conn, Frame& frame) {
+bool Runtime::queueOneway(Connection* conn, Message& message) {
     // Resolved now, while the sender's grants hold: it may be gone by the
     // time the call runs.
-    sp<BHwBinder> target = findTarget(frame.header.node, conn->pid());
+    sp<BHwBinder> target = findTarget(message.header.node, conn->pid());
     if (target == nullptr) {
-        closeAll(frame.fds);
-        frame.fds.clear();
+        closeAll(message.fds);
+        message.fds.clear();
         return true;
     }
     auto data = std::make_unique<Parcel>();
-    if (receiveParcel(conn->pid(), frame, data.get()) != OK) return true;
+    if (receiveParcel(conn->pid(), message, data.get()) != OK) return true;
     std::shared_ptr<Peer> from;
     {
         std::lock_guard<std::mutex> lock(mLock);
         auto it = mPeers.find(conn->pid());
         if (it != mPeers.end()) from = it->second;
     }
-    const size_t bytes = frame.header.payloadSize;
+    const size_t bytes = message.header.payloadSize;
     const BHwBinder* key = target.get();
     bool room = true;
     {
@@ -664,7 +664,7 @@ bool Runtime::queueOneway(Connection* conn, Frame& frame) {
             room = ++from->onewayQueued < limits().maxPeerOneway &&
                    from->budget.used.load() <= from->budget.limit;
         }
-        queue.calls.push_back(OnewayCall{std::move(target), std::move(data), frame.header.code,
+        queue.calls.push_back(OnewayCall{std::move(target), std::move(data), message.header.code,
                                          conn->pid(), conn->uid(), from, bytes});
         // Somebody already runs this object's calls, in order.
         if (queue.running) return room;
@@ -704,18 +704,18 @@ bool Runtime::queueOneway(Connection* conn, Frame& frame) {
     return from == nullptr || from->onewayQueued < limits().maxPeerOneway;
 }
 
-void Runtime::serveTransaction(Connection* conn, Frame& frame) {
-    const FrameHeader& header = frame.header;
+void Runtime::serveTransaction(Connection* conn, Message& message) {
+    const MessageHeader& header = message.header;
     sp<BHwBinder> target = findTarget(header.node, conn->pid());
     Parcel data;
     status_t err;
     if (target == nullptr) {
         // Unknown, forged or not granted to this caller: not served.
-        closeAll(frame.fds);
-        frame.fds.clear();
+        closeAll(message.fds);
+        message.fds.clear();
         err = PERMISSION_DENIED;
     } else {
-        err = receiveParcel(conn->pid(), frame, &data);
+        err = receiveParcel(conn->pid(), message, &data);
     }
     if (err != OK) {
         writeStatusReply(conn, header.seq, err);
@@ -742,7 +742,7 @@ void Runtime::serveTransaction(Connection* conn, Frame& frame) {
             WireImage& image = *scratch.get();
             status_t err = flattenForSend(given, &translator, &image);
             if (err == OK) {
-                const FrameHeader out = makeHeader(kReply, seq, translator.table, &image);
+                const MessageHeader out = makeHeader(kReply, seq, translator.table, &image);
                 err = writeAnswer(conn, out, translator.table, &image);
             } else {
                 runtime.writeStatusReply(conn, seq, err);

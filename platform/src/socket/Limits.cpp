@@ -8,7 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "socket/Frame.h"
+#include "socket/Wire.h"
 
 namespace android {
 namespace hardware {
@@ -39,12 +39,12 @@ const Limits& limits() {
         Limits v{};
         v.maxConnections = fromEnv("ZUV_HIDL_MAX_CONNECTIONS", defaultMaxConnections(), 1, 1 << 20);
         v.maxPeerConnections = fromEnv("ZUV_HIDL_MAX_PEER_CONNECTIONS", 32, 2, 1 << 16);
-        // One largest frame must always fit.
+        // One largest message must always fit.
         v.maxPeerBytes = fromEnv("ZUV_HIDL_MAX_PEER_BYTES", 8 * kMiB, 2 * kMiB, SIZE_MAX / 2);
         v.maxTotalBytes = fromEnv("ZUV_HIDL_MAX_TOTAL_BYTES", 64 * kMiB, 2 * kMiB, SIZE_MAX / 2);
         v.maxPeerOneway = fromEnv("ZUV_HIDL_MAX_PEER_ONEWAY", 1000, 1, 1 << 24);
-        v.maxFrameFds = fromEnv("ZUV_HIDL_MAX_FRAME_FDS", 64, 0, kMaxFrameFds);
-        v.maxFrameRefs = fromEnv("ZUV_HIDL_MAX_FRAME_REFS", 1024, 0, 1 << 16);
+        v.maxMessageFds = fromEnv("ZUV_HIDL_MAX_FRAME_FDS", 64, 0, kMaxMessageFds);
+        v.maxMessageRefs = fromEnv("ZUV_HIDL_MAX_FRAME_REFS", 1024, 0, 1 << 16);
         v.maxNesting = 64;
         return v;
     }();

@@ -18,8 +18,8 @@ struct Limits {
     size_t maxTotalBytes;       // ZUV_HIDL_MAX_TOTAL_BYTES: buffered for all of them
     size_t maxPeerOneway;       // ZUV_HIDL_MAX_PEER_ONEWAY: oneway calls of one process
                                 // waiting to run before reading from it pauses
-    size_t maxFrameFds;         // ZUV_HIDL_MAX_FRAME_FDS: descriptors in one frame
-    size_t maxFrameRefs;        // ZUV_HIDL_MAX_FRAME_REFS: binder references in one frame
+    size_t maxMessageFds;       // ZUV_HIDL_MAX_FRAME_FDS: descriptors in one message
+    size_t maxMessageRefs;      // ZUV_HIDL_MAX_FRAME_REFS: binder references in one message
     size_t maxNesting;          // calls served inside a call on one thread
 };
 

@@ -316,8 +316,8 @@ void Runtime::proxyDestroyed(uint64_t handle) {
     while (refs > 0) {
         const auto count = static_cast<uint32_t>(std::min<uint64_t>(refs, UINT32_MAX));
         refs -= count;
-        FrameHeader header{};
-        header.magic = kFrameMagic;
+        MessageHeader header{};
+        header.magic = kMessageMagic;
         header.kind = kRelease;
         header.seq = mNextSeq.fetch_add(1, std::memory_order_relaxed);
         header.node = node;

@@ -7,7 +7,7 @@
 // connection, a pidfd per peer process and a wake-up descriptor. The pool's
 // threads all wait on it; the thread that takes a connection's event owns
 // the connection until it re-arms it, reads what has arrived without
-// blocking, serves complete frames and queues what a slow reader does not
+// blocking, serves complete messages and queues what a slow reader does not
 // take. No thread ever waits for a peer while it serves another.
 #pragma once
 
@@ -33,7 +33,7 @@
 #include <utility>
 #include <vector>
 
-#include "socket/Frame.h"
+#include "socket/Connection.h"
 #include "socket/Limits.h"
 #include "socket/NodeTable.h"
 
@@ -201,25 +201,25 @@ class Runtime {
     status_t takeConnection(const std::shared_ptr<Peer>& peer, Deadline deadline,
                             std::unique_ptr<Connection>* out, bool refused = false);
     void returnConnection(const std::shared_ptr<Peer>& peer, std::unique_ptr<Connection> conn);
-    status_t roundTrip(const std::shared_ptr<Peer>& peer, const FrameHeader& header,
+    status_t roundTrip(const std::shared_ptr<Peer>& peer, const MessageHeader& header,
                        const std::vector<BinderRef>& table, const WireImage* image, Parcel* reply,
                        bool* sent, std::chrono::milliseconds timeout);
-    status_t sendOneway(const std::shared_ptr<Peer>& peer, const FrameHeader& header,
+    status_t sendOneway(const std::shared_ptr<Peer>& peer, const MessageHeader& header,
                         const std::vector<BinderRef>& table, const WireImage* image, bool mayQueue,
                         std::chrono::milliseconds timeout);
     status_t exchange(const std::shared_ptr<Peer>& peer, std::unique_ptr<Connection>* owned,
-                      Connection* conn, const FrameHeader& header,
+                      Connection* conn, const MessageHeader& header,
                       const std::vector<BinderRef>& table, const WireImage* image, Parcel* reply,
                       Deadline deadline, bool* sent);
     status_t awaitReply(Connection* conn, uint64_t seq, Parcel* reply, Deadline deadline);
-    // Takes the frame's descriptors and block.
-    status_t receiveParcel(pid_t from, Frame& frame, Parcel* out);
+    // Takes the message's descriptors and block.
+    status_t receiveParcel(pid_t from, Message& message, Parcel* out);
 
-    // Serving. serveFrame returns false when the oneway calls of the
+    // Serving. serveMessage returns false when the oneway calls of the
     // connection's peer have filled their queue.
-    bool serveFrame(Connection* conn, Frame& frame);
-    void serveTransaction(Connection* conn, Frame& frame);
-    bool queueOneway(Connection* conn, Frame& frame);
+    bool serveMessage(Connection* conn, Message& message);
+    void serveTransaction(Connection* conn, Message& message);
+    bool queueOneway(Connection* conn, Message& message);
     void writeStatusReply(Connection* conn, uint64_t seq, status_t status);
 
     const sp<Transport> mLink;

@@ -6,7 +6,7 @@
 
 #include <string>
 
-#include "socket/Frame.h"
+#include "socket/Deadline.h"
 
 namespace android {
 namespace hardware {

@@ -38,9 +38,9 @@ constexpr long kTimerTickMs = 100;
 constexpr auto kBurialGrace = std::chrono::seconds(1);
 // How long shutdown waits for threads still serving a call.
 constexpr auto kShutdownWait = std::chrono::seconds(2);
-// Frames served per turn of one connection, so that one busy peer does not
+// Messages served per turn of one connection, so that one busy peer does not
 // keep a thread from the others.
-constexpr int kFramesPerTurn = 16;
+constexpr int kMessagesPerTurn = 16;
 
 thread_local bool tServingThread = false;
 
@@ -75,14 +75,14 @@ bool shutReading(int fd) {
     return ::shutdown(fd, SHUT_RD) == 0 && ioctl(fd, FIONREAD, &unread) == 0 && unread > 0;
 }
 
-// Frames that travel on a process's oneway connection.
-bool carriesOneway(const FrameHeader& header) {
+// Messages that travel on a process's oneway connection.
+bool carriesOneway(const MessageHeader& header) {
     return header.kind == kRelease ||
            (header.kind == kTransact && (header.flags & IBinder::FLAG_ONEWAY) != 0);
 }
 
-// Whether the sender waits for a reply to this frame.
-bool answers(const FrameHeader& header) {
+// Whether the sender waits for a reply to this message.
+bool answers(const MessageHeader& header) {
     return header.kind == kGrant ||
            (header.kind == kTransact && (header.flags & IBinder::FLAG_ONEWAY) == 0);
 }
@@ -331,7 +331,7 @@ void Runtime::acceptPending(int listenFd) {
     std::lock_guard<std::mutex> accepting(mAcceptLock);
     bool paused = false;
     for (int round = 0; round < 64; ++round) {
-        // Blocking, for a callback's wait for its answer (Connection::waitFrame);
+        // Blocking, for a callback's wait for its answer (Connection::waitMessage);
         // every other operation on it passes MSG_DONTWAIT.
         int fd = accept4(listenFd, nullptr, nullptr, SOCK_CLOEXEC);
         if (fd < 0) {
@@ -469,9 +469,9 @@ void Runtime::rearm(Incoming* in, bool withInput) {
     epoll_event ev{};
     ev.events = EPOLLONESHOT | EPOLLRDHUP;
     if (withInput) ev.events |= EPOLLIN;
-    // Frames already buffered wake the connection again at once: a socket
+    // Messages already buffered wake the connection again at once: a socket
     // is nearly always writable. Part of one waits for the rest to arrive.
-    if (in->conn.outPending() || (withInput && in->conn.hasBufferedFrame())) {
+    if (in->conn.outPending() || (withInput && in->conn.hasBufferedMessage())) {
         ev.events |= EPOLLOUT;
     }
     ev.data.u64 = tagged(kTagConnection, in->id);
@@ -511,10 +511,10 @@ void Runtime::serviceConnection(uint64_t id, uint32_t events) {
             }
         }
         bool answered = false;
-        bool drained = false;  // no complete frame is left
-        for (int served = 0; !paused && served < kFramesPerTurn; ++served) {
-            Frame frame;
-            status_t err = conn.next(&frame);
+        bool drained = false;  // no complete message is left
+        for (int served = 0; !paused && served < kMessagesPerTurn; ++served) {
+            Message message;
+            status_t err = conn.next(&message);
             if (err == WOULD_BLOCK) {
                 drained = true;
                 break;
@@ -523,19 +523,19 @@ void Runtime::serviceConnection(uint64_t id, uint32_t events) {
                 closeIncoming(in);
                 return;
             }
-            answered = answered || answers(frame.header);
-            if (carriesOneway(frame.header) &&
+            answered = answered || answers(message.header);
+            if (carriesOneway(message.header) &&
                 in->peer->onewayConn.load(std::memory_order_relaxed) != in->id) {
                 in->peer->onewayConn.store(in->id, std::memory_order_relaxed);
             }
             bool room = true;
             try {
-                room = serveFrame(&conn, frame);
+                room = serveMessage(&conn, message);
             } catch (const std::bad_alloc&) {
                 // Refused, not fatal: the caller's call fails, others go on.
                 logOnce(&gSaidMemory, "hidl socket transport: %s\n",
                         "out of memory serving a call; it fails with NO_MEMORY");
-                if (answers(frame.header)) writeStatusReply(&conn, frame.header.seq, NO_MEMORY);
+                if (answers(message.header)) writeStatusReply(&conn, message.header.seq, NO_MEMORY);
             }
             if (conn.broken()) {
                 closeIncoming(in);
@@ -553,16 +553,16 @@ void Runtime::serviceConnection(uint64_t id, uint32_t events) {
                 }
             }
         }
-        // What is left of a frame cut short by the end never completes.
+        // What is left of a message cut short by the end never completes.
         if (conn.endOfStream() && (drained || !conn.hasBufferedInput())) {
             if (in->evicting) conn.sayGoodbye();
             closeIncoming(in);
             return;
         }
-        // The rest of a large frame is usually on its way: read on, as for the
+        // The rest of a large message is usually on its way: read on, as for the
         // next call of a caller just answered below.
-        const bool partial = conn.frameUnderWay();
-        if (paused || (!answered && !partial) || conn.hasBufferedFrame() || eventsPending()) {
+        const bool partial = conn.messageUnderWay();
+        if (paused || (!answered && !partial) || conn.hasBufferedMessage() || eventsPending()) {
             break;
         }
         // On the fast path the next call comes through the mailbox: watched
@@ -707,10 +707,10 @@ bool Runtime::makeRoomFor(pid_t pid) {
 }
 
 // Closes a connection that carries no call: nobody serves it, nothing of a
-// frame is buffered either way, and its socket holds no unread bytes. Its
+// message is buffered either way, and its socket holds no unread bytes. Its
 // reading is shut first, so that a call the peer sends from then on fails
 // to send; a call that went in before is still read and answered. Only
-// after that does the peer get the goodbye frame, so a goodbye where an
+// after that does the peer get the goodbye message, so a goodbye where an
 // answer was due tells it the call was never read and may go again.
 bool Runtime::evictIdle(const std::shared_ptr<Incoming>& in) {
     std::unique_lock<std::mutex> owning(in->owner, std::try_to_lock);

@@ -26,16 +26,16 @@
 #include <cstdint>
 #include <memory>
 
-#include "socket/Frame.h"
+#include "socket/Deadline.h"
 
 namespace android {
 namespace hardware {
 namespace host {
 namespace socket {
 
-// Frames larger than this go into the bulk region, or over the socket.
+// Messages larger than this go into the bulk region, or over the socket.
 constexpr size_t kSlotBytes = 16 * 1024;
-// Bulk regions are powers of two between these sizes; larger frames go over
+// Bulk regions are powers of two between these sizes; larger messages go over
 // the socket.
 constexpr size_t kMinBulkBytes = 64 * 1024;
 constexpr size_t kMaxBulkBytes = 2 * 1024 * 1024;
@@ -59,7 +59,7 @@ struct SharedLayout {
     Mailbox toClient;
 };
 
-// kInline: in bytes; kOnSocket: the next socket frame; kInBulk: at the start
+// kInline: in bytes; kOnSocket: the next socket message; kInBulk: at the start
 // of the sender's bulk region.
 enum MailKind : uint32_t { kInline = 1, kOnSocket = 2, kInBulk = 3 };
 // The receiver's state, which tells the sender how to reach it.

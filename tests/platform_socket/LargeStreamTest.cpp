@@ -1,6 +1,6 @@
-// Large frames on a connection pair: sent as many parts, received into a
+// Large messages on a connection pair: sent as many parts, received into a
 // block of their own, whatever pieces the bytes come in, with descriptors
-// landing on their own frame and a peer's announced size paid only as far as
+// landing on their own message and a peer's announced size paid only as far as
 // the budget allows.
 #include <gtest/gtest.h>
 #include <hidl_host/WireImage.h>
@@ -11,7 +11,7 @@
 #include <thread>
 
 #include "SocketFixture.h"
-#include "socket/Frame.h"
+#include "socket/Connection.h"
 
 namespace {
 
@@ -24,9 +24,9 @@ uint8_t patternAt(size_t i, uint32_t seed) {
     return static_cast<uint8_t>(i * 13 + seed);
 }
 
-sock::FrameHeader headerFor(size_t payload, uint32_t seed, uint16_t fds) {
-    sock::FrameHeader h{};
-    h.magic = sock::kFrameMagic;
+sock::MessageHeader headerFor(size_t payload, uint32_t seed, uint16_t fds) {
+    sock::MessageHeader h{};
+    h.magic = sock::kMessageMagic;
     h.kind = sock::kTransact;
     h.seq = seed;
     h.code = seed;
@@ -40,7 +40,7 @@ ino_t inodeOf(int fd) {
     return fstat(fd, &st) == 0 ? st.st_ino : 0;
 }
 
-class LargeFrame : public ::testing::Test {
+class LargeMessage : public ::testing::Test {
   protected:
     void SetUp() override {
         ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, mFds), 0);
@@ -52,9 +52,9 @@ class LargeFrame : public ::testing::Test {
         close(mPipe[1]);
     }
 
-    // Sends a frame whose payload is cut into `parts` pieces, carrying
+    // Sends a message whose payload is cut into `parts` pieces, carrying
     // the pipe's read end when withFd.
-    void sendFrame(size_t payload, uint32_t seed, bool withFd, size_t parts) {
+    void sendMessage(size_t payload, uint32_t seed, bool withFd, size_t parts) {
         std::vector<uint8_t> bytes(payload);
         for (size_t i = 0; i < payload; ++i) bytes[i] = patternAt(i, seed);
         std::vector<iovec> iov;
@@ -69,22 +69,22 @@ class LargeFrame : public ::testing::Test {
                   OK);
     }
 
-    static void expectFrame(sock::Connection* conn, size_t payload, uint32_t seed, int fd) {
-        sock::Frame frame;
-        ASSERT_EQ(conn->waitFrame(&frame, sock::Clock::now() + 10s), OK);
-        EXPECT_EQ(frame.header.code, seed);
-        ASSERT_EQ(frame.header.payloadSize, payload);
+    static void expectMessage(sock::Connection* conn, size_t payload, uint32_t seed, int fd) {
+        sock::Message message;
+        ASSERT_EQ(conn->waitMessage(&message, sock::Clock::now() + 10s), OK);
+        EXPECT_EQ(message.header.code, seed);
+        ASSERT_EQ(message.header.payloadSize, payload);
         size_t wrong = 0;
-        for (size_t i = 0; i < payload; ++i) wrong += frame.payload[i] != patternAt(i, seed);
-        EXPECT_EQ(wrong, 0u) << "bytes of frame " << seed;
-        ASSERT_EQ(frame.fds.size(), fd >= 0 ? 1u : 0u) << "frame " << seed;
+        for (size_t i = 0; i < payload; ++i) wrong += message.payload[i] != patternAt(i, seed);
+        EXPECT_EQ(wrong, 0u) << "bytes of message " << seed;
+        ASSERT_EQ(message.fds.size(), fd >= 0 ? 1u : 0u) << "message " << seed;
         if (fd >= 0) {
-            EXPECT_EQ(inodeOf(frame.fds[0]), inodeOf(fd));
+            EXPECT_EQ(inodeOf(message.fds[0]), inodeOf(fd));
         }
-        for (int f : frame.fds) close(f);
-        // A large frame came in a block of its own, which the taker keeps.
-        EXPECT_EQ(static_cast<bool>(frame.block),
-                  sizeof(sock::FrameHeader) + payload >= sock::kLargeFrameBytes);
+        for (int f : message.fds) close(f);
+        // A large message came in a block of its own, which the taker keeps.
+        EXPECT_EQ(static_cast<bool>(message.block),
+                  sizeof(sock::MessageHeader) + payload >= sock::kLargeMessageBytes);
     }
 
     int mFds[2] = {-1, -1};
@@ -92,39 +92,40 @@ class LargeFrame : public ::testing::Test {
     std::unique_ptr<sock::Connection> mSender;
 };
 
-TEST_F(LargeFrame, ArriveIntactInAnyPiecesWithDescriptorsOnTheirOwnFrame) {
+TEST_F(LargeMessage, ArriveIntactInAnyPiecesWithDescriptorsOnTheirOwnMessage) {
     sock::Connection receiver(mFds[1], getpid(), getuid());
-    // Sizes around the large-frame threshold and up to the largest; a
-    // descriptor on the frame before, on the large frame itself, and after.
-    const size_t edge = sock::kLargeFrameBytes - sizeof(sock::FrameHeader);
+    // Sizes around the large-message threshold and up to the largest; a
+    // descriptor on the message before, on the large message itself, and after.
+    const size_t edge = sock::kLargeMessageBytes - sizeof(sock::MessageHeader);
     struct Sent {
         size_t size;
         bool fd;
         size_t parts;
     };
-    const std::vector<Sent> frames = {{16, true, 1},
-                                      {edge - 1, false, 3},
-                                      {edge, false, 150},
-                                      {100 * 1024, true, 7},
-                                      {kMaxTransactionSize, false, 150},
-                                      {8, true, 1},
-                                      {300 * 1024, false, 2}};
+    const std::vector<Sent> messages = {{16, true, 1},
+                                        {edge - 1, false, 3},
+                                        {edge, false, 150},
+                                        {100 * 1024, true, 7},
+                                        {kMaxTransactionSize, false, 150},
+                                        {8, true, 1},
+                                        {300 * 1024, false, 2}};
     std::thread sender([&] {
-        for (size_t i = 0; i < frames.size(); ++i) {
-            sendFrame(frames[i].size, static_cast<uint32_t>(i), frames[i].fd, frames[i].parts);
+        for (size_t i = 0; i < messages.size(); ++i) {
+            sendMessage(messages[i].size, static_cast<uint32_t>(i), messages[i].fd,
+                        messages[i].parts);
         }
     });
-    for (size_t i = 0; i < frames.size(); ++i) {
-        expectFrame(&receiver, frames[i].size, static_cast<uint32_t>(i),
-                    frames[i].fd ? mPipe[0] : -1);
+    for (size_t i = 0; i < messages.size(); ++i) {
+        expectMessage(&receiver, messages[i].size, static_cast<uint32_t>(i),
+                      messages[i].fd ? mPipe[0] : -1);
     }
     sender.join();
 
     // The same stream dribbled: a few bytes at a time, the header split, a
-    // descriptor on the first byte of the large frame and of the one after.
+    // descriptor on the first byte of the large message and of the one after.
     std::vector<uint8_t> stream;
     auto append = [&](size_t payload, uint32_t seed, bool fd) {
-        sock::FrameHeader h = headerFor(payload, seed, fd ? 1 : 0);
+        sock::MessageHeader h = headerFor(payload, seed, fd ? 1 : 0);
         const auto* hb = reinterpret_cast<const uint8_t*>(&h);
         stream.insert(stream.end(), hb, hb + sizeof(h));
         for (size_t i = 0; i < payload; ++i) stream.push_back(patternAt(i, seed));
@@ -155,23 +156,23 @@ TEST_F(LargeFrame, ArriveIntactInAnyPiecesWithDescriptorsOnTheirOwnFrame) {
             if (at % 8000 < 1000) std::this_thread::sleep_for(1ms);
         }
     });
-    expectFrame(&receiver, 40 * 1024, 20, mPipe[0]);
-    expectFrame(&receiver, 8, 21, mPipe[0]);
+    expectMessage(&receiver, 40 * 1024, 20, mPipe[0]);
+    expectMessage(&receiver, 8, 21, mPipe[0]);
     dribbler.join();
 }
 
-TEST_F(LargeFrame, AnnouncedSizeCostsAtMostItsFrameAndBadSizesAreRefused) {
+TEST_F(LargeMessage, AnnouncedSizeCostsAtMostItsMessageAndBadSizesAreRefused) {
     sock::ByteBudget peer(kMaxTransactionSize);
     auto header = headerFor(512 * 1024, 1, 0);
     ASSERT_EQ(send(mFds[0], &header, sizeof(header), MSG_NOSIGNAL),
               static_cast<ssize_t>(sizeof(header)));
     {
-        // A header and nothing more: the frame waits, holding at most itself.
+        // A header and nothing more: the message waits, holding at most itself.
         sock::Connection receiver(mFds[1], getpid(), getuid(), &peer);
-        sock::Frame frame;
+        sock::Message message;
         for (int i = 0; i < 4; ++i) receiver.receive();
-        EXPECT_EQ(receiver.next(&frame), android::WOULD_BLOCK);
-        EXPECT_TRUE(receiver.frameUnderWay());
+        EXPECT_EQ(receiver.next(&message), android::WOULD_BLOCK);
+        EXPECT_TRUE(receiver.messageUnderWay());
         EXPECT_FALSE(receiver.broken());
         EXPECT_LE(peer.used.load(), sizeof(header) + 512 * 1024 + 4096);
     }
@@ -190,8 +191,8 @@ TEST_F(LargeFrame, AnnouncedSizeCostsAtMostItsFrameAndBadSizesAreRefused) {
                   static_cast<ssize_t>(sizeof(header)));
         std::vector<uint8_t> rest(64 * 1024);
         (void)send(pair[0], rest.data(), rest.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
-        sock::Frame frame;
-        EXPECT_NE(receiver.waitFrame(&frame, sock::Clock::now() + 2s), OK);
+        sock::Message message;
+        EXPECT_NE(receiver.waitMessage(&message, sock::Clock::now() + 2s), OK);
         EXPECT_TRUE(receiver.broken());
         EXPECT_LE(small.used.load(), 64u * 1024 + 4096);
         close(pair[0]);

@@ -1,22 +1,22 @@
-// A byte stream from a peer on the socket transport: frames are parsed off a
-// socket pair the way a serving thread reads them, and each frame's binder
+// A byte stream from a peer on the socket transport: messages are parsed off a
+// socket pair the way a serving thread reads them, and each message's binder
 // table and image are taken apart the way the receive path does, with the
 // table's references resolved against a few local objects.
 #include <sys/socket.h>
 
 #include "FuzzSupport.h"
-#include "socket/Frame.h"
+#include "socket/Connection.h"
 
 using namespace zuv_fuzz;
 using namespace ::android::hardware::host::socket;
 
 namespace {
 
-// Resolves a frame's binder table: sender and third-party nodes become one of
+// Resolves a message's binder table: sender and third-party nodes become one of
 // a few local binders, anything else stays unresolved and is refused.
-class FrameTranslator : public BinderTranslator {
+class MessageTranslator : public BinderTranslator {
   public:
-    FrameTranslator(const uint8_t* table, size_t count) {
+    MessageTranslator(const uint8_t* table, size_t count) {
         static const sp<IBinder> kLocal[] = {new BHwBinder, new BHwBinder};
         for (size_t i = 0; i < count; ++i) {
             BinderRef ref;
@@ -86,7 +86,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
     Connection conn(sv[0], 1, 0);
     for (;;) {
-        FrameHeader header;
+        MessageHeader header;
         const uint8_t* payload = nullptr;
         std::vector<int> fds;
         const status_t err = conn.read(&header, &payload, &fds);
@@ -102,7 +102,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
             continue;
         }
         const size_t tableSize = header.tableCount * sizeof(BinderRef);
-        FrameTranslator translator(payload, header.tableCount);
+        MessageTranslator translator(payload, header.tableCount);
         Parcel parcel;
         if (WireImageCodec::rebuild(payload + tableSize, header.payloadSize - tableSize,
                                     std::move(fds), &translator, &parcel) == OK) {

@@ -1,4 +1,4 @@
-#include "socket/Frame.h"
+#include "socket/Connection.h"
 
 #include <errno.h>
 #include <fcntl.h>
@@ -23,11 +23,11 @@ namespace socket {
 namespace {
 
 // A connection starts with this much input buffer; it grows only as bytes
-// arrive, and shrinks back once a large frame has been taken.
+// arrive, and shrinks back once a large message has been taken.
 constexpr size_t kInitialInput = 4 * 1024;
 constexpr size_t kKeepInput = 64 * 1024;
 // Bytes a connection keeps for a peer that does not read: more than one
-// largest frame, so that a reader that is merely slow is not dropped.
+// largest message, so that a reader that is merely slow is not dropped.
 constexpr size_t kMaxOutBytes = 2 * kMaxTransactionSize + 64 * 1024;
 // A waiter on the mailbox looks at the socket this often (a dead peer's end
 // of stream arrives there).
@@ -35,7 +35,7 @@ constexpr int kSharedWaitSliceMs = 10;
 
 std::atomic<size_t> gOpenConnections{0};
 
-// The socket calls of every frame, made directly: the C library's wrappers
+// The socket calls of every message, made directly: the C library's wrappers
 // mark each as a cancellation point, which costs every call and is of no use
 // to threads nobody cancels.
 ssize_t sendBytes(int fd, const void* data, size_t size, int flags) {
@@ -64,27 +64,6 @@ void collectFds(msghdr* msg, std::vector<int>* out) {
 }
 
 }  // namespace
-
-int timeoutMs(Deadline deadline) {
-    if (!deadline) return -1;
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(*deadline - Clock::now());
-    return static_cast<int>(std::clamp<int64_t>(left.count(), 0, INT32_MAX));
-}
-
-bool headerIsSane(const FrameHeader& h) {
-    if (h.magic != kFrameMagic || h.reserved != 0) return false;
-    if (h.kind < kTransact || h.kind > kBulkOffer) return false;
-    if (h.kind == kShmOffer || h.kind == kBulkOffer) {
-        return h.payloadSize == 0 && h.fdCount == 1 && h.tableCount == 0;
-    }
-    if (h.fdCount > limits().maxFrameFds) return false;
-    if (h.tableCount > limits().maxFrameRefs) return false;
-    const size_t table = static_cast<size_t>(h.tableCount) * sizeof(BinderRef);
-    if (h.payloadSize < table || h.payloadSize - table > kMaxTransactionSize) return false;
-    if (h.kind != kTransact && h.kind != kReply && h.payloadSize != 0) return false;
-    if (h.kind != kTransact && h.kind != kReply && h.fdCount != 0) return false;
-    return true;
-}
 
 Connection::Connection(int fd, pid_t pid, uid_t uid, ByteBudget* peerBudget,
                        ByteBudget* totalBudget)
@@ -162,7 +141,7 @@ status_t Connection::queue(const iovec* iov, size_t iovCount, const std::vector<
 }
 
 status_t Connection::flush() {
-    alignas(cmsghdr) unsigned char control[CMSG_SPACE(sizeof(int) * kMaxFrameFds)];
+    alignas(cmsghdr) unsigned char control[CMSG_SPACE(sizeof(int) * kMaxMessageFds)];
     while (!mOut.empty()) {
         OutChunk& chunk = mOut.front();
         iovec iov{chunk.bytes.data() + chunk.sent, chunk.bytes.size() - chunk.sent};
@@ -213,13 +192,13 @@ status_t Connection::waitWritable(Deadline deadline) {
     }
 }
 
-status_t Connection::send(const FrameHeader& header, const iovec* parts, size_t partCount,
+status_t Connection::send(const MessageHeader& header, const iovec* parts, size_t partCount,
                           const std::vector<int>& fds, Deadline deadline, bool mayQueue) {
     if (broken()) return DEAD_OBJECT;
-    if (fds.size() > kMaxFrameFds || partCount > kMaxFrameParts) return BAD_VALUE;
-    iovec iov[kMaxFrameParts + 1];
+    if (fds.size() > kMaxMessageFds || partCount > kMaxMessageParts) return BAD_VALUE;
+    iovec iov[kMaxMessageParts + 1];
     size_t count = 0;
-    iov[count++] = {const_cast<FrameHeader*>(&header), sizeof(header)};
+    iov[count++] = {const_cast<MessageHeader*>(&header), sizeof(header)};
     for (size_t i = 0; i < partCount; ++i) {
         if (parts[i].iov_len > 0) iov[count++] = parts[i];
     }
@@ -258,7 +237,7 @@ status_t Connection::sendShared(iovec* iov, size_t count, const std::vector<int>
         box.length = static_cast<uint32_t>(total);
         box.generation = mBulkOutGeneration;
     } else {
-        // With descriptors, behind queued bytes, or too large: the frame goes
+        // With descriptors, behind queued bytes, or too large: the message goes
         // over the socket and the mailbox says so, in its turn.
         status_t err = sendSocket(iov, count, fds, deadline, mayQueue);
         if (err != OK) return err;
@@ -277,9 +256,9 @@ status_t Connection::sendShared(iovec* iov, size_t count, const std::vector<int>
             futexWake(&box.seq);
             return OK;
         default: {
-            if (onSocket) return OK;  // the frame itself wakes it
-            FrameHeader bell{};
-            bell.magic = kFrameMagic;
+            if (onSocket) return OK;  // the message itself wakes it
+            MessageHeader bell{};
+            bell.magic = kMessageMagic;
             bell.kind = kDoorbell;
             iovec bellIov[1] = {{&bell, sizeof(bell)}};
             static const std::vector<int> kNoFds;
@@ -309,8 +288,8 @@ bool Connection::putInBulk(const iovec* iov, size_t count, size_t total, Deadlin
     int fd = -1;
     std::unique_ptr<BulkRegion> region = BulkRegion::create(size, &fd);
     if (region == nullptr) return false;
-    FrameHeader offer{};
-    offer.magic = kFrameMagic;
+    MessageHeader offer{};
+    offer.magic = kMessageMagic;
     offer.kind = kBulkOffer;
     offer.fdCount = 1;
     offer.code = mBulkOutGeneration + 1;
@@ -335,9 +314,9 @@ status_t Connection::sendSocket(iovec* iov, size_t count, const std::vector<int>
         err = waitWritable(deadline);
         if (err != OK) return err;
     }
-    alignas(cmsghdr) unsigned char control[CMSG_SPACE(sizeof(int) * kMaxFrameFds)];
+    alignas(cmsghdr) unsigned char control[CMSG_SPACE(sizeof(int) * kMaxMessageFds)];
     bool sendFds = !fds.empty();
-    // A small frame without descriptors goes out gathered, in one plain
+    // A small message without descriptors goes out gathered, in one plain
     // send: the kernel's cheapest way, and most calls are small. A large one
     // goes from where its parts lie.
     unsigned char gathered[kGatherBytes];
@@ -374,7 +353,7 @@ status_t Connection::sendSocket(iovec* iov, size_t count, const std::vector<int>
             if (errno == EAGAIN || errno == EWOULDBLOCK) {
                 if (mayQueue) {
                     status_t err = queue(iov + first, count - first, sendFds ? &fds : nullptr);
-                    // A frame cut short cannot be followed by anything.
+                    // A message cut short cannot be followed by anything.
                     if (err != OK && !sendFds) mBroken = true;
                     return err;
                 }
@@ -407,7 +386,7 @@ status_t Connection::receive(bool wait) {
     if (mBroken) return DEAD_OBJECT;
     if (mEof) return DEAD_OBJECT;
     if (mLarge) return receiveLarge(wait);
-    // Taken frames give their room back.
+    // Taken messages give their room back.
     if (mStart > 0) {
         memmove(mIn.data(), mIn.data() + mStart, mEnd - mStart);
         mBase += mStart;
@@ -418,13 +397,13 @@ status_t Connection::receive(bool wait) {
         unreserve(mIn.size() - kInitialInput);
         std::vector<uint8_t>(kInitialInput).swap(mIn);
     }
-    if (mEnd >= sizeof(FrameHeader)) {
-        FrameHeader h;
+    if (mEnd >= sizeof(MessageHeader)) {
+        MessageHeader h;
         memcpy(&h, mIn.data(), sizeof(h));
         if (!headerIsSane(h)) return breakWith(BAD_VALUE);
-        const size_t total = sizeof(FrameHeader) + h.payloadSize;
-        if (total >= kLargeFrameBytes && mEnd < total) {
-            // The rest of a large frame goes straight into a block of its own.
+        const size_t total = sizeof(MessageHeader) + h.payloadSize;
+        if (total >= kLargeMessageBytes && mEnd < total) {
+            // The rest of a large message goes straight into a block of its own.
             if (!reserve(total)) return breakWith(NO_MEMORY);
             mLarge = ImageBlock::allocate(total);
             if (!mLarge) {
@@ -440,13 +419,13 @@ status_t Connection::receive(bool wait) {
         }
     }
     if (mEnd == mIn.size()) {
-        // Room for what the frame under way still needs, doubling at most:
+        // Room for what the message under way still needs, doubling at most:
         // a header alone never buys its whole announced payload.
         size_t want = std::max(kInitialInput, mIn.size() * 2);
-        if (mEnd >= sizeof(FrameHeader)) {
-            FrameHeader h;
+        if (mEnd >= sizeof(MessageHeader)) {
+            MessageHeader h;
             memcpy(&h, mIn.data(), sizeof(h));
-            want = std::min(want, sizeof(FrameHeader) + h.payloadSize);
+            want = std::min(want, sizeof(MessageHeader) + h.payloadSize);
         }
         if (want <= mIn.size()) want = mIn.size() + kInitialInput;
         const size_t grow = want - mIn.size();
@@ -476,7 +455,7 @@ status_t Connection::receiveLarge(bool wait) {
 }
 
 status_t Connection::receiveInto(uint8_t* at, size_t room, int flags, size_t* got) {
-    alignas(cmsghdr) unsigned char control[CMSG_SPACE(sizeof(int) * kMaxFrameFds)];
+    alignas(cmsghdr) unsigned char control[CMSG_SPACE(sizeof(int) * kMaxMessageFds)];
     for (;;) {
         iovec iov{at, room};
         msghdr msg{};
@@ -494,8 +473,8 @@ status_t Connection::receiveInto(uint8_t* at, size_t room, int flags, size_t* go
             mEof = true;
             return DEAD_OBJECT;
         }
-        if ((msg.msg_flags & MSG_CTRUNC) != 0 || mFdsHeld + fds.size() > limits().maxFrameFds) {
-            // More than any frame may carry: the kernel or we close them.
+        if ((msg.msg_flags & MSG_CTRUNC) != 0 || mFdsHeld + fds.size() > limits().maxMessageFds) {
+            // More than any message may carry: the kernel or we close them.
             closeFds(fds);
             return breakWith(BAD_VALUE);
         }
@@ -509,34 +488,34 @@ status_t Connection::receiveInto(uint8_t* at, size_t room, int flags, size_t* go
     }
 }
 
-bool Connection::hasBufferedFrame() const {
+bool Connection::hasBufferedMessage() const {
     if (mLarge) return mLargeFilled == mLarge.size();
-    if (mEnd - mStart < sizeof(FrameHeader)) return false;
-    FrameHeader h;
+    if (mEnd - mStart < sizeof(MessageHeader)) return false;
+    MessageHeader h;
     memcpy(&h, mIn.data() + mStart, sizeof(h));
-    return mEnd - mStart >= sizeof(FrameHeader) + static_cast<size_t>(h.payloadSize);
+    return mEnd - mStart >= sizeof(MessageHeader) + static_cast<size_t>(h.payloadSize);
 }
 
-status_t Connection::next(Frame* frame) {
-    frame->fds.clear();
-    frame->block.reset();
+status_t Connection::next(Message* message) {
+    message->fds.clear();
+    message->block.reset();
     if (mBroken) return DEAD_OBJECT;
     if (mShared != nullptr) {
-        status_t err = takeShared(frame);
+        status_t err = takeShared(message);
         if (err != WOULD_BLOCK) return err;
     }
     for (;;) {
-        status_t err = nextOnSocket(frame);
+        status_t err = nextOnSocket(message);
         if (err != OK) return err;
-        if (frame->header.kind == kBulkOffer) {
-            err = adoptBulk(*frame);
+        if (message->header.kind == kBulkOffer) {
+            err = adoptBulk(*message);
             if (err != OK) return err;
             continue;
         }
         if (mShared == nullptr) return OK;
         // A doorbell only wakes the reader; the message is in the mailbox.
-        if (frame->header.kind == kDoorbell) {
-            err = takeShared(frame);
+        if (message->header.kind == kDoorbell) {
+            err = takeShared(message);
             if (err != WOULD_BLOCK) return err;
             continue;
         }
@@ -546,7 +525,7 @@ status_t Connection::next(Frame* frame) {
     }
 }
 
-status_t Connection::adoptBulk(Frame& offer) {
+status_t Connection::adoptBulk(Message& offer) {
     std::unique_ptr<BulkRegion> region;
     if (mShared != nullptr && offer.header.code > mBulkInGeneration) {
         region = BulkRegion::adopt(offer.fds[0]);
@@ -576,7 +555,7 @@ bool socketOnly(uint16_t kind) {
 
 }  // namespace
 
-status_t Connection::takeShared(Frame* frame) {
+status_t Connection::takeShared(Message* message) {
     Mailbox& box = mShared->in(mClientSide);
     const uint32_t seq = box.seq.load(std::memory_order_acquire);
     if (seq == mSeenSeq) return WOULD_BLOCK;
@@ -586,14 +565,14 @@ status_t Connection::takeShared(Frame* frame) {
     const size_t rawLength = box.length;
     const uint32_t generation = box.generation;
     if (number < mInNumber) {
-        mSeenSeq = seq;  // announces a frame the socket already delivered
+        mSeenSeq = seq;  // announces a message the socket already delivered
         return WOULD_BLOCK;
     }
     if (number != mInNumber || (kind != kInline && kind != kOnSocket && kind != kInBulk)) {
         return breakWith(BAD_VALUE);
     }
     if (kind == kOnSocket) {
-        mSeenSeq = seq;  // the socket's next frame is the message
+        mSeenSeq = seq;  // the socket's next message is the message
         mSocketOwed = true;
         return WOULD_BLOCK;
     }
@@ -603,96 +582,96 @@ status_t Connection::takeShared(Frame* frame) {
     size_t length;
     if (kind == kInBulk) {
         if (mBulkIn == nullptr || generation != mBulkInGeneration || rawLength > mBulkIn->size() ||
-            rawLength < sizeof(FrameHeader)) {
+            rawLength < sizeof(MessageHeader)) {
             return breakWith(BAD_VALUE);
         }
-        frame->block = ImageBlock::allocate(rawLength);
-        if (!frame->block) return breakWith(NO_MEMORY);
-        memcpy(frame->block.data(), mBulkIn->data(), rawLength);
-        bytes = frame->block.data();
+        message->block = ImageBlock::allocate(rawLength);
+        if (!message->block) return breakWith(NO_MEMORY);
+        memcpy(message->block.data(), mBulkIn->data(), rawLength);
+        bytes = message->block.data();
         length = rawLength;
     } else {
         length = std::min<size_t>(rawLength, kSlotBytes);
         mSharedIn.assign(box.bytes, box.bytes + length);
         bytes = mSharedIn.data();
     }
-    if (length < sizeof(FrameHeader)) return breakWith(BAD_VALUE);
-    memcpy(&frame->header, bytes, sizeof(FrameHeader));
-    if (!headerIsSane(frame->header) || frame->header.fdCount != 0 ||
-        socketOnly(frame->header.kind) ||
-        sizeof(FrameHeader) + frame->header.payloadSize != length) {
+    if (length < sizeof(MessageHeader)) return breakWith(BAD_VALUE);
+    memcpy(&message->header, bytes, sizeof(MessageHeader));
+    if (!headerIsSane(message->header) || message->header.fdCount != 0 ||
+        socketOnly(message->header.kind) ||
+        sizeof(MessageHeader) + message->header.payloadSize != length) {
         return breakWith(BAD_VALUE);
     }
-    frame->payload = bytes + sizeof(FrameHeader);
+    message->payload = bytes + sizeof(MessageHeader);
     return OK;
 }
 
-// Hands the frame the descriptors that came with its bytes, [start, start +
+// Hands the message the descriptors that came with its bytes, [start, start +
 // total) of the stream: exactly as many as it declares.
-status_t Connection::takeFds(uint64_t start, size_t total, Frame* frame) {
+status_t Connection::takeFds(uint64_t start, size_t total, Message* message) {
     while (!mFds.empty() && mFds.front().pos < start + total) {
         FdBatch& batch = mFds.front();
         mFdsHeld -= batch.fds.size();
-        frame->fds.insert(frame->fds.end(), batch.fds.begin(), batch.fds.end());
+        message->fds.insert(message->fds.end(), batch.fds.begin(), batch.fds.end());
         mFds.pop_front();
     }
-    if (frame->fds.size() != frame->header.fdCount) {
-        closeFds(frame->fds);
-        frame->fds.clear();
+    if (message->fds.size() != message->header.fdCount) {
+        closeFds(message->fds);
+        message->fds.clear();
         return breakWith(BAD_VALUE);
     }
     return OK;
 }
 
-status_t Connection::nextOnSocket(Frame* frame) {
+status_t Connection::nextOnSocket(Message* message) {
     if (mLarge) {
         if (mLargeFilled < mLarge.size()) return WOULD_BLOCK;
         if (!mFds.empty() && mFds.front().pos < mLargeStart) return breakWith(BAD_VALUE);
-        memcpy(&frame->header, mLarge.data(), sizeof(FrameHeader));
+        memcpy(&message->header, mLarge.data(), sizeof(MessageHeader));
         const size_t total = mLarge.size();
-        status_t err = takeFds(mLargeStart, total, frame);
+        status_t err = takeFds(mLargeStart, total, message);
         if (err != OK) return err;
         // From here on the block is the taker's memory, not the peer's.
         unreserve(total);
-        frame->block = std::move(mLarge);
-        frame->payload = frame->block.data() + sizeof(FrameHeader);
+        message->block = std::move(mLarge);
+        message->payload = message->block.data() + sizeof(MessageHeader);
         mLargeFilled = 0;
         return OK;
     }
     const uint64_t start = mBase + mStart;
-    // Descriptors that came with no frame of their own.
+    // Descriptors that came with no message of their own.
     if (!mFds.empty() && mFds.front().pos < start) return breakWith(BAD_VALUE);
-    if (mEnd - mStart < sizeof(FrameHeader)) return WOULD_BLOCK;
-    memcpy(&frame->header, mIn.data() + mStart, sizeof(FrameHeader));
-    if (!headerIsSane(frame->header)) return breakWith(BAD_VALUE);
+    if (mEnd - mStart < sizeof(MessageHeader)) return WOULD_BLOCK;
+    memcpy(&message->header, mIn.data() + mStart, sizeof(MessageHeader));
+    if (!headerIsSane(message->header)) return breakWith(BAD_VALUE);
     // Nothing follows it; whoever waits for an answer learns the call was
     // never read.
-    if (frame->header.kind == kGoodbye) {
+    if (message->header.kind == kGoodbye) {
         mGoodbye = true;
         return breakWith(DEAD_OBJECT);
     }
-    const size_t total = sizeof(FrameHeader) + frame->header.payloadSize;
+    const size_t total = sizeof(MessageHeader) + message->header.payloadSize;
     if (mEnd - mStart < total) return WOULD_BLOCK;
-    status_t err = takeFds(start, total, frame);
+    status_t err = takeFds(start, total, message);
     if (err != OK) return err;
-    frame->payload = mIn.data() + mStart + sizeof(FrameHeader);
+    message->payload = mIn.data() + mStart + sizeof(MessageHeader);
     mStart += total;
     return OK;
 }
 
-status_t Connection::waitFrame(Frame* frame, Deadline deadline) {
+status_t Connection::waitMessage(Message* message, Deadline deadline) {
     bool lookAtSocket = false;
     for (;;) {
-        status_t err = next(frame);
+        status_t err = next(message);
         if (err != WOULD_BLOCK) return err;
         if (mEof) return breakWith(DEAD_OBJECT);
         if (!mOut.empty() && flush() == DEAD_OBJECT) return DEAD_OBJECT;
-        // The socket owes the rest of a frame, or the one the mailbox announced.
-        const bool socketDue = mSocketOwed || frameUnderWay();
+        // The socket owes the rest of a message, or the one the mailbox announced.
+        const bool socketDue = mSocketOwed || messageUnderWay();
         if (mShared != nullptr && mOut.empty() && !socketDue && !lookAtSocket) {
             // Nothing is due on the socket: only the mailbox is watched, with
             // no system call while the spin lasts. After a quiet slice the
-            // socket is read once, for the peer's end or a stray frame.
+            // socket is read once, for the peer's end or a stray message.
             if (deadline && Clock::now() >= *deadline) return breakWith(TIMED_OUT);
             lookAtSocket = !waitShared(deadline);
             continue;
@@ -759,20 +738,20 @@ void Connection::sayGoodbye() {
 }
 
 void sendGoodbye(int fd) {
-    FrameHeader bye{};
-    bye.magic = kFrameMagic;
+    MessageHeader bye{};
+    bye.magic = kMessageMagic;
     bye.kind = kGoodbye;
     (void)sendBytes(fd, &bye, sizeof(bye), MSG_NOSIGNAL | MSG_DONTWAIT);
 }
 
-status_t Connection::read(FrameHeader* header, const uint8_t** payload, std::vector<int>* fds) {
-    Frame frame;
-    status_t err = waitFrame(&frame, std::nullopt);
+status_t Connection::read(MessageHeader* header, const uint8_t** payload, std::vector<int>* fds) {
+    Message message;
+    status_t err = waitMessage(&message, std::nullopt);
     fds->clear();
     if (err != OK) return err;
-    *header = frame.header;
-    *payload = frame.payload;
-    *fds = std::move(frame.fds);
+    *header = message.header;
+    *payload = message.payload;
+    *fds = std::move(message.fds);
     return OK;
 }
 

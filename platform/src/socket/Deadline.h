@@ -1,0 +1,39 @@
+// Clocks, deadlines and byte budgets: what every wait and every buffer of
+// the socket transport is measured against.
+#pragma once
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <climits>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+
+namespace android {
+namespace hardware {
+namespace host {
+namespace socket {
+
+using Clock = std::chrono::steady_clock;
+// When a wait gives up; none waits as long as it takes.
+using Deadline = std::optional<Clock::time_point>;
+
+// Bytes buffered on behalf of someone, against a limit.
+struct ByteBudget {
+    explicit ByteBudget(size_t l) : limit(l) {}
+    std::atomic<size_t> used{0};
+    const size_t limit;
+};
+
+// Milliseconds left until the deadline, for poll(2): -1 without one.
+inline int timeoutMs(Deadline deadline) {
+    if (!deadline) return -1;
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(*deadline - Clock::now());
+    return static_cast<int>(std::clamp<int64_t>(left.count(), 0, INT32_MAX));
+}
+
+}  // namespace socket
+}  // namespace host
+}  // namespace hardware
+}  // namespace android
