@@ -1,11 +1,11 @@
 #include <hidl_host/Log.h>
-#include <hidl_host/Settings.h>
+#include <strings.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
-#include <string>
+#include <cstdlib>
 
 namespace android {
 namespace hardware {
@@ -13,16 +13,24 @@ namespace host {
 
 namespace {
 
+// Settings (which warns through here) is above the log, so the log reads its
+// two variables itself.
 int threshold() {
     static const int level = [] {
-        if (settingFlag("ZUV_HIDL_DEBUG", false)) return 0;
-        const std::string v =
-                settingChoice("ZUV_HIDL_LOG", {"debug", "info", "warning", "error", "off"}, "info");
-        if (v == "debug") return 0;
-        if (v == "info") return 1;
-        if (v == "warning") return 2;
-        if (v == "error") return 3;
-        return 4;
+        const char* debug = std::getenv("ZUV_HIDL_DEBUG");
+        if (debug != nullptr && (strcasecmp(debug, "1") == 0 || strcasecmp(debug, "true") == 0 ||
+                                 strcasecmp(debug, "on") == 0 || strcasecmp(debug, "yes") == 0))
+            return 0;
+        const char* v = std::getenv("ZUV_HIDL_LOG");
+        if (v == nullptr || *v == '\0') return 1;
+        static const char* const names[] = {"debug", "info", "warning", "error", "off"};
+        for (int i = 0; i < 5; ++i)
+            if (strcasecmp(v, names[i]) == 0) return i;
+        std::fprintf(stderr,
+                     "zuv: ignoring ZUV_HIDL_LOG=%s (accepted: debug, info, warning, error, off); "
+                     "using info\n",
+                     v);
+        return 1;
     }();
     return level;
 }

@@ -1,3 +1,4 @@
+#include <hidl_host/Log.h>
 #include <hidl_host/Settings.h>
 #include <strings.h>
 
@@ -20,8 +21,8 @@ void warn(const char* name, const char* value, const std::string& accepted,
     static std::set<std::string> warned;
     std::lock_guard<std::mutex> guard(lock);
     if (!warned.insert(name).second) return;
-    std::fprintf(stderr, "zuv: ignoring %s=%s (accepted: %s); using %s\n", name, value,
-                 accepted.c_str(), used.c_str());
+    logf(LogLevel::Warning, "zuv: ignoring %s=%s (accepted: %s); using %s\n", name, value,
+         accepted.c_str(), used.c_str());
 }
 
 }  // namespace

@@ -79,5 +79,6 @@
             const std::string& serviceName,                                                       \
             const ::android::sp<::android::hidl::manager::V1_0::IServiceNotification>&            \
                     notification) {                                                               \
-        return frame::registerForNotifications(descriptor, serviceName, notification);            \
+        return ::android::hardware::details::registerForNotificationsInternal(                    \
+                descriptor, serviceName, notification);                                           \
     }

@@ -14,6 +14,7 @@
 #include <vendor/zuv/hardware/fingerprint/1.0/BpHwDaxAndroidServices.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/BpHwZuvExtendedFingerprint.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/BpHwZuvExtendedFingerprintCallback.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/FuzzInput.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/StandIn.h>
 
 #include <algorithm>
@@ -31,7 +32,6 @@
 #include <thread>
 #include <utility>
 
-#include "FuzzEncoding.h"
 #include "Sha1.h"
 #include "Values.h"
 #include "android_services/AndroidServicesMethods.h"
@@ -42,6 +42,10 @@
 extern "C" void __asan_on_error();
 
 namespace zuv_fuzz_service {
+
+using fpv::fuzz::json;
+using fpv::fuzz::kMaxCalls;
+using fpv::fuzz::PlannedCall;
 
 // The zero value of an operation's result as JSON; null when it has none.
 json zeroResult(const fpv::describe::InterfaceOps& iface, const fpv::describe::Operation& op);
@@ -785,7 +789,7 @@ void connect(Run& run, int index, const sp<IBase>& service) {
 
 }  // namespace
 
-std::vector<uint8_t> encodeCalls(const std::vector<PlannedCall>& calls) {
+std::vector<uint8_t> encodeCallsToInput(const std::vector<PlannedCall>& calls) {
     ByteWriter out;
     size_t n = 0;
     for (const PlannedCall& c : calls) {
@@ -802,6 +806,14 @@ std::vector<uint8_t> encodeCalls(const std::vector<PlannedCall>& calls) {
 }
 
 }  // namespace zuv_fuzz_service
+
+namespace vendor::zuv::hardware::fingerprint::V1_0::fuzz {
+
+std::vector<uint8_t> encodeCalls(const std::vector<PlannedCall>& calls) {
+    return zuv_fuzz_service::encodeCallsToInput(calls);
+}
+
+}  // namespace vendor::zuv::hardware::fingerprint::V1_0::fuzz
 
 extern "C" void __asan_on_error() {
     zuv_fuzz_service::writeReport("a sanitizer found a fault (its report follows)");

@@ -2,6 +2,7 @@
 // ends the process with a report naming every call made.
 #include <gtest/gtest.h>
 #include <hidl_host/FuzzService.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/FuzzInput.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/IZuvExtendedFingerprintDefault.h>
 
 #include <chrono>
@@ -9,8 +10,6 @@
 #include <fstream>
 #include <sstream>
 #include <thread>
-
-#include "fuzz/FuzzEncoding.h"
 
 namespace {
 
@@ -20,8 +19,8 @@ using ::android::hardware::hidl_vec;
 using ::android::hardware::Return;
 using ::android::hardware::Void;
 using ::android::hardware::host::fuzzService;
-using zuv_fuzz_service::encodeCalls;
-using zuv_fuzz_service::json;
+using ::vendor::zuv::hardware::fingerprint::V1_0::fuzz::encodeCalls;
+using ::vendor::zuv::hardware::fingerprint::V1_0::fuzz::json;
 
 struct Faulty : IZuvExtendedFingerprintDefault {
     Return<void> getConfigValue(const hidl_string& key, getConfigValue_cb cb) override {
@@ -35,7 +34,7 @@ struct Faulty : IZuvExtendedFingerprintDefault {
     }
 };
 
-int run(const std::vector<zuv_fuzz_service::PlannedCall>& calls) {
+int run(const std::vector<::vendor::zuv::hardware::fingerprint::V1_0::fuzz::PlannedCall>& calls) {
     const std::vector<uint8_t> input = encodeCalls(calls);
     return fuzzService(new Faulty, input.data(), input.size());
 }

@@ -1,6 +1,7 @@
 // zuv_hidl corpus: the client calls of recordings as fuzzService inputs, so a
 // recorded session seeds the fuzzer of an implementation.
 #include <sys/stat.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/FuzzInput.h>
 
 #include <cerrno>
 #include <cstdio>
@@ -12,7 +13,6 @@
 
 #include "Command.h"
 #include "Recording.h"
-#include "fuzz/FuzzEncoding.h"
 
 namespace zuv_hidl {
 namespace {
@@ -37,7 +37,7 @@ int corpus(const CorpusOptions& o) {
         return 2;
     }
     for (const std::string& file : o.files) {
-        std::vector<zuv_fuzz_service::PlannedCall> calls;
+        std::vector<::vendor::zuv::hardware::fingerprint::V1_0::fuzz::PlannedCall> calls;
         try {
             // The client's own calls; those made inside a call back are the
             // client answering, not asking.
@@ -48,7 +48,8 @@ int corpus(const CorpusOptions& o) {
             std::fprintf(stderr, "zuv_hidl corpus: %s\n", e.what());
             return 2;
         }
-        const std::vector<uint8_t> input = zuv_fuzz_service::encodeCalls(calls);
+        const std::vector<uint8_t> input =
+                ::vendor::zuv::hardware::fingerprint::V1_0::fuzz::encodeCalls(calls);
         const std::string out = o.dir + "/" + stem(file) + ".input";
         std::ofstream f(out, std::ios::binary | std::ios::trunc);
         f.write(reinterpret_cast<const char*>(input.data()),
@@ -58,13 +59,15 @@ int corpus(const CorpusOptions& o) {
                          std::strerror(errno));
             return 2;
         }
-        const size_t used = std::min(calls.size(), zuv_fuzz_service::kMaxCalls);
+        const size_t used =
+                std::min(calls.size(), ::vendor::zuv::hardware::fingerprint::V1_0::fuzz::kMaxCalls);
         std::printf("%s: %zu calls -> %s (%zu bytes)", file.c_str(), used, out.c_str(),
                     input.size());
         if (used < calls.size())
             std::printf(
                     "; the %zu calls after the first %zu are left out (an input makes at most %zu)",
-                    calls.size() - used, used, zuv_fuzz_service::kMaxCalls);
+                    calls.size() - used, used,
+                    ::vendor::zuv::hardware::fingerprint::V1_0::fuzz::kMaxCalls);
         std::printf("\n");
     }
     return 0;

@@ -19,6 +19,7 @@ struct IBase;
 namespace manager {
 namespace V1_0 {
 struct IServiceManager;
+struct IServiceNotification;
 }  // namespace V1_0
 }  // namespace manager
 }  // namespace hidl
@@ -49,6 +50,13 @@ sp<::android::hidl::base::V1_0::IBase> getRawServiceInternal(const std::string& 
 // UNEXPECTED_NULL for a null service, UNKNOWN_ERROR when the registry refuses.
 status_t registerAsServiceInternal(const sp<::android::hidl::base::V1_0::IBase>& service,
                                    const std::string& name);
+
+// Every interface's registerForNotifications: asks the service manager to
+// report registrations of descriptor/instance. Every failure (no manager,
+// transport failure, refusal) is false.
+bool registerForNotificationsInternal(
+        const char* descriptor, const std::string& instance,
+        const sp<::android::hidl::manager::V1_0::IServiceNotification>& notification);
 
 // This process's pid when the build is debuggable, else -1.
 int32_t getPidIfSharable();

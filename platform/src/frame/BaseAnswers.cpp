@@ -1,8 +1,6 @@
 // The default answers of the base operations, shared by IBase and every
 // interface declared over it.
 #include <android/hidl/base/1.0/IBase.h>
-#include <android/hidl/manager/1.0/IServiceManager.h>
-#include <hidl/ServiceManagement.h>
 #include <hidl_host/frame/BaseAnswers.h>
 #include <utils/misc.h>
 
@@ -54,17 +52,6 @@ Return<void> reportSyspropsChanged() {
 
 Return<bool> acceptRecipient(const ::android::sp<hidl_death_recipient>& recipient) {
     return recipient != nullptr;
-}
-
-bool registerForNotifications(
-        const char* descriptor, const std::string& instanceName,
-        const sp<::android::hidl::manager::V1_0::IServiceNotification>& notification) {
-    const sp<::android::hidl::manager::V1_0::IServiceManager> manager = defaultServiceManager();
-    if (manager == nullptr) return false;
-    Return<bool> accepted = manager->registerForNotifications(
-            hidl_string(descriptor), hidl_string(instanceName), notification);
-    // The status first: taking the value out of a failed Return is fatal.
-    return accepted.isOk() && static_cast<bool>(accepted);
 }
 
 }  // namespace frame

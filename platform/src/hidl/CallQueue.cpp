@@ -39,6 +39,8 @@ struct CallQueue::Core {
         bytes += size;
         if (running) return OK;
         try {
+            // Not joined: it owns a share of the queue and ends once the queue
+            // is empty; the set's end waits for it (see CallQueueSet).
             std::thread([self] { self->run(); }).detach();
         } catch (const std::system_error&) {
             waiting.pop_back();

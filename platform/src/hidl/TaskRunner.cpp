@@ -107,6 +107,9 @@ bool TaskRunner::push(const Task& task) {
         std::thread worker(workerLoop, mState);
         s.workerId = worker.get_id();
         s.workerAlive = true;
+        // Not joined: the worker owns a share of the state and ends by itself
+        // once the runner stops, so a runner destroyed
+        // on its own worker does not wait for itself.
         worker.detach();
     } catch (const std::system_error&) {
         s.queue.pop_back();  // no thread to run it: refuse rather than queue forever

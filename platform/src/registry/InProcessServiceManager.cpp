@@ -1,6 +1,7 @@
 #include "registry/InProcessServiceManager.h"
 
 #include <hidl/HidlBinderSupport.h>
+#include <hidl_host/Log.h>
 #include <hidl_host/SocketTransport.h>
 #include <hidl_host/WireImage.h>
 #include <hwbinder/IPCThreadState.h>
@@ -129,7 +130,9 @@ Status InProcessServiceManager::refuse(pid_t caller, bool Owner::*warned, int32_
         log = !flag;
         flag = true;
     }
-    if (log) std::fprintf(stderr, "hidl-registry: refused to pid %d: %s\n", caller, why.c_str());
+    if (log)
+        host::logf(host::LogLevel::Warning, "hidl-registry: refused to pid %d: %s\n", caller,
+                   why.c_str());
     return Status::fromExceptionCode(exception, why.c_str());
 }
 
@@ -164,7 +167,7 @@ Return<bool> InProcessServiceManager::add(const hidl_string& name, const sp<IBas
         }
     });
     if (!ret.isOk() || (chain.empty() && !tooLong)) {
-        ZUV_REGISTRY_DEBUG("add %s: interfaceChain failed", name.c_str());
+        ZUV_LOG_DEBUG("hidl-registry: add %s: interfaceChain failed", name.c_str());
         return false;
     }
     if (tooLong) {
@@ -189,9 +192,10 @@ Return<bool> InProcessServiceManager::add(const hidl_string& name, const sp<IBas
             if (exempt(fqName)) continue;
             const std::string why = mPolicy(caller, callerUid, fqName, name);
             if (why.empty()) continue;
-            std::fprintf(stderr, "hidl-registry: refused %s/%s to pid %d uid %u: %s\n",
-                         fqName.c_str(), name.c_str(), static_cast<int>(caller),
-                         static_cast<unsigned>(callerUid), why.c_str());
+            host::logf(host::LogLevel::Warning,
+                       "hidl-registry: refused %s/%s to pid %d uid %u: %s\n", fqName.c_str(),
+                       name.c_str(), static_cast<int>(caller), static_cast<unsigned>(callerUid),
+                       why.c_str());
             return Status::fromExceptionCode(Status::EX_SECURITY, why.c_str());
         }
     }
@@ -209,7 +213,7 @@ Return<bool> InProcessServiceManager::add(const hidl_string& name, const sp<IBas
         bool alive = true;
         newLink = watch(service, &alive);
         if (!alive) {
-            ZUV_REGISTRY_DEBUG("add %s: the service is dead", name.c_str());
+            ZUV_LOG_DEBUG("hidl-registry: add %s: the service is dead", name.c_str());
             return false;
         }
     }
@@ -268,9 +272,10 @@ Return<bool> InProcessServiceManager::add(const hidl_string& name, const sp<IBas
             if (exempt(fqName)) continue;
             refusal = fqName + "/" + std::string(name) + " is registered by pid " +
                       std::to_string(held->owner) + "; only that process may replace it";
-            std::fprintf(stderr, "hidl-registry: refused %s/%s to pid %d: registered by pid %d\n",
-                         fqName.c_str(), name.c_str(), static_cast<int>(caller),
-                         static_cast<int>(held->owner));
+            host::logf(host::LogLevel::Warning,
+                       "hidl-registry: refused %s/%s to pid %d: registered by pid %d\n",
+                       fqName.c_str(), name.c_str(), static_cast<int>(caller),
+                       static_cast<int>(held->owner));
             logRefusal = false;
             break;
         }
@@ -320,12 +325,13 @@ Return<bool> InProcessServiceManager::add(const hidl_string& name, const sp<IBas
     }
     if (!refusal.empty()) {
         if (logRefusal) {
-            std::fprintf(stderr, "hidl-registry: refused to pid %d: %s\n", caller, refusal.c_str());
+            host::logf(host::LogLevel::Warning, "hidl-registry: refused to pid %d: %s\n", caller,
+                       refusal.c_str());
         }
         return Status::fromExceptionCode(exception, refusal.c_str());
     }
-    ZUV_REGISTRY_DEBUG("registered %s/%s (%zu interfaces) for pid %d", chain.front().c_str(),
-                       name.c_str(), chain.size(), static_cast<int>(caller));
+    ZUV_LOG_DEBUG("hidl-registry: registered %s/%s (%zu interfaces) for pid %d",
+                  chain.front().c_str(), name.c_str(), chain.size(), static_cast<int>(caller));
     return true;
 }
 
@@ -475,7 +481,8 @@ Return<bool> InProcessServiceManager::registerForNotifications(
     }
     if (!refusal.empty()) {
         if (logRefusal) {
-            std::fprintf(stderr, "hidl-registry: refused to pid %d: %s\n", caller, refusal.c_str());
+            host::logf(host::LogLevel::Warning, "hidl-registry: refused to pid %d: %s\n", caller,
+                       refusal.c_str());
         }
         return Status::fromExceptionCode(Status::EX_ILLEGAL_STATE, refusal.c_str());
     }
@@ -593,11 +600,11 @@ void InProcessServiceManager::enqueue(uint64_t listenerId, const std::string& fq
         Owner& owner = mOwners[l.queueOwner];
         if (owner.queued >= mLimits.maxQueuedNotifications) {
             if (!owner.warnedQueue) {
-                std::fprintf(stderr,
-                             "hidl-registry: dropping a listener of pid %d: its listeners have "
-                             "%zu notifications waiting, the most one process may have "
-                             "(ZUV_HIDL_MAX_QUEUED_NOTIFICATIONS, --max-queued-notifications)\n",
-                             static_cast<int>(l.queueOwner), owner.queued);
+                host::logf(host::LogLevel::Warning,
+                           "hidl-registry: dropping a listener of pid %d: its listeners have "
+                           "%zu notifications waiting, the most one process may have "
+                           "(ZUV_HIDL_MAX_QUEUED_NOTIFICATIONS, --max-queued-notifications)\n",
+                           static_cast<int>(l.queueOwner), owner.queued);
             }
             owner.warnedQueue = true;
             dropListenerLocked(listenerId);
@@ -622,7 +629,8 @@ void InProcessServiceManager::schedule() {
         // The threads already running take the work; with none, the next
         // request tries again.
         if (!mWarnedThreads) {
-            std::fprintf(stderr, "hidl-registry: cannot start a delivery thread: %s\n", e.what());
+            host::logf(host::LogLevel::Warning,
+                       "hidl-registry: cannot start a delivery thread: %s\n", e.what());
         }
         mWarnedThreads = true;
     }
@@ -682,7 +690,7 @@ void InProcessServiceManager::deliveryLoop() {
             it = mListeners.find(id);
             if (it == mListeners.end()) continue;
             if (!failure.empty()) {
-                std::fprintf(stderr, "hidl-registry: %s\n", failure.c_str());
+                host::logf(host::LogLevel::Warning, "hidl-registry: %s\n", failure.c_str());
                 dropListenerLocked(id);
             } else if (!it->second.queue.empty()) {
                 mReady.push_back(id);  // behind the others: one listener does not hog a thread
@@ -790,7 +798,7 @@ void InProcessServiceManager::cleanUpSliceLocked(std::vector<sp<IBase>>* release
     }
     Link& link = l->second;
     if (link.listener != 0) {
-        ZUV_REGISTRY_DEBUG("dropping a listener whose process died");
+        ZUV_LOG_DEBUG("hidl-registry: dropping a listener whose process died");
         mDeadLinks.pop_front();
         dropListenerLocked(link.listener);
         return;
@@ -802,7 +810,7 @@ void InProcessServiceManager::cleanUpSliceLocked(std::vector<sp<IBase>>* release
         if (iface == mInterfaces.end()) continue;
         auto it = iface->second.instances.find(key.second);
         if (it == iface->second.instances.end() || it->second.link != cookie) continue;
-        ZUV_REGISTRY_DEBUG("%s/%s died", key.first.c_str(), key.second.c_str());
+        ZUV_LOG_DEBUG("hidl-registry: %s/%s died", key.first.c_str(), key.second.c_str());
         auto owner = mOwners.find(it->second.owner);
         if (owner != mOwners.end()) {
             Owner& o = owner->second;

@@ -2,6 +2,7 @@
 
 #include <android/hidl/base/1.0/IBase.h>
 #include <dlfcn.h>
+#include <hidl_host/Log.h>
 #include <hidl_host/ServiceRegistry.h>
 #include <unistd.h>
 
@@ -105,7 +106,7 @@ bool hasPassthroughLibrary(const std::string& descriptor) {
 sp<IBase> fetchPassthroughService(const std::string& descriptor, const std::string& instance) {
     std::string lib = passthroughLibraryName(descriptor);
     if (lib.empty()) {
-        ZUV_REGISTRY_DEBUG("passthrough: '%s' is not a descriptor", descriptor.c_str());
+        ZUV_LOG_DEBUG("hidl-registry: passthrough: '%s' is not a descriptor", descriptor.c_str());
         return nullptr;
     }
     const std::string symbol = "HIDL_FETCH_" + interfaceName(descriptor);
@@ -115,28 +116,29 @@ sp<IBase> fetchPassthroughService(const std::string& descriptor, const std::stri
         if (access(path.c_str(), F_OK) != 0) continue;
         void* handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
         if (handle == nullptr) {
-            ZUV_REGISTRY_DEBUG("passthrough: cannot load %s: %s", path.c_str(), dlerror());
+            ZUV_LOG_DEBUG("hidl-registry: passthrough: cannot load %s: %s", path.c_str(),
+                          dlerror());
             continue;
         }
         auto fetch = reinterpret_cast<FetchFunction>(dlsym(handle, symbol.c_str()));
         if (fetch == nullptr) {
-            ZUV_REGISTRY_DEBUG("passthrough: %s has no %s", path.c_str(), symbol.c_str());
+            ZUV_LOG_DEBUG("hidl-registry: passthrough: %s has no %s", path.c_str(), symbol.c_str());
             dlclose(handle);
             continue;
         }
         // The object's code lives in the library, so the handle is never closed.
         sp<IBase> service = fetch(instance.c_str());
         if (service == nullptr) {
-            ZUV_REGISTRY_DEBUG("passthrough: %s(\"%s\") in %s returned null", symbol.c_str(),
-                               instance.c_str(), path.c_str());
+            ZUV_LOG_DEBUG("hidl-registry: passthrough: %s(\"%s\") in %s returned null",
+                          symbol.c_str(), instance.c_str(), path.c_str());
             continue;
         }
-        ZUV_REGISTRY_DEBUG("passthrough: %s/%s from %s", descriptor.c_str(), instance.c_str(),
-                           path.c_str());
+        ZUV_LOG_DEBUG("hidl-registry: passthrough: %s/%s from %s", descriptor.c_str(),
+                      instance.c_str(), path.c_str());
         return service;
     }
-    ZUV_REGISTRY_DEBUG("passthrough: no %s for %s/%s", lib.c_str(), descriptor.c_str(),
-                       instance.c_str());
+    ZUV_LOG_DEBUG("hidl-registry: passthrough: no %s for %s/%s", lib.c_str(), descriptor.c_str(),
+                  instance.c_str());
     return nullptr;
 }
 

@@ -1,6 +1,7 @@
 #include <android/hidl/manager/1.0/BpHwServiceManager.h>
 #include <android/hidl/manager/1.0/IServiceManager.h>
 #include <hidl/ServiceManagement.h>
+#include <hidl_host/Log.h>
 #include <hidl_host/ServiceRegistry.h>
 #include <hidl_host/Settings.h>
 #include <hidl_host/SocketTransport.h>
@@ -38,11 +39,6 @@ namespace details {
 
 bool envFlag(const char* name, bool def) {
     return host::settingFlag(name, def);
-}
-
-bool registryDebugEnabled() {
-    static const bool enabled = envFlag(host::kDebugEnvVar, false);
-    return enabled;
 }
 
 }  // namespace details
@@ -173,8 +169,8 @@ sp<IServiceManager> daemonServiceManager(sp<IBinder>* binderOut = nullptr) {
         if (gDaemonManager == nullptr || !binderAlive(gDaemonBinder)) {
             sp<IBinder> binder = host::getContextObject();
             if (binder != nullptr && binderAlive(binder) && binder != gDaemonBinder) {
-                ZUV_REGISTRY_DEBUG("using the service-manager daemon in %s",
-                                   host::runtimeDirectory().c_str());
+                ZUV_LOG_DEBUG("hidl-registry: using the service-manager daemon in %s",
+                              host::runtimeDirectory().c_str());
                 replaced = gDaemonBinder != nullptr;
                 gDaemonBinder = binder;
                 gDaemonManager = new DaemonServiceManager(binder);
@@ -215,9 +211,9 @@ bool replay(const sp<IServiceManager>& sm, const sp<IBinder>& daemon) {
         Return<bool> ret = proxy->BpHwServiceManager::add(s.name, s.service);
         if (ret.isDeadObject()) return false;
         if (!ret.isOk() || !static_cast<bool>(ret)) {
-            std::fprintf(stderr, "hidl-registry: %s/%s not registered again: %s\n",
-                         s.descriptor.c_str(), s.name.c_str(),
-                         ret.isOk() ? "refused" : ret.description().c_str());
+            host::logf(host::LogLevel::Warning, "hidl-registry: %s/%s not registered again: %s\n",
+                       s.descriptor.c_str(), s.name.c_str(),
+                       ret.isOk() ? "refused" : ret.description().c_str());
             refused.push_back(s.service);
         }
     }
@@ -227,9 +223,10 @@ bool replay(const sp<IServiceManager>& sm, const sp<IBinder>& daemon) {
                 proxy->BpHwServiceManager::registerForNotifications(l.fqName, l.name, l.listener);
         if (ret.isDeadObject()) return false;
         if (!ret.isOk() || !static_cast<bool>(ret)) {
-            std::fprintf(stderr, "hidl-registry: listener for %s/%s not registered again: %s\n",
-                         l.fqName.c_str(), l.name.c_str(),
-                         ret.isOk() ? "refused" : ret.description().c_str());
+            host::logf(host::LogLevel::Warning,
+                       "hidl-registry: listener for %s/%s not registered again: %s\n",
+                       l.fqName.c_str(), l.name.c_str(),
+                       ret.isOk() ? "refused" : ret.description().c_str());
             dropped.push_back(l.listener);
         }
     }
@@ -249,8 +246,8 @@ bool replay(const sp<IServiceManager>& sm, const sp<IBinder>& daemon) {
                                                           l.listener) != dropped.end();
                                      }),
                       r.listeners.end());
-    ZUV_REGISTRY_DEBUG("gave a new daemon %zu services and %zu listeners", services.size(),
-                       listeners.size());
+    ZUV_LOG_DEBUG("hidl-registry: gave a new daemon %zu services and %zu listeners",
+                  services.size(), listeners.size());
     return true;
 }
 
@@ -279,6 +276,8 @@ void requestRecovery() {
     r.requested = true;
     if (!r.threadStarted) {
         r.threadStarted = true;
+        // Process-lived: a daemon may die at any time for as long as the process
+        // has something registered; the registry it keeps is never destroyed.
         std::thread(recoveryLoop).detach();
     }
     r.wake.notify_one();
@@ -464,12 +463,12 @@ void sayGaveUp(const sp<IServiceManager>& sm, const std::string& descriptor,
     } else {
         where = "the service manager at " + dir + "/hwservicemanager.sock";
     }
-    fprintf(stderr,
-            "hidl: getService gave up on %s/%s after %lld ms (%s) in %s; start the service "
-            "that registers it, check the instance name (`zuv_hidl list` shows what is "
-            "registered), or wait longer with %s\n",
-            descriptor.c_str(), instance.c_str(), static_cast<long long>(timeout.count()),
-            host::kGetServiceTimeoutEnvVar, where.c_str(), host::kGetServiceTimeoutEnvVar);
+    host::logf(host::LogLevel::Warning,
+               "hidl: getService gave up on %s/%s after %lld ms (%s) in %s; start the service "
+               "that registers it, check the instance name (`zuv_hidl list` shows what is "
+               "registered), or wait longer with %s\n",
+               descriptor.c_str(), instance.c_str(), static_cast<long long>(timeout.count()),
+               host::kGetServiceTimeoutEnvVar, where.c_str(), host::kGetServiceTimeoutEnvVar);
 }
 
 // The settings a lookup or registration reads later, read when the process
@@ -501,8 +500,8 @@ sp<IBase> getRawServiceInternal(const std::string& descriptor, const std::string
         if (sm == nullptr) return nullptr;
         Return<sp<IBase>> ret = sm->get(descriptor, instance);
         if (!ret.isOk()) {
-            ZUV_REGISTRY_DEBUG("get %s/%s: %s", descriptor.c_str(), instance.c_str(),
-                               ret.description().c_str());
+            ZUV_LOG_DEBUG("hidl-registry: get %s/%s: %s", descriptor.c_str(), instance.c_str(),
+                          ret.description().c_str());
             return nullptr;
         }
         return ret;
@@ -517,15 +516,16 @@ sp<IBase> getRawServiceInternal(const std::string& descriptor, const std::string
         static std::once_flag told;
         std::call_once(told, [&] {
             const std::string dir = host::runtimeDirectory();
-            fprintf(stderr,
+            host::logf(
+                    host::LogLevel::Warning,
                     "hidl: waiting up to %lld ms for a service manager at %s to find %s/%s: %s\n",
                     static_cast<long long>(timeout.count()), dir.c_str(), descriptor.c_str(),
                     instance.c_str(), host::whyNoServiceManager(dir).c_str());
         });
     }
     const auto deadline = std::chrono::steady_clock::now() + timeout;
-    ZUV_REGISTRY_DEBUG("waiting up to %lld ms for %s/%s", static_cast<long long>(timeout.count()),
-                       descriptor.c_str(), instance.c_str());
+    ZUV_LOG_DEBUG("hidl-registry: waiting up to %lld ms for %s/%s",
+                  static_cast<long long>(timeout.count()), descriptor.c_str(), instance.c_str());
     // Polled, since a notification could never be withdrawn from a manager of
     // this version; an in-process registry wakes the wait at once. The
     // manager is asked for again each round (at most a tenth of a second
@@ -544,7 +544,7 @@ sp<IBase> getRawServiceInternal(const std::string& descriptor, const std::string
         base = lookup(sm);
     }
     if (base == nullptr) {
-        ZUV_REGISTRY_DEBUG("gave up on %s/%s", descriptor.c_str(), instance.c_str());
+        ZUV_LOG_DEBUG("hidl-registry: gave up on %s/%s", descriptor.c_str(), instance.c_str());
         sayGaveUp(sm, descriptor, instance, timeout);
     }
     return base;
@@ -556,16 +556,17 @@ status_t registerAsServiceInternal(const sp<IBase>& service, const std::string& 
     sp<IServiceManager> sm = defaultServiceManager();
     if (sm == nullptr) {
         const std::string dir = host::runtimeDirectory();
-        fprintf(stderr, "hidl: cannot register \"%s\": no service manager at %s: %s\n",
-                name.c_str(), dir.c_str(), host::whyNoServiceManager(dir).c_str());
+        host::logf(host::LogLevel::Warning,
+                   "hidl: cannot register \"%s\": no service manager at %s: %s\n", name.c_str(),
+                   dir.c_str(), host::whyNoServiceManager(dir).c_str());
         return INVALID_OPERATION;
     }
     Return<bool> ret = sm->add(name, service);
     if (!ret.isOk()) {
         // The daemon's reason (ownership, policy, a limit) would otherwise be
         // only in its own log; the status_t returned cannot carry it.
-        fprintf(stderr, "hidl: cannot register \"%s\": %s\n", name.c_str(),
-                ret.description().c_str());
+        host::logf(host::LogLevel::Warning, "hidl: cannot register \"%s\": %s\n", name.c_str(),
+                   ret.description().c_str());
         if (ret.getStatus().exceptionCode() == Status::EX_SECURITY) return PERMISSION_DENIED;
         status_t err = ret.getStatus().transactionError();
         return err != OK ? err : UNKNOWN_ERROR;
@@ -575,6 +576,17 @@ status_t registerAsServiceInternal(const sp<IBase>& service, const std::string& 
         observer->serviceRegistered(name, service.get());
     }
     return OK;
+}
+
+bool registerForNotificationsInternal(
+        const char* descriptor, const std::string& instance,
+        const sp<::android::hidl::manager::V1_0::IServiceNotification>& notification) {
+    const sp<::android::hidl::manager::V1_0::IServiceManager> manager = defaultServiceManager();
+    if (manager == nullptr) return false;
+    Return<bool> accepted = manager->registerForNotifications(hidl_string(descriptor),
+                                                              hidl_string(instance), notification);
+    // The status first: taking the value out of a failed Return is fatal.
+    return accepted.isOk() && static_cast<bool>(accepted);
 }
 
 bool debuggable() {

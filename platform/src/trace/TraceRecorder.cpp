@@ -2,10 +2,11 @@
 
 #include <fcntl.h>
 #include <hidl/Status.h>
+#include <hidl_host/CallOutcome.h>
 #include <hidl_host/Instrumentation.h>
+#include <hidl_host/Log.h>
 #include <hidl_host/Settings.h>
 #include <hidl_host/TraceExport.h>
-#include <hidl_host/frame/Trace.h>
 #include <poll.h>
 #include <pthread.h>
 #include <signal.h>
@@ -539,8 +540,8 @@ std::string withPid(const std::string& pattern) {
 
 void writeAtExit() {
     if (!host::traceFilePath().empty() && !host::flushTrace()) {
-        std::fprintf(stderr, "trace: cannot write %s: %s\n", host::traceFilePath().c_str(),
-                     std::strerror(errno));
+        host::logf(host::LogLevel::Error, "trace: cannot write %s: %s\n",
+                   host::traceFilePath().c_str(), std::strerror(errno));
     }
 }
 
@@ -591,6 +592,8 @@ void flushOnTerminatingSignals() {
     sigset_t all, previous;
     sigfillset(&all);
     pthread_sigmask(SIG_SETMASK, &all, &previous);
+    // Process-lived: it waits for the one signal that ends the process and is
+    // never joined (the process exits with it still waiting or just done).
     std::thread([] {
         unsigned char sig = 0;
         while (read(gSignalPipe[0], &sig, 1) < 0 && errno == EINTR) {
@@ -636,10 +639,6 @@ void recordPeerDeath(int32_t pid) {
     if (r.recording.load(std::memory_order_relaxed)) r.record(kPeerDied, nullptr, pid);
 }
 
-}  // namespace tracing
-
-namespace frame {
-
 void recordCallOutcome(const Status& outcome) {
     Recorder& r = Recorder::instance();
     if (!r.recording.load(std::memory_order_relaxed)) return;
@@ -652,7 +651,7 @@ void recordServedOutcome(const Status& outcome) {
     r.record(kServedOutcome, nullptr, outcome.exceptionCode(), outcome.transactionError());
 }
 
-}  // namespace frame
+}  // namespace tracing
 
 namespace host {
 

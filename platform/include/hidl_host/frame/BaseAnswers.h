@@ -4,7 +4,6 @@
 #pragma once
 
 #include <android/hidl/base/1.0/IBase.h>
-#include <android/hidl/manager/1.0/IServiceNotification.h>
 #include <hidl/HidlSupport.h>
 #include <hidl/Status.h>
 #include <utils/StrongPointer.h>
@@ -55,13 +54,6 @@ Return<void> reportSyspropsChanged();
 // A local object is never told of its own death, so linking and unlinking
 // record nothing; they only say whether there was a recipient.
 Return<bool> acceptRecipient(const ::android::sp<hidl_death_recipient>& recipient);
-
-// Every interface's registerForNotifications: asks the service manager to
-// report registrations of descriptor/instance. Every failure (no manager,
-// transport failure, refusal) is false.
-bool registerForNotifications(
-        const char* descriptor, const std::string& instanceName,
-        const sp<::android::hidl::manager::V1_0::IServiceNotification>& notification);
 
 }  // namespace frame
 }  // namespace hardware

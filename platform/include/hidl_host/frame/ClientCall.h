@@ -5,9 +5,9 @@
 
 #include <hidl/HidlBinderSupport.h>
 #include <hidl/Status.h>
+#include <hidl_host/frame/CallInstrumentation.h>
 #include <hidl_host/frame/CallObserver.h>
 #include <hidl_host/frame/Codec.h>
-#include <hidl_host/frame/Instrumentation.h>
 #include <hidl_host/frame/Method.h>
 #include <hidl_host/frame/Trace.h>
 #include <hwbinder/IInterface.h>

@@ -14,7 +14,7 @@
 #include <hidl/HidlPassthroughSupport.h>
 #include <hidl/Status.h>
 #include <hidl_host/frame/BaseMethods.h>
-#include <hidl_host/frame/Instrumentation.h>
+#include <hidl_host/frame/CallInstrumentation.h>
 #include <hidl_host/frame/Method.h>
 #include <hidl_host/frame/PassthroughBase.h>
 #include <hidl_host/frame/Trace.h>

@@ -5,6 +5,7 @@
 
 #include <cutils/trace.h>
 #include <hidl/Status.h>
+#include <hidl_host/CallOutcome.h>
 
 #include <string>
 
@@ -45,14 +46,8 @@ inline void traceEnd() {
     if (hwTraceEnabled()) atrace_end_body();
 }
 
-// Records how the call this thread is making ended (OK, the transport's
-// error or the exception) when a trace is being recorded; a failed call,
-// which reports no exit, ends its slice here.
-void recordCallOutcome(const Status& outcome);
-
-// The same for the call this thread serves: the status its stub answered
-// with (OK, the exception, or the transport's error writing the reply).
-void recordServedOutcome(const Status& outcome);
+using tracing::recordCallOutcome;
+using tracing::recordServedOutcome;
 
 inline void traceEnd(const Status& outcome) {
     traceEnd();

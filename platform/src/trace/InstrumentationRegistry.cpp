@@ -1,5 +1,6 @@
 #include <hidl/HidlInstrumentor.h>
 #include <hidl_host/Instrumentation.h>
+#include <hidl_host/Log.h>
 #include <hidl_host/Settings.h>
 #include <strings.h>
 
@@ -115,9 +116,9 @@ void HidlInstrumentor::configureInstrumentation(bool log) {
     mEnableInstrumentation = enabled;
     mInstrumentationCallbacks = std::move(callbacks);
     if (log) {
-        std::fprintf(stderr, "instrumentation of %s::%s %s (%zu callbacks)\n",
-                     mInstrumentationPackage.c_str(), mInstrumentationInterface.c_str(),
-                     enabled ? "enabled" : "disabled", mInstrumentationCallbacks.size());
+        host::logf(host::LogLevel::Info, "instrumentation of %s::%s %s (%zu callbacks)\n",
+                   mInstrumentationPackage.c_str(), mInstrumentationInterface.c_str(),
+                   enabled ? "enabled" : "disabled", mInstrumentationCallbacks.size());
     }
 }
 

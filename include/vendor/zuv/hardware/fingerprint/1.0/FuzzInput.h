@@ -1,4 +1,5 @@
-// The fuzzer's input format, written from calls given as JSON, so a recorded
+// The input format of fuzzService() (hidl_host/FuzzService.h, library
+// ZuvFingerprint::fuzz), written from calls given as JSON, so a recorded
 // session becomes a seed input (`zuv_hidl corpus`).
 #pragma once
 
@@ -8,9 +9,14 @@
 #include <string>
 #include <vector>
 
-namespace zuv_fuzz_service {
+namespace vendor {
+namespace zuv {
+namespace hardware {
+namespace fingerprint {
+namespace V1_0 {
+namespace fuzz {
 
-using ::vendor::zuv::hardware::fingerprint::V1_0::describe::json;
+using describe::json;
 
 struct PlannedCall {
     std::string interface;  // short name
@@ -27,4 +33,9 @@ constexpr size_t kMaxCalls = 16;
 // call and argument that does not fit.
 std::vector<uint8_t> encodeCalls(const std::vector<PlannedCall>& calls);
 
-}  // namespace zuv_fuzz_service
+}  // namespace fuzz
+}  // namespace V1_0
+}  // namespace fingerprint
+}  // namespace hardware
+}  // namespace zuv
+}  // namespace vendor
