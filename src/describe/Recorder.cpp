@@ -12,6 +12,7 @@
 #include <hidl_host/Loopback.h>
 #include <hidl_host/SocketTransport.h>
 #include <hidl_host/TraceExport.h>
+#include <hidl_host/UniqueFd.h>
 #include <hidl_host/frame/CallObserver.h>
 #include <hwbinder/BpHwBinder.h>
 #include <hwbinder/IInterface.h>
@@ -126,7 +127,8 @@ class DeathWatch : public IBinder::DeathRecipient {
 
 class Recorder final : public ::android::hardware::frame::CallObserver {
   public:
-    Recorder(int fd, std::string path) : mFd(fd), mPath(std::move(path)) {
+    Recorder(::android::hardware::host::UniqueFd fd, std::string path)
+        : mFd(std::move(fd)), mPath(std::move(path)) {
         mWatch = new DeathWatch(this);
         json header = {{"format", "zuv-hidl-recording"},
                        {"version", 1},
@@ -320,7 +322,7 @@ class Recorder final : public ::android::hardware::frame::CallObserver {
         const std::string text = line.dump(-1, ' ', false, json::error_handler_t::replace) + "\n";
         size_t done = 0;
         while (done < text.size()) {
-            const ssize_t n = ::write(mFd, text.data() + done, text.size() - done);
+            const ssize_t n = ::write(mFd.get(), text.data() + done, text.size() - done);
             if (n < 0 && errno == EINTR) continue;
             if (n <= 0) {
                 const int err = n < 0 ? errno : ENOSPC;
@@ -337,7 +339,7 @@ class Recorder final : public ::android::hardware::frame::CallObserver {
         }
     }
 
-    const int mFd;
+    const ::android::hardware::host::UniqueFd mFd;
     const std::string mPath;
     std::atomic<bool> mFailed{false};
     std::atomic<uint64_t> mSeq{0};
@@ -383,8 +385,9 @@ bool installFromEnvironment() {
     // starts would write into the same file.
     if (pattern.find("%p") == std::string::npos) unsetenv(kRecordEnvVar);
     const std::string path = expandPath(pattern);
-    const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0644);
-    if (fd < 0) {
+    ::android::hardware::host::UniqueFd fd(
+            ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0644));
+    if (!fd) {
         std::fprintf(stderr,
                      "%s: cannot open the call recording %s (from %s): %s; calls are not "
                      "recorded (choose a writable path)\n",
@@ -392,7 +395,7 @@ bool installFromEnvironment() {
                      std::strerror(errno));
         return false;
     }
-    ::android::hardware::frame::setCallObserver(new Recorder(fd, path));
+    ::android::hardware::frame::setCallObserver(new Recorder(std::move(fd), path));
     return true;
 }
 

@@ -5,6 +5,7 @@
 #include <hidl/HidlBinderSupport.h>
 #include <hidl_host/FuzzService.h>
 #include <hidl_host/Loopback.h>
+#include <hidl_host/UniqueFd.h>
 #include <hidl_host/frame/CallObserver.h>
 #include <signal.h>
 #include <unistd.h>
@@ -200,15 +201,15 @@ void writeReport(const char* why) {
         sha1Hex(p.input, p.inputSize, digest);
         snprintf(path, sizeof(path), "%scrash-%s.jsonl", p.artifactPrefix, digest);
     }
-    const int fd = ::open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-    if (fd < 0) {
+    const ::android::hardware::host::UniqueFd fd(
+            ::open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
+    if (!fd) {
         put(2, "==zuv-fuzz== the recording could not be written to ");
         put(2, path);
         put(2, " (set ZUV_FUZZ_RECORDING to a writable file)\n");
         return;
     }
-    put(fd, p.recording.data, p.recording.size.load());
-    ::close(fd);
+    put(fd.get(), p.recording.data, p.recording.size.load());
     put(2, "==zuv-fuzz== recording of these calls: ");
     put(2, path);
     put(2, "\n  rerun against a running service: zuv_hidl replay ");

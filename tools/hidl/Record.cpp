@@ -3,6 +3,7 @@
 #include "Record.h"
 
 #include <fcntl.h>
+#include <hidl_host/UniqueFd.h>
 #include <signal.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -65,21 +66,23 @@ int record(const std::string& file, std::vector<std::string> command) {
     // With %p each process names its own file; without, the file is checked
     // (and emptied) here.
     if (file.find("%p") == std::string::npos) {
-        const int fd = open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-        if (fd < 0) {
+        const ::android::hardware::host::UniqueFd fd(
+                open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
+        if (!fd) {
             std::fprintf(stderr, "zuv_hidl record: cannot write %s: %s (choose a writable path)\n",
                          file.c_str(), std::strerror(errno));
             return kUsage;
         }
-        close(fd);
     }
 
     // The child reports a failed exec through this pipe.
-    int report[2];
-    if (pipe2(report, O_CLOEXEC) != 0) {
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0) {
         std::fprintf(stderr, "zuv_hidl record: pipe: %s\n", std::strerror(errno));
         return kUsage;
     }
+    ::android::hardware::host::UniqueFd reportRead(ends[0]);
+    ::android::hardware::host::UniqueFd reportWrite(ends[1]);
     std::vector<char*> argv;
     for (std::string& word : command) argv.push_back(word.data());
     argv.push_back(nullptr);
@@ -101,17 +104,17 @@ int record(const std::string& file, std::vector<std::string> command) {
         setenv("ZUV_HIDL_RECORD", file.c_str(), 1);
         execvp(argv[0], argv.data());
         const int err = errno;
-        (void)!write(report[1], &err, sizeof err);
+        (void)!write(reportWrite.get(), &err, sizeof err);
         _exit(127);
     }
     gChild = child;
-    close(report[1]);
+    reportWrite.reset();
     int execErr = 0;
     ssize_t got;
     do {
-        got = read(report[0], &execErr, sizeof execErr);
+        got = read(reportRead.get(), &execErr, sizeof execErr);
     } while (got < 0 && errno == EINTR);
-    close(report[0]);
+    reportRead.reset();
 
     int status = 0;
     while (waitpid(child, &status, 0) < 0) {
