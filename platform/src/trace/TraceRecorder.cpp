@@ -553,7 +553,9 @@ void writeAtExit() {
 // ends as it would have; the interrupted thread never resumes. The handlers
 // are installed only where the action is still the default: an application's
 // own handler, installed before or after, is left alone and stays in charge
-// (it calls flushTrace itself).
+// (it calls flushTrace itself). The pipes are plain ints, process-lived: a
+// signal handler reads them, and an owning object would close them at exit
+// while a handler may still run.
 int gSignalPipe[2] = {-1, -1};   // handler -> flushing thread: the signal
 int gFlushedPipe[2] = {-1, -1};  // closed once the trace is written
 constexpr int kFlushedSignals[] = {SIGTERM, SIGINT};
