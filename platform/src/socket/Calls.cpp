@@ -84,16 +84,17 @@ std::unique_ptr<Connection> Runtime::connect(pid_t pid, Deadline deadline, bool 
 }
 
 void Runtime::offerFastPath(Connection* conn, Deadline deadline) {
-    int memfd = -1;
-    std::unique_ptr<SharedRegion> region = SharedRegion::create(&memfd);
+    int memfdRaw = -1;
+    std::unique_ptr<SharedRegion> region = SharedRegion::create(&memfdRaw);
     if (region == nullptr) return;
+    UniqueFd memfd(memfdRaw);
     MessageHeader offer{};
     offer.magic = kMessageMagic;
     offer.kind = kShmOffer;
     offer.fdCount = 1;
     offer.seq = mNextSeq.fetch_add(1, std::memory_order_relaxed);
-    status_t err = conn->send(offer, nullptr, 0, {memfd}, deadline, false);
-    ::close(memfd);
+    status_t err = conn->send(offer, nullptr, 0, {memfd.get()}, deadline, false);
+    memfd.reset();
     // Refused unread, the peer says goodbye: read, it lets the caller retry.
     if (err != OK && !conn->writeClosed()) return;
     Message answer;

@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <new>
 
 #include "socket/Events.h"
 
@@ -39,24 +38,18 @@ size_t IncomingTable::size() const {
     return mConns.size();
 }
 
-std::shared_ptr<Incoming> IncomingTable::add(std::shared_ptr<Peer> peer, int fd, uid_t uid,
+std::shared_ptr<Incoming> IncomingTable::add(std::shared_ptr<Peer> peer, UniqueFd fd, uid_t uid,
                                              bool drainOnly) {
     std::lock_guard<std::mutex> lock(mLock);
     const uint64_t id = mNextId++;
-    std::shared_ptr<Incoming> in;
-    try {
-        in = std::make_shared<Incoming>(id, std::move(peer), fd, uid, &mTotalBudget);
-        in->evicting = drainOnly;
-        mConns[id] = in;
-    } catch (const std::bad_alloc&) {
-        // The connection owns the descriptor only once it exists.
-        if (in == nullptr) ::close(fd);
-        throw;
-    }
+    auto in = std::make_shared<Incoming>(id, std::move(peer), fd.get(), uid, &mTotalBudget);
+    fd.release();  // the connection owns it now
+    in->evicting = drainOnly;
+    mConns[id] = in;
     epoll_event ev{};
     ev.events = EPOLLIN | EPOLLRDHUP | EPOLLONESHOT;
     ev.data.u64 = tagged(kTagConnection, id);
-    epoll_ctl(mEpoll, EPOLL_CTL_ADD, fd, &ev);
+    epoll_ctl(mEpoll, EPOLL_CTL_ADD, in->conn.fd(), &ev);
     return in;
 }
 

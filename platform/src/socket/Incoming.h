@@ -11,6 +11,7 @@
 //                         of all the runtime's locks.
 #pragma once
 
+#include <hidl_host/UniqueFd.h>
 #include <sys/types.h>
 
 #include <atomic>
@@ -57,10 +58,10 @@ class IncomingTable {
 
     std::shared_ptr<Incoming> find(uint64_t id) const;
     size_t size() const;
-    // Takes fd (closed if the record cannot be made) and adds it to the
-    // epoll set. drainOnly: its reading is shut; it is served up to what
-    // came before, then told goodbye.
-    std::shared_ptr<Incoming> add(std::shared_ptr<Peer> peer, int fd, uid_t uid, bool drainOnly);
+    // Takes fd and adds it to the epoll set. drainOnly: its reading is shut; it is served up to
+    // what came before, then told goodbye.
+    std::shared_ptr<Incoming> add(std::shared_ptr<Peer> peer, UniqueFd fd, uid_t uid,
+                                  bool drainOnly);
     // Out of the epoll set and the table; false when it was out already
     // (an eviction and a failing serve may both close it).
     bool remove(const Incoming& in);

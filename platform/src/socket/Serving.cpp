@@ -205,7 +205,7 @@ void Runtime::acceptPending(int listenFd) {
                 continue;
             }
         }
-        mIncoming.add(peer, fd.release(), uid, drainOnly);
+        mIncoming.add(peer, std::move(fd), uid, drainOnly);
         mPeers.addIncoming(*peer);
     }
     if (!paused) mLoop.rewatch(listenFd, kTagListen, static_cast<uint64_t>(listenFd));
