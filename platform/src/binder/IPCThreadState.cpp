@@ -1,9 +1,8 @@
 #include <hidl_host/CallingIdentity.h>
+#include <hidl_host/ThreadPool.h>
 #include <hwbinder/IPCThreadState.h>
 #include <hwbinder/ProcessState.h>
 #include <unistd.h>
-
-#include "socket/Runtime.h"
 
 namespace android {
 namespace hardware {
@@ -41,7 +40,7 @@ uid_t IPCThreadState::getCallingUid() const {
 void IPCThreadState::joinThreadPool(bool /*isMain*/) {
     ProcessState::self()->startThreadPool();
     // The calling thread serves like any pool thread until the transport stops.
-    host::socket::Runtime::get().join();
+    host::serving().join();
 }
 
 namespace host {

@@ -1,8 +1,7 @@
+#include <hidl_host/ThreadPool.h>
 #include <hwbinder/ProcessState.h>
 
 #include <mutex>
-
-#include "socket/Runtime.h"
 
 namespace android {
 namespace hardware {
@@ -31,7 +30,7 @@ void ProcessState::startThreadPool() {
         std::lock_guard<std::mutex> lock(mLock);
         mThreadPoolStarted = true;
     }
-    host::socket::Runtime::get().startPool();
+    host::serving().startPool();
 }
 
 bool ProcessState::isThreadPoolStarted() const {

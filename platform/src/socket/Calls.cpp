@@ -1,22 +1,21 @@
-// Carrying transactions: the binder translation of each parcel, the call
-// path of a proxy and the serving of incoming messages.
+// The call path of a proxy (connecting, the round trip, what comes back
+// inside the answer) and the serving of a two-way call, which a call back to
+// the caller's process nests in.
 #include <hidl/HidlBinderSupport.h>
 #include <hidl_host/CallDeadline.h>
 #include <hidl_host/CallingIdentity.h>
-#include <hidl_host/WireImage.h>
-#include <signal.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
-#include <cstring>
 #include <memory>
 #include <optional>
 
+#include "socket/Messages.h"
 #include "socket/Runtime.h"
 #include "socket/RuntimeDir.h"
 #include "socket/SharedRegion.h"
+#include "socket/Translators.h"
 
 namespace android {
 namespace hardware {
@@ -45,42 +44,6 @@ Connection* nestedConnectionTo(pid_t pid) {
     return nullptr;
 }
 
-// Each call builds an image and sends it at once. A thread keeps the last
-// few for the next calls (a stack, as calls nest), so that a small call's
-// image costs no allocation.
-constexpr size_t kSpareImages = 4;
-constexpr size_t kSpareImageBytes = 64 * 1024;
-thread_local std::array<std::unique_ptr<WireImage>, kSpareImages> tSpareImages;
-thread_local size_t tSpareImageCount = 0;
-
-class ScratchImage {
-  public:
-    ScratchImage() {
-        if (tSpareImageCount > 0) {
-            mImage = std::move(tSpareImages[--tSpareImageCount]);
-        } else {
-            mImage = std::make_unique<WireImage>();
-        }
-    }
-    ~ScratchImage() {
-        if (tSpareImageCount < kSpareImages && mImage->bytes.capacity() <= kSpareImageBytes) {
-            // The descriptors belong to the parcel the image was made of.
-            mImage->fds.clear();
-            tSpareImages[tSpareImageCount++] = std::move(mImage);
-        }
-    }
-    ScratchImage(const ScratchImage&) = delete;
-    ScratchImage& operator=(const ScratchImage&) = delete;
-    WireImage* get() const { return mImage.get(); }
-
-  private:
-    std::unique_ptr<WireImage> mImage;
-};
-
-void closeAll(const std::vector<int>& fds) {
-    for (int fd : fds) ::close(fd);
-}
-
 // The timeout of the innermost ScopedCallTimeout alive on this thread; -1
 // when there is none. Read on every call, so a plain thread-local.
 thread_local int64_t tScopedTimeoutMs = -1;
@@ -92,177 +55,13 @@ std::chrono::milliseconds timeoutFor(int64_t proxyTimeoutMs) {
     return ms < 0 ? callTimeout() : std::chrono::milliseconds(ms);
 }
 
-Deadline deadlineAfter(std::chrono::milliseconds timeout) {
-    if (timeout.count() == 0) return std::nullopt;
-    return Clock::now() + timeout;
-}
-
-// Names the binders of an outgoing parcel for the receiving process `to`.
-class SendTranslator : public BinderTranslator {
-  public:
-    SendTranslator(Runtime& runtime, pid_t to) : mRuntime(runtime), mTo(to) {}
-
-    status_t flattenBinder(const sp<IBinder>& binder, uint32_t* type, uint64_t* ref) override {
-        if (BHwBinder* local = binder->localBinder(); local != nullptr) {
-            if (!mRuntime.ensureListening()) return FAILED_TRANSACTION;
-            uint64_t node = 0;
-            // The context object is open to everyone under node 0.
-            if (!mRuntime.isContextObject(local)) {
-                node = mRuntime.grantNode(sp<BHwBinder>(local), mTo);
-                mGranted.push_back(node);
-            }
-            table.push_back({kSenderNode, 0, node});
-            *type = BINDER_TYPE_BINDER;
-        } else {
-            BpHwBinder* remote = binder->remoteBinder();
-            ProxyTarget target;
-            if (remote == nullptr || remote->transport() != mRuntime.link() ||
-                !mRuntime.proxyTarget(remote->handle(), &target)) {
-                // Proxies of other transports (loopback) cannot cross.
-                return INVALID_OPERATION;
-            }
-            if (target.peer->pid == mTo) {
-                table.push_back({kReceiverNode, 0, target.node});
-            } else {
-                // The owner lets the receiver hold the node before it learns of it.
-                if (target.node != 0) {
-                    status_t err = mRuntime.requestGrant(target.peer, target.node, mTo);
-                    if (err != OK) return err;
-                }
-                table.push_back({kThirdNode, target.peer->pid, target.node});
-            }
-            *type = BINDER_TYPE_HANDLE;
-        }
-        *ref = table.size();
-        return OK;
-    }
-
-    status_t unflattenBinder(uint32_t, uint64_t, sp<IBinder>*) override { return BAD_VALUE; }
-
-    // The message was not delivered: take back what was granted for it.
-    void rollback() {
-        for (uint64_t node : mGranted) mRuntime.releaseNode(node, mTo, 1);
-        mGranted.clear();
-    }
-
-    std::vector<BinderRef> table;
-
-  private:
-    Runtime& mRuntime;
-    const pid_t mTo;
-    std::vector<uint64_t> mGranted;
-};
-
-// Resolves the binder table of a message from process `from`. Everything is
-// resolved before the image is rebuilt, so references granted to this
-// process are released again (with the proxies) if the rebuild fails.
-class ReceiveTranslator : public BinderTranslator {
-  public:
-    ReceiveTranslator(Runtime& runtime, pid_t from) : mRuntime(runtime), mFrom(from) {}
-
-    void resolve(const uint8_t* table, size_t count) {
-        mResolved.resize(count);
-        for (size_t i = 0; i < count; ++i) {
-            BinderRef ref;
-            memcpy(&ref, table + i * sizeof(ref), sizeof(ref));
-            switch (ref.kind) {
-                case kSenderNode:
-                    mResolved[i] = mRuntime.proxyFor(mFrom, ref.node, 1);
-                    break;
-                case kReceiverNode:
-                    mResolved[i] = mRuntime.findHome(ref.node);
-                    break;
-                case kThirdNode:
-                    if (ref.pid == mFrom) {
-                        mResolved[i] = mRuntime.proxyFor(mFrom, ref.node, 1);
-                    } else if (ref.pid == getpid()) {
-                        mResolved[i] = mRuntime.findHome(ref.node);
-                    } else if (ref.pid > 0) {
-                        mResolved[i] = mRuntime.proxyFor(ref.pid, ref.node, 1);
-                    }
-                    break;
-                default:
-                    break;
-            }
-        }
-    }
-
-    status_t flattenBinder(const sp<IBinder>&, uint32_t*, uint64_t*) override { return BAD_VALUE; }
-
-    status_t unflattenBinder(uint32_t, uint64_t ref, sp<IBinder>* out) override {
-        if (ref == 0 || ref > mResolved.size()) return BAD_VALUE;
-        if (mResolved[ref - 1] == nullptr) return PERMISSION_DENIED;
-        *out = mResolved[ref - 1];
-        return OK;
-    }
-
-  private:
-    Runtime& mRuntime;
-    const pid_t mFrom;
-    std::vector<sp<IBinder>> mResolved;
-};
-
-MessageHeader makeHeader(uint16_t kind, uint64_t seq, const std::vector<BinderRef>& table,
-                         const WireImage* image) {
-    MessageHeader header{};
-    header.magic = kMessageMagic;
-    header.kind = kind;
-    header.seq = seq;
-    header.tableCount = static_cast<uint32_t>(table.size());
-    const size_t imageSize = image != nullptr ? image->size() : 0;
-    header.payloadSize = static_cast<uint32_t>(table.size() * sizeof(BinderRef) + imageSize);
-    header.fdCount = static_cast<uint16_t>(image != nullptr ? image->fds.size() : 0);
-    return header;
-}
-
-// Large buffers stay in the parcel's memory and are sent from there (see
-// WireImage): few enough that a message's parts always fit one send.
-constexpr size_t kSliceFrom = 16 * 1024;
-static_assert(2 * (kMaxTransactionSize / kSliceFrom) + 2 <= kMaxMessageParts,
-              "a message's slices fit in one send");
-
-status_t flattenForSend(const Parcel& parcel, BinderTranslator* translator, WireImage* out) {
-    return WireImageCodec::flatten(parcel, translator, out, kSliceFrom);
-}
-
-status_t writeMessage(Connection* conn, const MessageHeader& header,
-                      const std::vector<BinderRef>& table, const WireImage* image,
-                      Deadline deadline, bool mayQueue) {
-    static const std::vector<int> kNoFds;
-    iovec parts[kMaxMessageParts];
-    size_t count = 0;
-    parts[count++] = {const_cast<BinderRef*>(table.data()), table.size() * sizeof(BinderRef)};
-    if (image != nullptr) {
-        // The image's bytes with its slices in their places.
-        size_t at = 0;
-        for (const WireImage::Slice& slice : image->slices) {
-            parts[count++] = {const_cast<uint8_t*>(image->bytes.data()) + at, slice.at - at};
-            parts[count++] = {const_cast<uint8_t*>(slice.data), slice.length};
-            at = slice.at;
-        }
-        parts[count++] = {const_cast<uint8_t*>(image->bytes.data()) + at, image->bytes.size() - at};
-    }
-    return conn->send(header, parts, count, image != nullptr ? image->fds : kNoFds, deadline,
-                      mayQueue);
-}
-
-// A message this process serves is answered without waiting for the peer to
-// read: what it does not take is kept, and a peer that lets too much pile
-// up loses the connection.
-status_t writeAnswer(Connection* conn, const MessageHeader& header,
-                     const std::vector<BinderRef>& table, const WireImage* image) {
-    status_t err = writeMessage(conn, header, table, image, std::nullopt, true);
-    if (err != OK) conn->markBroken();
-    return err;
-}
-
 // Depth of calls served inside calls on this thread; a peer that answers a
 // call with calls of its own, without end, is cut off.
 thread_local size_t tNesting = 0;
 
 }  // namespace
 
-std::unique_ptr<Connection> Runtime::connectPeer(pid_t pid, Deadline deadline, bool twoWay) {
+std::unique_ptr<Connection> Runtime::connect(pid_t pid, Deadline deadline, bool twoWay) {
     std::string dir;
     bool serving;
     {
@@ -273,31 +72,29 @@ std::unique_ptr<Connection> Runtime::connectPeer(pid_t pid, Deadline deadline, b
     if (!serving) settleExits();
     pid_t serverPid;
     uid_t serverUid;
-    int fd = connectTo(processSocketPath(dir, pid), &serverPid, &serverUid, deadline);
-    if (fd < 0) return nullptr;
+    UniqueFd fd(connectTo(processSocketPath(dir, pid), &serverPid, &serverUid, deadline));
+    if (!fd.valid()) return nullptr;
     // A socket file left by a dead process may have been taken over.
-    if (serverPid != pid || serverUid != getuid()) {
-        ::close(fd);
-        return nullptr;
-    }
+    if (serverPid != pid || serverUid != getuid()) return nullptr;
     // A caller's own connection blocks in its waits without a deadline.
-    setBlocking(fd);
-    auto conn = std::make_unique<Connection>(fd, pid, serverUid);
+    setBlocking(fd.get());
+    auto conn = std::make_unique<Connection>(fd.release(), pid, serverUid);
     if (twoWay && fastPathEnabled()) offerFastPath(conn.get(), deadline);
     return conn;
 }
 
 void Runtime::offerFastPath(Connection* conn, Deadline deadline) {
-    int memfd = -1;
-    std::unique_ptr<SharedRegion> region = SharedRegion::create(&memfd);
+    int memfdRaw = -1;
+    std::unique_ptr<SharedRegion> region = SharedRegion::create(&memfdRaw);
     if (region == nullptr) return;
+    UniqueFd memfd(memfdRaw);
     MessageHeader offer{};
     offer.magic = kMessageMagic;
     offer.kind = kShmOffer;
     offer.fdCount = 1;
     offer.seq = mNextSeq.fetch_add(1, std::memory_order_relaxed);
-    status_t err = conn->send(offer, nullptr, 0, {memfd}, deadline, false);
-    ::close(memfd);
+    status_t err = conn->send(offer, nullptr, 0, {memfd.get()}, deadline, false);
+    memfd.reset();
     // Refused unread, the peer says goodbye: read, it lets the caller retry.
     if (err != OK && !conn->writeClosed()) return;
     Message answer;
@@ -312,91 +109,11 @@ void Runtime::offerFastPath(Connection* conn, Deadline deadline) {
     }
 }
 
-status_t Runtime::takeConnection(const std::shared_ptr<Peer>& peer, Deadline deadline,
-                                 std::unique_ptr<Connection>* out, bool refused) {
-    if (peer->dead) return DEAD_OBJECT;
-    *out = peer->takeHot();
-    if (*out != nullptr) return OK;
-    {
-        std::unique_lock<std::mutex> lock(peer->poolLock);
-        // No more connections than the peer accepts from one process: past
-        // that, callers wait for one to come back. So do they once the peer
-        // refused a new one (it is at its limit), while one of ours is in use.
-        // One of the peer's maximum is the oneway connection.
-        const size_t most = refused ? 1 : limits().maxPeerConnections - 1;
-        for (;;) {
-            if (peer->dead) return DEAD_OBJECT;
-            if (!peer->idle.empty()) {
-                *out = std::move(peer->idle.back());
-                peer->idle.pop_back();
-                return OK;
-            }
-            if (peer->outgoing < most) break;
-            // Counted before the hot slot is looked at, and a connection is
-            // put there before the count is: one of the two sees the other.
-            ++peer->poolWaiters;
-            *out = peer->takeHot();
-            if (*out != nullptr) {
-                --peer->poolWaiters;
-                return OK;
-            }
-            const bool timedOut = !deadline ? (peer->poolFree.wait(lock), false)
-                                            : peer->poolFree.wait_until(lock, *deadline) ==
-                                                      std::cv_status::timeout;
-            --peer->poolWaiters;
-            if (timedOut) return TIMED_OUT;
-        }
-        ++peer->outgoing;
-    }
-    *out = connectPeer(peer->pid, deadline, true);
-    // Refused unread (the goodbye came before the answer to the fast path's offer).
-    const bool goodbye = *out != nullptr && (*out)->saidGoodbye();
-    if (*out != nullptr && (*out)->broken()) out->reset();
-    if (*out != nullptr) return OK;
-    const bool timedOut = errno == ETIMEDOUT;
-    {
-        std::lock_guard<std::mutex> lock(peer->poolLock);
-        --peer->outgoing;
-    }
-    peer->poolFree.notify_one();
-    if (goodbye && !refused) return takeConnection(peer, deadline, out, true);
-    return timedOut ? TIMED_OUT : DEAD_OBJECT;
-}
-
-void Runtime::returnConnection(const std::shared_ptr<Peer>& peer,
-                               std::unique_ptr<Connection> conn) {
-    if (!conn->broken() && !peer->dead) {
-        Connection* empty = nullptr;
-        if (peer->hot.compare_exchange_strong(empty, conn.get(), std::memory_order_seq_cst)) {
-            conn.release();
-            if (peer->poolWaiters.load(std::memory_order_seq_cst) > 0) {
-                // Taken under the lock, so the waiter is asleep by now.
-                std::lock_guard<std::mutex> lock(peer->poolLock);
-                peer->poolFree.notify_one();
-            }
-            // A death settled meanwhile cleared the pool before this came.
-            if (peer->dead.load(std::memory_order_seq_cst)) peer->takeHot();
-            return;
-        }
-    }
-    bool waited;
-    {
-        std::lock_guard<std::mutex> lock(peer->poolLock);
-        if (conn->broken() || peer->dead) {
-            --peer->outgoing;
-        } else {
-            peer->idle.push_back(std::move(conn));
-        }
-        waited = peer->poolWaiters > 0;
-    }
-    if (waited) peer->poolFree.notify_one();
-}
-
 status_t Runtime::transact(uint64_t handle, uint32_t code, const Parcel& data, Parcel* reply,
                            uint32_t flags) {
     ProxyTarget target;
-    if (!proxyTarget(handle, &target) || target.dead || target.peer->dead) return DEAD_OBJECT;
-    const pid_t to = target.peer->pid;
+    if (!proxyTarget(handle, &target) || target.dead || target.peer->dead()) return DEAD_OBJECT;
+    const pid_t to = target.peer->pid();
     const bool oneway = (flags & IBinder::FLAG_ONEWAY) != 0;
 
     SendTranslator translator(*this, to);
@@ -416,7 +133,7 @@ status_t Runtime::transact(uint64_t handle, uint32_t code, const Parcel& data, P
     const std::chrono::milliseconds timeout = timeoutFor(target.timeoutMs);
     bool sent = false;
     if (oneway) {
-        err = sendOneway(target.peer, header, translator.table, &image, false, timeout);
+        err = target.peer->sendOneway(header, translator.table, &image, false, timeout);
         sent = err == OK;
     } else {
         // Even an unwanted reply is rebuilt: binders in it hold references.
@@ -429,7 +146,7 @@ status_t Runtime::transact(uint64_t handle, uint32_t code, const Parcel& data, P
 }
 
 status_t Runtime::requestGrant(const std::shared_ptr<Peer>& owner, uint64_t node, pid_t grantee) {
-    if (owner->dead) return FAILED_TRANSACTION;
+    if (owner->dead()) return FAILED_TRANSACTION;
     MessageHeader header =
             makeHeader(kGrant, mNextSeq.fetch_add(1, std::memory_order_relaxed), {}, nullptr);
     header.node = node;
@@ -445,38 +162,23 @@ status_t Runtime::roundTrip(const std::shared_ptr<Peer>& peer, const MessageHead
                             Parcel* reply, bool* sent, std::chrono::milliseconds timeout) {
     *sent = false;
     const Deadline deadline = deadlineAfter(timeout);
-    Connection* conn = nestedConnectionTo(peer->pid);
+    Connection* conn = nestedConnectionTo(peer->pid());
     std::unique_ptr<Connection> owned;
     if (conn == nullptr) {
-        if (deadline) {
-            std::lock_guard<std::mutex> lock(peer->poolLock);
-            // It did not answer within as long a moment ago; asking again
-            // now would only hold this thread as long again.
-            if (Clock::now() < peer->unresponsiveUntil && timeout <= peer->unresponsiveWithin) {
-                return TIMED_OUT;
-            }
-        }
-        status_t err = takeConnection(peer, deadline, &owned);
+        if (deadline && peer->knownUnresponsive(timeout)) return TIMED_OUT;
+        status_t err = peer->takeConnection(deadline, &owned);
         if (err != OK) return err;
         conn = owned.get();
     }
     status_t err = exchange(peer, &owned, conn, header, table, image, reply, deadline, sent);
-    if (err == TIMED_OUT && deadline) {
-        std::lock_guard<std::mutex> lock(peer->poolLock);
-        const Clock::time_point now = Clock::now();
-        // A longer timeout that expired still stands for the calls it covers.
-        if (now >= peer->unresponsiveUntil || timeout >= peer->unresponsiveWithin) {
-            peer->unresponsiveUntil = now + timeout;
-            peer->unresponsiveWithin = timeout;
-        }
-    }
-    if (owned != nullptr) returnConnection(peer, std::move(owned));
+    if (err == TIMED_OUT && deadline) peer->noteTimedOut(timeout);
+    if (owned != nullptr) peer->returnConnection(std::move(owned));
     return err;
 }
 
 // Sends a call down conn and waits for its answer. A pooled connection the
 // peer closed to make room for others, before reading the call, answers
-// with a goodbye (Serving.cpp, evictIdle): the call goes again on another
+// with a goodbye (Incoming.cpp, evictIdle): the call goes again on another
 // connection. A peer that stopped after reading it is never asked twice.
 status_t Runtime::exchange(const std::shared_ptr<Peer>& peer, std::unique_ptr<Connection>* owned,
                            Connection* conn, const MessageHeader& header,
@@ -495,40 +197,11 @@ status_t Runtime::exchange(const std::shared_ptr<Peer>& peer, std::unique_ptr<Co
             if (err != DEAD_OBJECT && err != TIMED_OUT) *sent = true;
             return err;
         }
-        returnConnection(peer, std::move(*owned));
-        err = takeConnection(peer, deadline, owned, true);
+        peer->returnConnection(std::move(*owned));
+        err = peer->takeConnection(deadline, owned, true);
         if (err != OK) return err;
         conn = owned->get();
     }
-}
-
-status_t Runtime::sendOneway(const std::shared_ptr<Peer>& peer, const MessageHeader& header,
-                             const std::vector<BinderRef>& table, const WireImage* image,
-                             bool mayQueue, std::chrono::milliseconds timeout) {
-    const Deadline deadline = deadlineAfter(timeout);
-    std::lock_guard<std::mutex> lock(peer->onewayLock);
-    if (peer->dead) return DEAD_OBJECT;
-    if (peer->oneway == nullptr || peer->oneway->broken()) {
-        peer->oneway = connectPeer(peer->pid, deadline, false);
-        if (peer->oneway == nullptr) return errno == ETIMEDOUT ? TIMED_OUT : DEAD_OBJECT;
-    }
-    status_t err = writeMessage(peer->oneway.get(), header, table, image, deadline, mayQueue);
-    // The peer stopped reading before this message went in, so none of it was
-    // read. Once it has read what came before (its goodbye says so), the
-    // message goes down a new connection, in order. A release is not worth a wait.
-    if (err != OK && peer->oneway->writeClosed() && !mayQueue) {
-        Message stray;
-        while (peer->oneway->waitMessage(&stray, deadline) == OK) closeAll(stray.fds);
-        if (!peer->oneway->saidGoodbye()) {
-            peer->oneway.reset();
-            return err;
-        }
-        peer->oneway = connectPeer(peer->pid, deadline, false);
-        if (peer->oneway == nullptr) return errno == ETIMEDOUT ? TIMED_OUT : DEAD_OBJECT;
-        err = writeMessage(peer->oneway.get(), header, table, image, deadline, mayQueue);
-    }
-    if (peer->oneway->broken()) peer->oneway.reset();
-    return err;
 }
 
 status_t Runtime::awaitReply(Connection* conn, uint64_t seq, Parcel* reply, Deadline deadline) {
@@ -579,129 +252,6 @@ status_t Runtime::receiveParcel(pid_t from, Message& message, Parcel* out) {
     return WireImageCodec::rebuild(std::move(message.block), message.payload + tableSize,
                                    message.header.payloadSize - tableSize, std::move(fds),
                                    &translator, out);
-}
-
-void Runtime::writeStatusReply(Connection* conn, uint64_t seq, status_t status) {
-    MessageHeader header = makeHeader(kReply, seq, {}, nullptr);
-    header.status = status;
-    (void)writeAnswer(conn, header, {}, nullptr);
-}
-
-bool Runtime::serveMessage(Connection* conn, Message& message) {
-    const MessageHeader& header = message.header;
-    switch (header.kind) {
-        case kTransact:
-            if ((header.flags & IBinder::FLAG_ONEWAY) != 0) return queueOneway(conn, message);
-            serveTransaction(conn, message);
-            return true;
-        case kGrant: {
-            status_t status = OK;
-            const auto grantee = static_cast<pid_t>(header.code);
-            // Only a live process can be granted anything: each grantee is
-            // watched, and made-up pids would cost a record each.
-            const bool exists = grantee > 0 && (kill(grantee, 0) == 0 || errno != ESRCH);
-            if (header.node != 0) {
-                std::lock_guard<std::mutex> lock(mLock);
-                status = exists ? mNodes.grantOnBehalf(header.node, conn->pid(), grantee)
-                                : BAD_VALUE;
-                if (status == OK) peerLocked(grantee);
-            }
-            writeStatusReply(conn, header.seq, status);
-            return true;
-        }
-        case kRelease:
-            releaseNode(header.node, conn->pid(), header.code);
-            return true;
-        case kShmOffer: {
-            std::unique_ptr<SharedRegion> region;
-            if (fastPathEnabled() && !conn->shared()) region = SharedRegion::adopt(message.fds[0]);
-            closeAll(message.fds);
-            message.fds.clear();
-            // Answered on the socket, where the peer waits, before the
-            // mailboxes take over.
-            writeStatusReply(conn, header.seq, region != nullptr ? OK : INVALID_OPERATION);
-            if (region != nullptr && !conn->attachShared(std::move(region), false)) {
-                conn->markBroken();
-            }
-            return true;
-        }
-        case kDoorbell:
-            return true;
-        default:
-            // A reply nobody waits for: the stream is out of step.
-            closeAll(message.fds);
-            message.fds.clear();
-            conn->markBroken();
-            return true;
-    }
-}
-
-bool Runtime::queueOneway(Connection* conn, Message& message) {
-    // Resolved now, while the sender's grants hold: it may be gone by the
-    // time the call runs.
-    sp<BHwBinder> target = findTarget(message.header.node, conn->pid());
-    if (target == nullptr) {
-        closeAll(message.fds);
-        message.fds.clear();
-        return true;
-    }
-    auto data = std::make_unique<Parcel>();
-    if (receiveParcel(conn->pid(), message, data.get()) != OK) return true;
-    std::shared_ptr<Peer> from;
-    {
-        std::lock_guard<std::mutex> lock(mLock);
-        auto it = mPeers.find(conn->pid());
-        if (it != mPeers.end()) from = it->second;
-    }
-    const size_t bytes = message.header.payloadSize;
-    const BHwBinder* key = target.get();
-    bool room = true;
-    {
-        std::lock_guard<std::mutex> lock(mOnewayLock);
-        OnewayQueue& queue = mOneway[key];
-        if (from != nullptr) {
-            from->budget.used.fetch_add(bytes);
-            room = ++from->onewayQueued < limits().maxPeerOneway &&
-                   from->budget.used.load() <= from->budget.limit;
-        }
-        queue.calls.push_back(OnewayCall{std::move(target), std::move(data), message.header.code,
-                                         conn->pid(), conn->uid(), from, bytes});
-        // Somebody already runs this object's calls, in order.
-        if (queue.running) return room;
-        queue.running = true;
-    }
-    for (;;) {
-        OnewayCall call;
-        {
-            std::lock_guard<std::mutex> lock(mOnewayLock);
-            OnewayQueue& queue = mOneway[key];
-            if (queue.calls.empty()) {
-                mOneway.erase(key);
-                break;
-            }
-            call = std::move(queue.calls.front());
-            queue.calls.pop_front();
-        }
-        {
-            ScopedCallingIdentity caller(call.pid, call.uid);
-            Parcel ignored;
-            call.target->transact(call.code, *call.data, &ignored, IBinder::FLAG_ONEWAY);
-        }
-        if (call.from != nullptr) {
-            std::lock_guard<std::mutex> lock(mOnewayLock);
-            call.from->budget.used.fetch_sub(call.bytes);
-            --call.from->onewayQueued;
-            if (call.from->onewayQueued < limits().maxPeerOneway / 2 + 1 &&
-                !call.from->paused.empty()) {
-                resume(call.from);
-            }
-        }
-        // Let go outside the lock: the last reference may run a destructor.
-        call.target.clear();
-        call.data.reset();
-    }
-    std::lock_guard<std::mutex> lock(mOnewayLock);
-    return from == nullptr || from->onewayQueued < limits().maxPeerOneway;
 }
 
 void Runtime::serveTransaction(Connection* conn, Message& message) {
