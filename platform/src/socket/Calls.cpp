@@ -77,10 +77,6 @@ class ScratchImage {
     std::unique_ptr<WireImage> mImage;
 };
 
-void closeAll(const std::vector<int>& fds) {
-    for (int fd : fds) ::close(fd);
-}
-
 // The timeout of the innermost ScopedCallTimeout alive on this thread; -1
 // when there is none. Read on every call, so a plain thread-local.
 thread_local int64_t tScopedTimeoutMs = -1;
@@ -273,22 +269,19 @@ std::unique_ptr<Connection> Runtime::connectPeer(pid_t pid, Deadline deadline, b
     if (!serving) settleExits();
     pid_t serverPid;
     uid_t serverUid;
-    int fd = connectTo(processSocketPath(dir, pid), &serverPid, &serverUid, deadline);
-    if (fd < 0) return nullptr;
+    UniqueFd fd = connectTo(processSocketPath(dir, pid), &serverPid, &serverUid, deadline);
+    if (!fd.valid()) return nullptr;
     // A socket file left by a dead process may have been taken over.
-    if (serverPid != pid || serverUid != getuid()) {
-        ::close(fd);
-        return nullptr;
-    }
+    if (serverPid != pid || serverUid != getuid()) return nullptr;
     // A caller's own connection blocks in its waits without a deadline.
-    setBlocking(fd);
-    auto conn = std::make_unique<Connection>(fd, pid, serverUid);
+    setBlocking(fd.get());
+    auto conn = std::make_unique<Connection>(std::move(fd), pid, serverUid);
     if (twoWay && fastPathEnabled()) offerFastPath(conn.get(), deadline);
     return conn;
 }
 
 void Runtime::offerFastPath(Connection* conn, Deadline deadline) {
-    int memfd = -1;
+    UniqueFd memfd;
     std::unique_ptr<SharedRegion> region = SharedRegion::create(&memfd);
     if (region == nullptr) return;
     MessageHeader offer{};
@@ -296,13 +289,11 @@ void Runtime::offerFastPath(Connection* conn, Deadline deadline) {
     offer.kind = kShmOffer;
     offer.fdCount = 1;
     offer.seq = mNextSeq.fetch_add(1, std::memory_order_relaxed);
-    status_t err = conn->send(offer, nullptr, 0, {memfd}, deadline, false);
-    ::close(memfd);
+    status_t err = conn->send(offer, nullptr, 0, {memfd.get()}, deadline, false);
     // Refused unread, the peer says goodbye: read, it lets the caller retry.
     if (err != OK && !conn->writeClosed()) return;
     Message answer;
     err = conn->waitMessage(&answer, deadline);
-    closeAll(answer.fds);
     // A peer without the fast path declines; the connection stays a socket.
     if (err == OK && answer.header.kind == kReply && answer.header.seq == offer.seq &&
         answer.header.status == OK) {
@@ -518,7 +509,7 @@ status_t Runtime::sendOneway(const std::shared_ptr<Peer>& peer, const MessageHea
     // message goes down a new connection, in order. A release is not worth a wait.
     if (err != OK && peer->oneway->writeClosed() && !mayQueue) {
         Message stray;
-        while (peer->oneway->waitMessage(&stray, deadline) == OK) closeAll(stray.fds);
+        while (peer->oneway->waitMessage(&stray, deadline) == OK) stray.fds.clear();
         if (!peer->oneway->saidGoodbye()) {
             peer->oneway.reset();
             return err;
@@ -540,7 +531,6 @@ status_t Runtime::awaitReply(Connection* conn, uint64_t seq, Parcel* reply, Dead
         if (message.header.kind != kReply) {
             // The peer calls back while we wait: serve it on this thread.
             if (tNesting >= limits().maxNesting) {
-                closeAll(message.fds);
                 conn->markBroken();
                 return FAILED_TRANSACTION;
             }
@@ -551,12 +541,10 @@ status_t Runtime::awaitReply(Connection* conn, uint64_t seq, Parcel* reply, Dead
             continue;
         }
         if (message.header.seq != seq) {
-            closeAll(message.fds);
             conn->markBroken();
             return FAILED_TRANSACTION;
         }
         if (message.header.status != OK || reply == nullptr) {
-            closeAll(message.fds);
             return message.header.status;
         }
         return receiveParcel(conn->pid(), message, reply);
@@ -574,8 +562,7 @@ status_t Runtime::receiveParcel(pid_t from, Message& message, Parcel* out) {
     const size_t tableSize = message.header.tableCount * sizeof(BinderRef);
     ReceiveTranslator translator(*this, from);
     translator.resolve(message.payload, message.header.tableCount);
-    std::vector<int> fds = std::move(message.fds);
-    message.fds.clear();
+    std::vector<int> fds = message.releaseFds();
     return WireImageCodec::rebuild(std::move(message.block), message.payload + tableSize,
                                    message.header.payloadSize - tableSize, std::move(fds),
                                    &translator, out);
@@ -615,7 +602,6 @@ bool Runtime::serveMessage(Connection* conn, Message& message) {
         case kShmOffer: {
             std::unique_ptr<SharedRegion> region;
             if (fastPathEnabled() && !conn->shared()) region = SharedRegion::adopt(message.fds[0]);
-            closeAll(message.fds);
             message.fds.clear();
             // Answered on the socket, where the peer waits, before the
             // mailboxes take over.
@@ -629,7 +615,6 @@ bool Runtime::serveMessage(Connection* conn, Message& message) {
             return true;
         default:
             // A reply nobody waits for: the stream is out of step.
-            closeAll(message.fds);
             message.fds.clear();
             conn->markBroken();
             return true;
@@ -641,7 +626,6 @@ bool Runtime::queueOneway(Connection* conn, Message& message) {
     // time the call runs.
     sp<BHwBinder> target = findTarget(message.header.node, conn->pid());
     if (target == nullptr) {
-        closeAll(message.fds);
         message.fds.clear();
         return true;
     }
@@ -711,7 +695,6 @@ void Runtime::serveTransaction(Connection* conn, Message& message) {
     status_t err;
     if (target == nullptr) {
         // Unknown, forged or not granted to this caller: not served.
-        closeAll(message.fds);
         message.fds.clear();
         err = PERMISSION_DENIED;
     } else {

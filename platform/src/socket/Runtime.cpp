@@ -351,7 +351,7 @@ status_t Runtime::serveContextObject(const sp<BHwBinder>& object, int listeningF
         fcntl(fd, F_SETFD, FD_CLOEXEC);
         fcntl(fd, F_SETFL, fcntl(fd, F_GETFL) | O_NONBLOCK);
     } else {
-        fd = listenAt(contextSocketPath(dir));
+        fd = listenAt(contextSocketPath(dir)).release();
     }
     if (fd < 0) {
         fprintf(stderr, "hidl socket transport: cannot listen on %s: %s\n",
@@ -384,14 +384,10 @@ sp<IBinder> Runtime::getContextObject() {
     const Deadline deadline = timeout.count() > 0 ? Deadline(Clock::now() + timeout) : std::nullopt;
     pid_t pid;
     uid_t uid;
-    int fd = connectTo(contextSocketPath(dir), &pid, &uid, deadline);
-    if (fd < 0) return nullptr;
-    if (uid != getuid() || pid == getpid()) {
-        ::close(fd);
-        return nullptr;
-    }
-    setBlocking(fd);
-    auto conn = std::make_unique<Connection>(fd, pid, uid);
+    UniqueFd fd = connectTo(contextSocketPath(dir), &pid, &uid, deadline);
+    if (!fd.valid() || uid != getuid() || pid == getpid()) return nullptr;
+    setBlocking(fd.get());
+    auto conn = std::make_unique<Connection>(std::move(fd), pid, uid);
     if (fastPathEnabled()) offerFastPath(conn.get(), deadline);
     if (conn->broken()) return nullptr;
     sp<IBinder> proxy = proxyFor(pid, 0, 0);

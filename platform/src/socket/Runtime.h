@@ -106,7 +106,7 @@ struct ProxyTarget {
 // A connection a peer opened to this process.
 struct Incoming {
     Incoming(uint64_t i, std::shared_ptr<Peer> p, int fd, uid_t uid, ByteBudget* total)
-        : id(i), peer(std::move(p)), conn(fd, peer->pid, uid, &peer->budget, total) {}
+        : id(i), peer(std::move(p)), conn(UniqueFd(fd), peer->pid, uid, &peer->budget, total) {}
     const uint64_t id;
     const std::shared_ptr<Peer> peer;
     Connection conn;

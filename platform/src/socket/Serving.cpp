@@ -310,7 +310,7 @@ bool Runtime::ensureListening() {
     if (ensureRuntimeDirectory(dir) != OK) return false;
     sweepStaleSockets(dir);
     const std::string path = processSocketPath(dir, getpid());
-    mListenFd = listenAt(path);
+    mListenFd = listenAt(path).release();
     if (mListenFd < 0) {
         fprintf(stderr, "hidl socket transport: cannot listen in %s: %s\n", dir.c_str(),
                 strerror(errno));
