@@ -87,7 +87,7 @@ class Connection {
     // The next message, however long it takes.
     status_t read(MessageHeader* header, const uint8_t** payload, std::vector<UniqueFd>* fds);
 
-    // From now on, messages that fit travel through the region's mailboxes
+    // From now on, messages that fit travel through the region's slots
     // (clientSide: this end opened the connection); the socket carries the
     // rest and the doorbells. False when the budget does not allow it.
     bool attachShared(std::unique_ptr<SharedRegion> region, bool clientSide);

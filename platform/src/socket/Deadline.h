@@ -1,5 +1,7 @@
 // Clocks, deadlines and byte budgets: what every wait and every buffer of
-// the socket transport is measured against.
+// the socket transport is measured against. A budget is shared by the
+// connections of one peer (or of all peers) on any thread: its count is atomic,
+// and a charge that would pass the limit is taken back whole.
 #pragma once
 
 #include <algorithm>

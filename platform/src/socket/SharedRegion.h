@@ -1,13 +1,13 @@
 // The memory of the shared-memory fast path of one connection: a region both
-// processes map, with one slot per direction. A connection carries one two-way call
-// at a time and each side speaks only after hearing from the other, so a
-// single slot per direction is enough: the next message is never written
-// before the previous one has been taken.
+// processes map, with one slot per direction. A connection carries one
+// two-way call at a time and each side speaks only after hearing from the
+// other, so a single slot per direction is enough: the next message is never
+// written before the previous one has been taken.
 //
 // A message too large for the slot goes into the sender's bulk region: a
 // sealed memfd it offers on the socket (kBulkOffer) when it first needs one,
 // and replaces with a larger one as messages grow. The receiver maps it
-// read-only if its budget for the peer allows, and says so in the mailbox;
+// read-only if its budget for the peer allows, and says so in its slot;
 // until then, and for anything larger, messages go over the socket.
 //
 // The peer can write the region at any time: everything read from it is
