@@ -119,6 +119,7 @@ status_t Connection::read(MessageHeader* header, const uint8_t** payload,
     *header = message.header;
     *payload = message.payload;
     *fds = std::move(message.fds);
+    mReadBlock = std::move(message.block);
     return OK;
 }
 

@@ -84,7 +84,8 @@ class Connection {
     // Waits for the next message until the deadline, sending what is kept
     // meanwhile. TIMED_OUT breaks the connection: a reply may still come.
     status_t waitMessage(Message* message, Deadline deadline);
-    // The next message, however long it takes.
+    // The next message, however long it takes; the payload stays valid until
+    // the next read.
     status_t read(MessageHeader* header, const uint8_t** payload, std::vector<UniqueFd>* fds);
 
     // From now on, messages that fit travel through the region's slots
@@ -116,6 +117,7 @@ class Connection {
     const Budgets mBudgets;
     SocketStream mStream;
     std::unique_ptr<Mailbox> mMailbox;  // the fast path, once attached
+    ImageBlock mReadBlock;              // holds the payload read() gave out
 };
 
 }  // namespace socket
