@@ -9,6 +9,7 @@
 
 using namespace zuv_fuzz;
 using namespace ::android::hardware::host::socket;
+using ::android::hardware::host::UniqueFd;
 
 namespace {
 
@@ -84,11 +85,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         return 0;
     }
 
-    Connection conn(sv[0], 1, 0);
+    Connection conn(UniqueFd(sv[0]), 1, 0);
     for (;;) {
         MessageHeader header;
         const uint8_t* payload = nullptr;
-        std::vector<int> fds;
+        std::vector<UniqueFd> fds;
         const status_t err = conn.read(&header, &payload, &fds);
         if (err != OK) {
             ZUV_FUZZ_CHECK(fds.empty());
@@ -97,15 +98,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         ZUV_FUZZ_CHECK(headerIsSane(header));
         ZUV_FUZZ_CHECK(fds.size() == header.fdCount);
         touch(payload, header.payloadSize);
-        if (header.kind != kTransact && header.kind != kReply) {
-            for (int fd : fds) ::close(fd);
-            continue;
-        }
+        if (header.kind != kTransact && header.kind != kReply) continue;
         const size_t tableSize = header.tableCount * sizeof(BinderRef);
         MessageTranslator translator(payload, header.tableCount);
         Parcel parcel;
+        std::vector<int> owned;
+        for (UniqueFd& fd : fds) owned.push_back(fd.release());
         if (WireImageCodec::rebuild(payload + tableSize, header.payloadSize - tableSize,
-                                    std::move(fds), &translator, &parcel) == OK) {
+                                    std::move(owned), &translator, &parcel) == OK) {
             touch(parcel.data(), parcel.dataSize());
         }
     }

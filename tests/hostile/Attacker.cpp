@@ -74,6 +74,7 @@ using ::android::hardware::Void;
 using ::android::hidl::base::V1_0::BnHwBase;
 using ::android::hidl::base::V1_0::IBase;
 using namespace ::android::hardware::host::socket;
+using ::android::hardware::host::UniqueFd;
 
 namespace {
 
@@ -260,19 +261,18 @@ int bulkFd(size_t size, bool sealed) {
 struct FastClient {
     int fd = -1;
     std::unique_ptr<Connection> conn;
-    Mailbox* out = nullptr;
+    MailSlot* out = nullptr;
     uint64_t number = 0;
     uint32_t generation = 0;
 
     bool open(const std::string& path) {
         fd = connectTo(path, false);
-        int memfd = -1;
+        UniqueFd memfd;
         std::unique_ptr<SharedRegion> region = SharedRegion::create(&memfd);
         if (fd < 0 || region == nullptr) return false;
         out = &region->out(true);
-        conn = std::make_unique<Connection>(fd, 0, 0);
-        const bool sent = sendWithFd(fd, header(kShmOffer), memfd);
-        close(memfd);
+        conn = std::make_unique<Connection>(UniqueFd(fd), 0, 0);
+        const bool sent = sendWithFd(fd, header(kShmOffer), memfd.get());
         Message answer;
         if (!sent || conn->waitMessage(&answer, Clock::now() + std::chrono::seconds(2)) != 0 ||
             answer.header.kind != kReply || answer.header.status != 0) {

@@ -18,6 +18,7 @@ namespace {
 namespace sock = android::hardware::host::socket;
 using android::OK;
 using android::hardware::host::kMaxTransactionSize;
+using android::hardware::host::UniqueFd;
 using namespace std::chrono_literals;
 
 uint8_t patternAt(size_t i, uint32_t seed) {
@@ -45,7 +46,7 @@ class LargeMessage : public ::testing::Test {
     void SetUp() override {
         ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, mFds), 0);
         ASSERT_EQ(pipe(mPipe), 0);
-        mSender = std::make_unique<sock::Connection>(mFds[0], getpid(), getuid());
+        mSender = std::make_unique<sock::Connection>(UniqueFd(mFds[0]), getpid(), getuid());
     }
     void TearDown() override {
         close(mPipe[0]);
@@ -79,9 +80,8 @@ class LargeMessage : public ::testing::Test {
         EXPECT_EQ(wrong, 0u) << "bytes of message " << seed;
         ASSERT_EQ(message.fds.size(), fd >= 0 ? 1u : 0u) << "message " << seed;
         if (fd >= 0) {
-            EXPECT_EQ(inodeOf(message.fds[0]), inodeOf(fd));
+            EXPECT_EQ(inodeOf(message.fds[0].get()), inodeOf(fd));
         }
-        for (int f : message.fds) close(f);
         // A large message came in a block of its own, which the taker keeps.
         EXPECT_EQ(static_cast<bool>(message.block),
                   sizeof(sock::MessageHeader) + payload >= sock::kLargeMessageBytes);
@@ -93,7 +93,7 @@ class LargeMessage : public ::testing::Test {
 };
 
 TEST_F(LargeMessage, ArriveIntactInAnyPiecesWithDescriptorsOnTheirOwnMessage) {
-    sock::Connection receiver(mFds[1], getpid(), getuid());
+    sock::Connection receiver(UniqueFd(mFds[1]), getpid(), getuid());
     // Sizes around the large-message threshold and up to the largest; a
     // descriptor on the message before, on the large message itself, and after.
     const size_t edge = sock::kLargeMessageBytes - sizeof(sock::MessageHeader);
@@ -120,6 +120,16 @@ TEST_F(LargeMessage, ArriveIntactInAnyPiecesWithDescriptorsOnTheirOwnMessage) {
                       messages[i].fd ? mPipe[0] : -1);
     }
     sender.join();
+
+    // Taken by read(), a large message's block outlives the call.
+    sendMessage(40 * 1024, 30, false, 1);
+    sock::MessageHeader header;
+    const uint8_t* bytes = nullptr;
+    std::vector<UniqueFd> fds;
+    ASSERT_EQ(receiver.read(&header, &bytes, &fds), OK);
+    size_t wrong = 0;
+    for (size_t i = 0; i < header.payloadSize; ++i) wrong += bytes[i] != patternAt(i, 30);
+    EXPECT_EQ(wrong, 0u);
 
     // The same stream dribbled: a few bytes at a time, the header split, a
     // descriptor on the first byte of the large message and of the one after.
@@ -168,7 +178,7 @@ TEST_F(LargeMessage, AnnouncedSizeCostsAtMostItsMessageAndBadSizesAreRefused) {
               static_cast<ssize_t>(sizeof(header)));
     {
         // A header and nothing more: the message waits, holding at most itself.
-        sock::Connection receiver(mFds[1], getpid(), getuid(), &peer);
+        sock::Connection receiver(UniqueFd(mFds[1]), getpid(), getuid(), &peer);
         sock::Message message;
         for (int i = 0; i < 4; ++i) receiver.receive();
         EXPECT_EQ(receiver.next(&message), android::WOULD_BLOCK);
@@ -185,7 +195,7 @@ TEST_F(LargeMessage, AnnouncedSizeCostsAtMostItsMessageAndBadSizesAreRefused) {
         int pair[2];
         ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair), 0);
         sock::ByteBudget small(512 * 1024);
-        sock::Connection receiver(pair[1], getpid(), getuid(), &small);
+        sock::Connection receiver(UniqueFd(pair[1]), getpid(), getuid(), &small);
         header = headerFor(payload, 2, 0);
         ASSERT_EQ(send(pair[0], &header, sizeof(header), MSG_NOSIGNAL),
                   static_cast<ssize_t>(sizeof(header)));

@@ -13,6 +13,7 @@
 namespace socket_test {
 namespace {
 
+using android::hardware::host::UniqueFd;
 using android::hardware::host::WireImage;
 using android::hardware::host::WireImageCodec;
 namespace sock = android::hardware::host::socket;
@@ -38,9 +39,9 @@ class RawMessageTest : public SocketTest {
     std::unique_ptr<sock::Connection> connect() {
         pid_t pid;
         uid_t uid;
-        int fd = sock::connectTo(sock::contextSocketPath(mDir), &pid, &uid, std::nullopt);
-        if (fd < 0) return nullptr;
-        return std::make_unique<sock::Connection>(fd, pid, uid);
+        UniqueFd fd = sock::connectTo(sock::contextSocketPath(mDir), &pid, &uid, std::nullopt);
+        if (!fd.valid()) return nullptr;
+        return std::make_unique<sock::Connection>(std::move(fd), pid, uid);
     }
 
     static sock::MessageHeader header(uint64_t node, uint32_t code, const WireImage& image) {
@@ -71,14 +72,14 @@ class RawMessageTest : public SocketTest {
         if (err != OK) return err;
         sock::MessageHeader r;
         const uint8_t* payload;
-        std::vector<int> fds;
+        std::vector<UniqueFd> fds;
         err = conn->read(&r, &payload, &fds);
         if (err != OK) return err;
         EXPECT_EQ(r.kind, sock::kReply);
         EXPECT_EQ(r.seq, h.seq);
         if (r.status != OK || echoed == nullptr) return r.status;
         Parcel reply;
-        err = WireImageCodec::rebuild(payload, r.payloadSize, std::move(fds), nullptr, &reply);
+        err = WireImageCodec::rebuild(payload, r.payloadSize, {}, nullptr, &reply);
         if (err == OK) reply.readInt32(echoed);
         return err;
     }
@@ -147,7 +148,7 @@ TEST_F(RawMessageTest, UnparsableMessagesCloseTheConnectionAndThePeerSurvives) {
         ASSERT_EQ(conn->write(h, nullptr, 0, good.bytes.data(), good.bytes.size(), {}), OK);
         sock::MessageHeader r;
         const uint8_t* payload;
-        std::vector<int> fds;
+        std::vector<UniqueFd> fds;
         status_t err = conn->read(&r, &payload, &fds);
         // Either refused with a status or hung up on; never a crash.
         EXPECT_TRUE(err == android::DEAD_OBJECT || (err == OK && r.status != OK)) << i;

@@ -48,7 +48,6 @@ bool Runtime::serveMessage(Connection* conn, Message& message) {
         case kShmOffer: {
             std::unique_ptr<SharedRegion> region;
             if (fastPathEnabled() && !conn->shared()) region = SharedRegion::adopt(message.fds[0]);
-            closeAll(message.fds);
             message.fds.clear();
             // Answered on the socket, where the peer waits, before the
             // mailboxes take over.
@@ -62,7 +61,6 @@ bool Runtime::serveMessage(Connection* conn, Message& message) {
             return true;
         default:
             // A reply nobody waits for: the stream is out of step.
-            closeAll(message.fds);
             message.fds.clear();
             conn->markBroken();
             return true;
@@ -74,7 +72,6 @@ bool Runtime::queueOneway(Connection* conn, Message& message) {
     // time the call runs.
     sp<BHwBinder> target = findTarget(message.header.node, conn->pid());
     if (target == nullptr) {
-        closeAll(message.fds);
         message.fds.clear();
         return true;
     }

@@ -72,22 +72,21 @@ std::unique_ptr<Connection> Runtime::connect(pid_t pid, Deadline deadline, bool 
     if (!serving) settleExits();
     pid_t serverPid;
     uid_t serverUid;
-    UniqueFd fd(connectTo(processSocketPath(dir, pid), &serverPid, &serverUid, deadline));
+    UniqueFd fd = connectTo(processSocketPath(dir, pid), &serverPid, &serverUid, deadline);
     if (!fd.valid()) return nullptr;
     // A socket file left by a dead process may have been taken over.
     if (serverPid != pid || serverUid != getuid()) return nullptr;
     // A caller's own connection blocks in its waits without a deadline.
     setBlocking(fd.get());
-    auto conn = std::make_unique<Connection>(fd.release(), pid, serverUid);
+    auto conn = std::make_unique<Connection>(std::move(fd), pid, serverUid);
     if (twoWay && fastPathEnabled()) offerFastPath(conn.get(), deadline);
     return conn;
 }
 
 void Runtime::offerFastPath(Connection* conn, Deadline deadline) {
-    int memfdRaw = -1;
-    std::unique_ptr<SharedRegion> region = SharedRegion::create(&memfdRaw);
+    UniqueFd memfd;
+    std::unique_ptr<SharedRegion> region = SharedRegion::create(&memfd);
     if (region == nullptr) return;
-    UniqueFd memfd(memfdRaw);
     MessageHeader offer{};
     offer.magic = kMessageMagic;
     offer.kind = kShmOffer;
@@ -99,7 +98,7 @@ void Runtime::offerFastPath(Connection* conn, Deadline deadline) {
     if (err != OK && !conn->writeClosed()) return;
     Message answer;
     err = conn->waitMessage(&answer, deadline);
-    closeAll(answer.fds);
+    answer.fds.clear();
     // A peer without the fast path declines; the connection stays a socket.
     if (err == OK && answer.header.kind == kReply && answer.header.seq == offer.seq &&
         answer.header.status == OK) {
@@ -213,7 +212,7 @@ status_t Runtime::awaitReply(Connection* conn, uint64_t seq, Parcel* reply, Dead
         if (message.header.kind != kReply) {
             // The peer calls back while we wait: serve it on this thread.
             if (tNesting >= limits().maxNesting) {
-                closeAll(message.fds);
+                message.fds.clear();
                 conn->markBroken();
                 return FAILED_TRANSACTION;
             }
@@ -224,12 +223,12 @@ status_t Runtime::awaitReply(Connection* conn, uint64_t seq, Parcel* reply, Dead
             continue;
         }
         if (message.header.seq != seq) {
-            closeAll(message.fds);
+            message.fds.clear();
             conn->markBroken();
             return FAILED_TRANSACTION;
         }
         if (message.header.status != OK || reply == nullptr) {
-            closeAll(message.fds);
+            message.fds.clear();
             return message.header.status;
         }
         return receiveParcel(conn->pid(), message, reply);
@@ -247,8 +246,7 @@ status_t Runtime::receiveParcel(pid_t from, Message& message, Parcel* out) {
     const size_t tableSize = message.header.tableCount * sizeof(BinderRef);
     ReceiveTranslator translator(*this, from);
     translator.resolve(message.payload, message.header.tableCount);
-    std::vector<int> fds = std::move(message.fds);
-    message.fds.clear();
+    std::vector<int> fds = message.releaseFds();
     return WireImageCodec::rebuild(std::move(message.block), message.payload + tableSize,
                                    message.header.payloadSize - tableSize, std::move(fds),
                                    &translator, out);
@@ -261,7 +259,6 @@ void Runtime::serveTransaction(Connection* conn, Message& message) {
     status_t err;
     if (target == nullptr) {
         // Unknown, forged or not granted to this caller: not served.
-        closeAll(message.fds);
         message.fds.clear();
         err = PERMISSION_DENIED;
     } else {

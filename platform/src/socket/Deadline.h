@@ -1,5 +1,7 @@
 // Clocks, deadlines and byte budgets: what every wait and every buffer of
-// the socket transport is measured against.
+// the socket transport is measured against. A budget is shared by the
+// connections of one peer (or of all peers) on any thread: its count is atomic,
+// and a charge that would pass the limit is taken back whole.
 #pragma once
 
 #include <algorithm>
@@ -8,6 +10,7 @@
 #include <climits>
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <optional>
 
 namespace android {
@@ -24,6 +27,30 @@ struct ByteBudget {
     explicit ByteBudget(size_t l) : limit(l) {}
     std::atomic<size_t> used{0};
     const size_t limit;
+};
+
+// What one connection's buffers count against: its peer's budget and the
+// process's, either of them absent. Both are charged, or neither.
+struct Budgets {
+    ByteBudget* peer = nullptr;
+    ByteBudget* total = nullptr;
+
+    bool reserve(size_t bytes) const {
+        for (ByteBudget* budget : {peer, total}) {
+            if (budget == nullptr) continue;
+            if (budget->used.fetch_add(bytes) + bytes > budget->limit) {
+                budget->used.fetch_sub(bytes);
+                if (budget == total && peer != nullptr) peer->used.fetch_sub(bytes);
+                return false;
+            }
+        }
+        return true;
+    }
+    void unreserve(size_t bytes) const {
+        for (ByteBudget* budget : {peer, total}) {
+            if (budget != nullptr) budget->used.fetch_sub(bytes);
+        }
+    }
 };
 
 // Milliseconds left until the deadline, for poll(2): -1 without one.

@@ -42,8 +42,7 @@ std::shared_ptr<Incoming> IncomingTable::add(std::shared_ptr<Peer> peer, UniqueF
                                              bool drainOnly) {
     std::lock_guard<std::mutex> lock(mLock);
     const uint64_t id = mNextId++;
-    auto in = std::make_shared<Incoming>(id, std::move(peer), fd.get(), uid, &mTotalBudget);
-    fd.release();  // the connection owns it now
+    auto in = std::make_shared<Incoming>(id, std::move(peer), std::move(fd), uid, &mTotalBudget);
     in->evicting = drainOnly;
     mConns[id] = in;
     epoll_event ev{};

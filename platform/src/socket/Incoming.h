@@ -34,8 +34,10 @@ namespace socket {
 
 // A connection a peer opened to this process.
 struct Incoming {
-    Incoming(uint64_t i, std::shared_ptr<Peer> p, int fd, uid_t uid, ByteBudget* total)
-        : id(i), peer(std::move(p)), conn(fd, peer->pid(), uid, &peer->budget(), total) {}
+    Incoming(uint64_t i, std::shared_ptr<Peer> p, UniqueFd fd, uid_t uid, ByteBudget* total)
+        : id(i),
+          peer(std::move(p)),
+          conn(std::move(fd), peer->pid(), uid, &peer->budget(), total) {}
     const uint64_t id;
     const std::shared_ptr<Peer> peer;
     Connection conn;  // used by the thread holding owner

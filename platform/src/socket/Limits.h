@@ -1,5 +1,6 @@
 // What one peer process may cost this process, and in total. Each limit has
-// a default and an environment override, read once.
+// a default and an environment override, read once, at the first call from
+// any thread; constant after that.
 #pragma once
 
 #include <cstddef>

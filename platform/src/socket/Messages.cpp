@@ -39,10 +39,6 @@ ScratchImage::~ScratchImage() {
     }
 }
 
-void closeAll(const std::vector<int>& fds) {
-    for (int fd : fds) ::close(fd);
-}
-
 Deadline deadlineAfter(std::chrono::milliseconds timeout) {
     if (timeout.count() == 0) return std::nullopt;
     return Clock::now() + timeout;

@@ -17,8 +17,6 @@ namespace hardware {
 namespace host {
 namespace socket {
 
-void closeAll(const std::vector<int>& fds);
-
 // No deadline for a zero timeout.
 Deadline deadlineAfter(std::chrono::milliseconds timeout);
 

@@ -140,7 +140,7 @@ status_t Peer::sendOneway(const MessageHeader& header, const std::vector<BinderR
     // message goes down a new connection, in order. A release is not worth a wait.
     if (err != OK && mOneway->writeClosed() && !mayQueue) {
         Message stray;
-        while (mOneway->waitMessage(&stray, deadline) == OK) closeAll(stray.fds);
+        while (mOneway->waitMessage(&stray, deadline) == OK) stray.fds.clear();
         if (!mOneway->saidGoodbye()) {
             mOneway.reset();
             return err;

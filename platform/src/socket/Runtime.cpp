@@ -232,7 +232,7 @@ status_t Runtime::serveContextObject(const sp<BHwBinder>& object, int listeningF
         fcntl(fd, F_SETFD, FD_CLOEXEC);
         fcntl(fd, F_SETFL, fcntl(fd, F_GETFL) | O_NONBLOCK);
     } else {
-        fd = listenAt(contextSocketPath(dir));
+        fd = listenAt(contextSocketPath(dir)).release();
     }
     if (fd < 0) {
         logf(LogLevel::Error, "hidl socket transport: cannot listen on %s: %s",
@@ -261,10 +261,10 @@ sp<IBinder> Runtime::getContextObject() {
     const Deadline deadline = timeout.count() > 0 ? Deadline(Clock::now() + timeout) : std::nullopt;
     pid_t pid;
     uid_t uid;
-    UniqueFd fd(connectTo(contextSocketPath(dir), &pid, &uid, deadline));
+    UniqueFd fd = connectTo(contextSocketPath(dir), &pid, &uid, deadline);
     if (!fd.valid() || uid != getuid() || pid == getpid()) return nullptr;
     setBlocking(fd.get());
-    auto conn = std::make_unique<Connection>(fd.release(), pid, uid);
+    auto conn = std::make_unique<Connection>(std::move(fd), pid, uid);
     if (fastPathEnabled()) offerFastPath(conn.get(), deadline);
     if (conn->broken()) return nullptr;
     sp<IBinder> proxy = proxyFor(pid, 0, 0);

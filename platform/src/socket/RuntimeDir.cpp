@@ -3,6 +3,7 @@
 #include <dirent.h>
 #include <errno.h>
 #include <fcntl.h>
+#include <hidl_host/Log.h>
 #include <hidl_host/SocketTransport.h>
 #include <signal.h>
 #include <sys/socket.h>
@@ -31,29 +32,29 @@ namespace socket {
 
 status_t ensureRuntimeDirectory(const std::string& dir) {
     if (mkdir(dir.c_str(), 0700) != 0 && errno != EEXIST) {
-        fprintf(stderr,
-                "hidl socket transport: cannot create the runtime directory %s: %s (its parent "
-                "must exist; or set %s to a directory of your own)\n",
-                dir.c_str(), strerror(errno), kRuntimeDirEnvVar);
+        logf(LogLevel::Error,
+             "hidl socket transport: cannot create the runtime directory %s: %s (its parent "
+             "must exist; or set %s to a directory of your own)\n",
+             dir.c_str(), strerror(errno), kRuntimeDirEnvVar);
         return PERMISSION_DENIED;
     }
     struct stat st;
     if (lstat(dir.c_str(), &st) != 0 || !S_ISDIR(st.st_mode)) {
-        fprintf(stderr,
-                "hidl socket transport: %s is not a directory; remove it or set %s to a "
-                "directory of your own\n",
-                dir.c_str(), kRuntimeDirEnvVar);
+        logf(LogLevel::Error,
+             "hidl socket transport: %s is not a directory; remove it or set %s to a "
+             "directory of your own\n",
+             dir.c_str(), kRuntimeDirEnvVar);
         return PERMISSION_DENIED;
     }
     // Anyone else who could enter could connect to (or replace) our sockets.
     if (st.st_uid != getuid() || (st.st_mode & 077) != 0) {
-        fprintf(stderr,
-                "hidl socket transport: refusing %s: it must belong to uid %u with mode 0700 "
-                "(owner %u, mode %03o); %s, or set %s to a directory of your own\n",
-                dir.c_str(), static_cast<unsigned>(getuid()), static_cast<unsigned>(st.st_uid),
-                static_cast<unsigned>(st.st_mode & 0777),
-                st.st_uid == getuid() ? ("run chmod 700 " + dir).c_str() : "it is not yours",
-                kRuntimeDirEnvVar);
+        logf(LogLevel::Error,
+             "hidl socket transport: refusing %s: it must belong to uid %u with mode 0700 "
+             "(owner %u, mode %03o); %s, or set %s to a directory of your own\n",
+             dir.c_str(), static_cast<unsigned>(getuid()), static_cast<unsigned>(st.st_uid),
+             static_cast<unsigned>(st.st_mode & 0777),
+             st.st_uid == getuid() ? ("run chmod 700 " + dir).c_str() : "it is not yours",
+             kRuntimeDirEnvVar);
         return PERMISSION_DENIED;
     }
     return OK;
@@ -82,17 +83,15 @@ bool makeAddress(const std::string& path, sockaddr_un* addr) {
 
 }  // namespace
 
-int listenAt(const std::string& path) {
+UniqueFd listenAt(const std::string& path) {
     sockaddr_un addr;
-    if (!makeAddress(path, &addr)) return -1;
-    int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-    if (fd < 0) return -1;
+    if (!makeAddress(path, &addr)) return UniqueFd();
+    UniqueFd fd(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    if (!fd.valid()) return fd;
     unlink(path.c_str());
-    if (bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof(addr)) != 0 || listen(fd, 128) != 0) {
-        int saved = errno;
-        ::close(fd);
-        errno = saved;
-        return -1;
+    if (bind(fd.get(), reinterpret_cast<sockaddr*>(&addr), sizeof(addr)) != 0 ||
+        listen(fd.get(), 128) != 0) {
+        return UniqueFd();  // closing keeps errno
     }
     return fd;
 }
@@ -125,17 +124,17 @@ bool peerCredentials(int fd, pid_t* pid, uid_t* uid) {
     return true;
 }
 
-int connectTo(const std::string& path, pid_t* pid, uid_t* uid, Deadline deadline) {
+UniqueFd connectTo(const std::string& path, pid_t* pid, uid_t* uid, Deadline deadline) {
     sockaddr_un addr;
-    if (!makeAddress(path, &addr)) return -1;
-    int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-    if (fd < 0) return -1;
+    if (!makeAddress(path, &addr)) return UniqueFd();
+    UniqueFd fd(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    if (!fd.valid()) return fd;
     // A full backlog answers EAGAIN at once; waiting in the kernel instead
     // would let a server that never accepts hold the caller forever.
     auto pause = std::chrono::microseconds(200);
     int err;
     for (;;) {
-        err = connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof(addr));
+        err = connect(fd.get(), reinterpret_cast<sockaddr*>(&addr), sizeof(addr));
         if (err == 0 || (errno != EINTR && errno != EAGAIN)) break;
         if (errno == EAGAIN) {
             if (deadline && Clock::now() + pause > *deadline) {
@@ -146,12 +145,7 @@ int connectTo(const std::string& path, pid_t* pid, uid_t* uid, Deadline deadline
             pause = std::min(pause * 2, std::chrono::microseconds(20000));
         }
     }
-    if (err != 0 || !peerCredentials(fd, pid, uid)) {
-        int saved = errno;
-        ::close(fd);
-        errno = saved;
-        return -1;
-    }
+    if (err != 0 || !peerCredentials(fd.get(), pid, uid)) return UniqueFd();  // keeps errno
     return fd;
 }
 

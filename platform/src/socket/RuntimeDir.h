@@ -1,6 +1,9 @@
-// Where the sockets live, and opening them.
+// Where the sockets live, and opening them: the runtime directory, the
+// socket paths in it, listening, connecting and asking the kernel who is at
+// the other end. Plain functions without state: any thread may call them.
 #pragma once
 
+#include <hidl_host/UniqueFd.h>
 #include <sys/types.h>
 #include <utils/Errors.h>
 
@@ -14,20 +17,20 @@ namespace host {
 namespace socket {
 
 // Creates the runtime directory when missing and checks that only this user
-// can enter it. PERMISSION_DENIED (with a message on stderr) otherwise.
+// can enter it. PERMISSION_DENIED (with a logged message) otherwise.
 status_t ensureRuntimeDirectory(const std::string& dir);
 
 std::string processSocketPath(const std::string& dir, pid_t pid);
 std::string contextSocketPath(const std::string& dir);
 
 // A non-blocking listening socket bound at path (an old file there is
-// replaced), or -1 with errno set.
-int listenAt(const std::string& path);
+// replaced), or none with errno set.
+UniqueFd listenAt(const std::string& path);
 
 // Connects to path; on success fills in the server's pid and uid from the
 // kernel. A server whose backlog is full is retried until the deadline
-// (ETIMEDOUT). -1 with errno set on failure. The socket is non-blocking.
-int connectTo(const std::string& path, pid_t* pid, uid_t* uid, Deadline deadline);
+// (ETIMEDOUT). None, with errno set, on failure. The socket is non-blocking.
+UniqueFd connectTo(const std::string& path, pid_t* pid, uid_t* uid, Deadline deadline);
 
 // Removes the sockets of processes that no longer exist: a process killed
 // has no chance to remove its own.

@@ -133,7 +133,7 @@ bool Runtime::ensureListening() {
     if (ensureRuntimeDirectory(dir) != OK) return false;
     sweepStaleSockets(dir);
     const std::string path = processSocketPath(dir, getpid());
-    mListenFd.reset(listenAt(path));
+    mListenFd = listenAt(path);
     if (!mListenFd.valid()) {
         logf(LogLevel::Error, "hidl socket transport: cannot listen in %s: %s", dir.c_str(),
              strerror(errno));

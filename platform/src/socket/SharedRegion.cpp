@@ -33,8 +33,8 @@ namespace socket {
 
 static_assert(std::atomic<uint32_t>::is_always_lock_free, "futex words must be plain words");
 static_assert(sizeof(std::atomic<uint32_t>) == sizeof(uint32_t), "futex words are 32 bits");
-static_assert(offsetof(Mailbox, mseq) == 64, "the control words fill one cache line");
-static_assert(offsetof(Mailbox, bytes) % 8 == 0, "a message starts 8-aligned");
+static_assert(offsetof(MailSlot, mseq) == 64, "the control words fill one cache line");
+static_assert(offsetof(MailSlot, bytes) % 8 == 0, "a message starts 8-aligned");
 
 bool fastPathEnabled() {
     int on = gFastPath.load();
@@ -50,80 +50,88 @@ int fastPathSpinMicros() {
     return micros;
 }
 
+namespace {
+
+// A sealed memfd of size bytes, mapped writable; *fd is the memfd.
+void* createSealed(const char* name, size_t size, UniqueFd* fd) {
+    UniqueFd memfd(memfd_create(name, MFD_CLOEXEC | MFD_ALLOW_SEALING));
+    if (!memfd.valid() || ftruncate(memfd.get(), static_cast<off_t>(size)) != 0 ||
+        fcntl(memfd.get(), F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL) != 0) {
+        return nullptr;
+    }
+    void* p = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, memfd.get(), 0);
+    if (p == MAP_FAILED) return nullptr;
+    *fd = std::move(memfd);
+    return p;
+}
+
+// The size of a memfd the peer offered, or 0 when it is not sealed so that
+// it stays that size: unsealed, the peer could shrink it and fault us on
+// access.
+size_t sealedSize(const UniqueFd& fd) {
+    struct stat st {};
+    const int seals = fcntl(fd.get(), F_GET_SEALS);
+    if (fstat(fd.get(), &st) != 0 || seals < 0 ||
+        (seals & (F_SEAL_SHRINK | F_SEAL_SEAL)) != (F_SEAL_SHRINK | F_SEAL_SEAL)) {
+        return 0;
+    }
+    return static_cast<size_t>(st.st_size);
+}
+
+bool validBulkSize(size_t size) {
+    return size >= kMinBulkBytes && size <= kMaxBulkBytes && (size & (size - 1)) == 0;
+}
+
+}  // namespace
+
 SharedRegion::~SharedRegion() {
     munmap(mLayout, sizeof(SharedLayout));
 }
 
-std::unique_ptr<SharedRegion> SharedRegion::create(int* fd) {
-    *fd = memfd_create("zuv-hidl-fast-path", MFD_CLOEXEC | MFD_ALLOW_SEALING);
-    if (*fd < 0) return nullptr;
-    if (ftruncate(*fd, sizeof(SharedLayout)) != 0 ||
-        fcntl(*fd, F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL) != 0) {
-        ::close(*fd);
-        *fd = -1;
-        return nullptr;
-    }
-    void* p = mmap(nullptr, sizeof(SharedLayout), PROT_READ | PROT_WRITE, MAP_SHARED, *fd, 0);
-    if (p == MAP_FAILED) {
-        ::close(*fd);
-        *fd = -1;
-        return nullptr;
-    }
+std::unique_ptr<SharedRegion> SharedRegion::create(UniqueFd* fd) {
+    void* p = createSealed("zuv-hidl-fast-path", sizeof(SharedLayout), fd);
+    if (p == nullptr) return nullptr;
     // Fresh memfd pages read as zero: every word starts at its idle value.
-    return std::unique_ptr<SharedRegion>(new (std::nothrow)
+    std::unique_ptr<SharedRegion> region(new (std::nothrow)
                                                  SharedRegion(static_cast<SharedLayout*>(p)));
+    if (region == nullptr) {
+        munmap(p, sizeof(SharedLayout));
+        fd->reset();
+    }
+    return region;
 }
 
-std::unique_ptr<SharedRegion> SharedRegion::adopt(int fd) {
-    struct stat st {};
-    const int seals = fcntl(fd, F_GET_SEALS);
-    // Unsealed, the peer could shrink it and fault us on access.
-    if (fstat(fd, &st) != 0 || static_cast<size_t>(st.st_size) != sizeof(SharedLayout) ||
-        seals < 0 || (seals & (F_SEAL_SHRINK | F_SEAL_SEAL)) != (F_SEAL_SHRINK | F_SEAL_SEAL)) {
-        return nullptr;
-    }
-    void* p = mmap(nullptr, sizeof(SharedLayout), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+std::unique_ptr<SharedRegion> SharedRegion::adopt(const UniqueFd& fd) {
+    if (sealedSize(fd) != sizeof(SharedLayout)) return nullptr;
+    void* p = mmap(nullptr, sizeof(SharedLayout), PROT_READ | PROT_WRITE, MAP_SHARED, fd.get(), 0);
     if (p == MAP_FAILED) return nullptr;
-    return std::unique_ptr<SharedRegion>(new (std::nothrow)
+    std::unique_ptr<SharedRegion> region(new (std::nothrow)
                                                  SharedRegion(static_cast<SharedLayout*>(p)));
+    if (region == nullptr) munmap(p, sizeof(SharedLayout));
+    return region;
 }
 
 BulkRegion::~BulkRegion() {
     munmap(mData, mSize);
 }
 
-std::unique_ptr<BulkRegion> BulkRegion::create(size_t size, int* fd) {
-    *fd = -1;
-    if (size < kMinBulkBytes || size > kMaxBulkBytes || (size & (size - 1)) != 0) return nullptr;
-    *fd = memfd_create("zuv-hidl-bulk", MFD_CLOEXEC | MFD_ALLOW_SEALING);
-    if (*fd < 0) return nullptr;
-    void* p = MAP_FAILED;
-    if (ftruncate(*fd, static_cast<off_t>(size)) == 0 &&
-        fcntl(*fd, F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL) == 0) {
-        p = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, *fd, 0);
-    }
-    std::unique_ptr<BulkRegion> region;
-    if (p != MAP_FAILED) {
-        region.reset(new (std::nothrow) BulkRegion(static_cast<uint8_t*>(p), size));
-        if (region == nullptr) munmap(p, size);
-    }
+std::unique_ptr<BulkRegion> BulkRegion::create(size_t size, UniqueFd* fd) {
+    if (!validBulkSize(size)) return nullptr;
+    void* p = createSealed("zuv-hidl-bulk", size, fd);
+    if (p == nullptr) return nullptr;
+    std::unique_ptr<BulkRegion> region(new (std::nothrow)
+                                               BulkRegion(static_cast<uint8_t*>(p), size));
     if (region == nullptr) {
-        ::close(*fd);
-        *fd = -1;
+        munmap(p, size);
+        fd->reset();
     }
     return region;
 }
 
-std::unique_ptr<BulkRegion> BulkRegion::adopt(int fd) {
-    struct stat st {};
-    const int seals = fcntl(fd, F_GET_SEALS);
-    if (fstat(fd, &st) != 0 || seals < 0 ||
-        (seals & (F_SEAL_SHRINK | F_SEAL_SEAL)) != (F_SEAL_SHRINK | F_SEAL_SEAL)) {
-        return nullptr;
-    }
-    const auto size = static_cast<size_t>(st.st_size);
-    if (size < kMinBulkBytes || size > kMaxBulkBytes || (size & (size - 1)) != 0) return nullptr;
-    void* p = mmap(nullptr, size, PROT_READ, MAP_SHARED, fd, 0);
+std::unique_ptr<BulkRegion> BulkRegion::adopt(const UniqueFd& fd) {
+    const size_t size = sealedSize(fd);
+    if (!validBulkSize(size)) return nullptr;
+    void* p = mmap(nullptr, size, PROT_READ, MAP_SHARED, fd.get(), 0);
     if (p == MAP_FAILED) return nullptr;
     std::unique_ptr<BulkRegion> region(new (std::nothrow)
                                                BulkRegion(static_cast<uint8_t*>(p), size));

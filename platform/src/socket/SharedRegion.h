@@ -1,20 +1,25 @@
-// The shared-memory fast path of one connection: a region both processes
-// map, with one mailbox per direction. A connection carries one two-way call
-// at a time and each side speaks only after hearing from the other, so a
-// single slot per direction is enough: the next message is never written
-// before the previous one has been taken.
+// The memory of the shared-memory fast path of one connection: a region both
+// processes map, with one slot per direction. A connection carries one
+// two-way call at a time and each side speaks only after hearing from the
+// other, so a single slot per direction is enough: the next message is never
+// written before the previous one has been taken.
 //
 // A message too large for the slot goes into the sender's bulk region: a
 // sealed memfd it offers on the socket (kBulkOffer) when it first needs one,
 // and replaces with a larger one as messages grow. The receiver maps it
-// read-only if its budget for the peer allows, and says so in the mailbox;
+// read-only if its budget for the peer allows, and says so in its slot;
 // until then, and for anything larger, messages go over the socket.
 //
 // The peer can write the region at any time: everything read from it is
 // copied out before it is checked, and nothing in it is trusted beyond the
 // bounds of the slot.
+//
+// Only layout and mapping live here; Mailbox.h says who writes what when.
+// Thread-safe as far as it goes: the regions are plain mappings, and
+// fastPathEnabled() and fastPathSpinMicros() may be called from any thread.
 #pragma once
 
+#include <hidl_host/UniqueFd.h>
 #include <sched.h>
 #include <sys/types.h>
 #include <utils/Errors.h>
@@ -40,7 +45,7 @@ constexpr size_t kSlotBytes = 16 * 1024;
 constexpr size_t kMinBulkBytes = 64 * 1024;
 constexpr size_t kMaxBulkBytes = 2 * 1024 * 1024;
 
-struct Mailbox {
+struct MailSlot {
     std::atomic<uint32_t> seq;      // bumped for every message; the futex word
     std::atomic<uint32_t> rxState;  // what the receiver does, below
     // The receiver: the generation of the sender's bulk region it has mapped.
@@ -55,8 +60,8 @@ struct Mailbox {
 };
 
 struct SharedLayout {
-    Mailbox toServer;
-    Mailbox toClient;
+    MailSlot toServer;
+    MailSlot toClient;
 };
 
 // kInline: in bytes; kOnSocket: the next socket message; kInBulk: at the start
@@ -76,14 +81,14 @@ class SharedRegion {
     SharedRegion& operator=(const SharedRegion&) = delete;
 
     // A fresh region for a connection this process opened; *fd is the memfd
-    // to hand to the peer (the caller closes it once sent).
-    static std::unique_ptr<SharedRegion> create(int* fd);
+    // to hand to the peer.
+    static std::unique_ptr<SharedRegion> create(UniqueFd* fd);
     // The region a peer offered, checked: exact size, sealed so it cannot
-    // shrink under us. Null when it does not pass.
-    static std::unique_ptr<SharedRegion> adopt(int fd);
+    // shrink under us. Null when it does not pass. fd stays the caller's.
+    static std::unique_ptr<SharedRegion> adopt(const UniqueFd& fd);
 
-    Mailbox& out(bool client) { return client ? mLayout->toServer : mLayout->toClient; }
-    Mailbox& in(bool client) { return client ? mLayout->toClient : mLayout->toServer; }
+    MailSlot& out(bool client) { return client ? mLayout->toServer : mLayout->toClient; }
+    MailSlot& in(bool client) { return client ? mLayout->toClient : mLayout->toServer; }
 
   private:
     explicit SharedRegion(SharedLayout* layout) : mLayout(layout) {}
@@ -99,11 +104,12 @@ class BulkRegion {
     BulkRegion& operator=(const BulkRegion&) = delete;
 
     // A fresh region of size bytes (a power of two within the bounds); *fd
-    // is the memfd to offer (the caller closes it once sent).
-    static std::unique_ptr<BulkRegion> create(size_t size, int* fd);
+    // is the memfd to offer.
+    static std::unique_ptr<BulkRegion> create(size_t size, UniqueFd* fd);
     // A region offered by the peer, checked: a size within the bounds, and
     // sealed so that it cannot shrink under us. Null when it does not pass.
-    static std::unique_ptr<BulkRegion> adopt(int fd);
+    // fd stays the caller's.
+    static std::unique_ptr<BulkRegion> adopt(const UniqueFd& fd);
 
     uint8_t* data() const { return mData; }
     size_t size() const { return mSize; }

@@ -4,6 +4,9 @@
 // A message is a fixed header, then the binder table (one BinderRef per binder
 // object of the parcel), then the parcel's wire image. File descriptors of
 // native handles travel as SCM_RIGHTS with the header's first byte.
+//
+// The bottom layer: nothing here but types, constants and one pure check,
+// which any thread may use. Only Limits lies below it.
 #pragma once
 
 #include <cstddef>
