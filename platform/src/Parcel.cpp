@@ -48,9 +48,6 @@ Parcel::~Parcel() {
 }
 
 void Parcel::releaseOwned() {
-    for (int fd : mOwnedFds) {
-        if (fd >= 0) ::close(fd);
-    }
     mOwnedFds.clear();
     mOwnedBuffers.reset();
 }

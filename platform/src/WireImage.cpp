@@ -258,12 +258,14 @@ status_t WireImageCodec::rebuild(const uint8_t* bytes, size_t size, std::vector<
 }
 
 status_t WireImageCodec::rebuild(ImageBlock block, const uint8_t* bytes, size_t size,
-                                 std::vector<int> fds, BinderTranslator* translator, Parcel* out) {
+                                 std::vector<int> rawFds, BinderTranslator* translator,
+                                 Parcel* out) {
+    // Owned from here on: whatever fails below closes them.
+    std::vector<UniqueFd> fds;
+    fds.reserve(rawFds.size());
+    for (int fd : rawFds) fds.emplace_back(fd);
     out->freeData();
-    auto fail = [&fds, out](status_t err) {
-        for (int fd : fds) {
-            if (fd >= 0) ::close(fd);
-        }
+    auto fail = [out](status_t err) {
         out->freeData();
         return err;
     };
@@ -415,7 +417,7 @@ status_t WireImageCodec::rebuild(ImageBlock block, const uint8_t* bytes, size_t 
                     if (nextFd >= fds.size() || index != static_cast<int32_t>(nextFd)) {
                         return fail(BAD_VALUE);
                     }
-                    const int32_t fd = fds[nextFd++];
+                    const int32_t fd = fds[nextFd++].get();
                     memcpy(slots + k * sizeof(fd), &fd, sizeof(fd));
                 }
                 lastMinOffset = fda.parent_offset + fda.num_fds * sizeof(int32_t);

@@ -12,6 +12,7 @@
 #include <cutils/native_handle.h>
 #include <hidl_host/ImageBlock.h>
 #include <hidl_host/ParcelBytes.h>
+#include <hidl_host/UniqueFd.h>
 #include <linux/android/binder.h>
 #include <utils/Errors.h>
 #include <utils/RefBase.h>
@@ -181,7 +182,7 @@ class Parcel {
     std::vector<sp<IBinder>> mBinders;
     // Memory and fds owned by a parcel rebuilt from a wire image.
     host::ImageBlock mOwnedBuffers;
-    std::vector<int> mOwnedFds;
+    std::vector<host::UniqueFd> mOwnedFds;
     mutable size_t mDataPos = 0;
     mutable size_t mNextObjectHint = 0;
 };
