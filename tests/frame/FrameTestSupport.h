@@ -20,15 +20,9 @@
 #include <memory>
 #include <vector>
 
-namespace zuv_test {
+#include "TestNames.h"
 
-namespace fp = ::vendor::zuv::hardware::fingerprint::V1_0;
-using ::android::OK;
-using ::android::sp;
-using ::android::status_t;
-using ::android::hardware::BHwBinder;
-using ::android::hardware::IBinder;
-using ::android::hardware::Parcel;
+namespace zuv_test {
 
 // Keeps binders found in a recorded request by index, so the copy can be
 // rebuilt without a transport.

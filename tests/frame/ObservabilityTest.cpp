@@ -9,15 +9,11 @@
 #include <vector>
 
 #include "FrameTestSupport.h"
-#include "TraceRecorder.h"
+#include "TestNames.h"
+#include "TraceCapture.h"
 
 namespace zuv_test {
 namespace {
-
-using ::android::hardware::hidl_string;
-using ::android::hardware::Return;
-using ::android::hardware::Void;
-namespace host = ::android::hardware::host;
 
 struct Event {
     int event;

@@ -8,13 +8,12 @@
 
 #include "EventRecorder.h"
 #include "FrameTestSupport.h"
+#include "TestNames.h"
 
 namespace zuv_test {
 namespace {
 
 using ::android::hardware::hidl_death_recipient;
-using ::android::hardware::hidl_string;
-using ::android::hardware::Status;
 
 sp<fp::IZuvExtendedFingerprint> proxyAnswering(RecordingBinder::Responder responder) {
     return new fp::BpHwZuvExtendedFingerprint(new RecordingBinder(std::move(responder)));

@@ -11,14 +11,11 @@
 #include <vector>
 
 #include "FrameTestSupport.h"
+#include "TestNames.h"
 
 namespace zuv_test {
 namespace {
 
-using ::android::hardware::hidl_string;
-using ::android::hardware::hidl_vec;
-using ::android::hardware::Return;
-using ::android::hardware::Void;
 using ::testing::NiceMock;
 using Callback = NiceMock<fp::MockZuvExtendedFingerprintCallback>;
 

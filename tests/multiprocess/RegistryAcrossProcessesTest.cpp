@@ -8,6 +8,7 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "ProcessHarness.h"
@@ -124,7 +125,11 @@ TEST_F(RegistryAcrossProcesses, LookupsWaitOnlyWhenAskedAndOnlyAsLongAsConfigure
     EXPECT_NE(gaveUp.find(runtimeDir() + "/hwservicemanager.sock"), std::string::npos);
 
     // ... and finds a service registered while it waits.
+    // Another interface's registration under the name does not end the wait.
     ASSERT_TRUE(patient->send("get late"));
+    std::this_thread::sleep_for(100ms);  // waiting by then
+    EXPECT_EQ(server->ask("register late vendor.zuv.other@1.0::IOther", "registered"),
+              "registered late 0");
     EXPECT_TRUE(registered(*server, "late"));
     auto late = patient->line("got late");
     ASSERT_TRUE(late);
@@ -241,6 +246,11 @@ TEST_F(RegistryAcrossProcesses, ANameBelongsToItsProcessUntilItDies) {
               std::string::npos)
             << fileText(intruderLog);
     EXPECT_NE(fileText(intruderLog).find("registered by pid " + ownerPid), std::string::npos);
+    // The intruder's exit does not take the owner's entry with it.
+    intruder->send("exit");
+    ASSERT_TRUE(intruder->waitExit(kLineTimeout));
+    EXPECT_EQ(found(*client, "get", "fp"), "remote");
+    EXPECT_EQ(client->ask("whois fp", "whois"), "whois fp " + ownerPid);
 
     // The owner may replace its own registration.
     EXPECT_TRUE(registered(*owner, "fp"));

@@ -1,25 +1,25 @@
 // Every operation, called from JSON through the public descriptions, crosses
-// a proxy and a stub (loopback) and comes out of the call observer on both
-// sides as the same JSON: each wire type's codec both ways, the typed values
-// the frame hands an observer, and the parameter names.
+// a proxy and a stub (loopback) to a stand-in and back, with each type's
+// extremes and its empty values: arguments and result arrive unchanged, and
+// the call observer on both sides shows them as the same JSON. Each wire
+// type's marshalling both ways, the typed values the frame hands an observer,
+// and the parameter names.
 #include <gtest/gtest.h>
+#include <hidl/HidlBinderSupport.h>
 #include <hidl_host/Loopback.h>
 #include <hidl_host/frame/CallObserver.h>
-#include <vendor/zuv/hardware/fingerprint/1.0/BnHwDaxAndroidServices.h>
-#include <vendor/zuv/hardware/fingerprint/1.0/BnHwZuvExtendedFingerprint.h>
-#include <vendor/zuv/hardware/fingerprint/1.0/BnHwZuvExtendedFingerprintCallback.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/BpHwDaxAndroidServices.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/BpHwZuvExtendedFingerprint.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/BpHwZuvExtendedFingerprintCallback.h>
-#include <vendor/zuv/hardware/fingerprint/1.0/MockDaxAndroidServices.h>
-#include <vendor/zuv/hardware/fingerprint/1.0/MockZuvExtendedFingerprint.h>
-#include <vendor/zuv/hardware/fingerprint/1.0/MockZuvExtendedFingerprintCallback.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/Operations.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/StandIn.h>
 
 #include <map>
 #include <ostream>
 #include <string>
 #include <tuple>
+
+#include "TestNames.h"
 
 namespace {
 
@@ -27,28 +27,44 @@ using namespace ::vendor::zuv::hardware::fingerprint::V1_0;            // NOLINT
 using namespace ::vendor::zuv::hardware::fingerprint::V1_0::describe;  // NOLINT
 namespace frame = ::android::hardware::frame;
 using ::android::hardware::IInterface;
-using ::testing::NiceMock;
+using ::android::hardware::host::loopbackProxyFor;
 
-// A sample value of a type as `describe` names it.
-json sample(const std::string& type) {
-    if (type == "bool") return true;
-    if (type == "string") return "text";
-    if (type == "vec<uint8_t>") return "0a0b";  // bytes print as hex
-    if (type.rfind("vec<", 0) == 0) {
-        const json v = sample(type.substr(4, type.size() - 5));
-        return json::array({v, v});
-    }
-    if (type.back() == ']') {  // uint8_t[N]
+// A value of a type as `describe` names it: its extremes (a value that
+// comes back truncated or sign-extended differs), or with `empty` its zero
+// value and empty strings and vectors.
+json sample(const std::string& type, bool empty) {
+    static const std::map<std::string, json> kExtremes = {
+            {"bool", true},
+            {"int8_t", -128},
+            {"uint8_t", 255},
+            {"uint16_t", 65535},
+            {"int32_t", -2147483647 - 1},
+            {"uint32_t", 4294967295u},
+            {"uint64_t", uint64_t{1} << 63},
+            {"string", "text \"quoted\""},
+            {"vec<uint8_t>", "00ff80"},  // bytes print as hex
+    };
+    if (type.back() == ']') {  // uint8_t[N], as hex
         const size_t n = std::stoul(type.substr(type.find('[') + 1));
-        return std::string(2 * n, 'a');
+        std::string hex;
+        for (size_t i = 0; i < n; ++i) hex += empty ? "00" : i % 2 ? "f0" : "0f";
+        return hex;
     }
-    if (type[0] == 'I') return nullptr;  // an interface object
+    if (findInterface(type) != nullptr) return nullptr;  // an interface object
     if (const RecordInfo* r = findRecord(type)) {
         json out = json::object();
-        for (const Param& m : r->members) out[m.name] = sample(m.type);
+        for (const Param& m : r->members) out[m.name] = sample(m.type, empty);
         return out;
     }
-    return 7;  // an integer that fits every width
+    if (empty) {
+        if (type == "string" || type == "vec<uint8_t>") return "";
+        return type.rfind("vec<", 0) == 0 ? json::array() : json(0);
+    }
+    if (type.rfind("vec<", 0) == 0 && type != "vec<uint8_t>") {
+        const json v = sample(type.substr(4, type.size() - 5), false);
+        return json::array({v, sample(type.substr(4, type.size() - 5), true), v});
+    }
+    return kExtremes.at(type);
 }
 
 // What the observer was shown of each side of one call, as JSON.
@@ -86,17 +102,20 @@ class Capture final : public frame::CallObserver {
     }
 };
 
-sp<IBase> loopbackOf(const std::string& interface) {
-    using ::android::hardware::host::loopbackProxyFor;
-    if (interface == "IZuvExtendedFingerprint")
-        return new BpHwZuvExtendedFingerprint(loopbackProxyFor(
-                new BnHwZuvExtendedFingerprint(new NiceMock<MockZuvExtendedFingerprint>)));
-    if (interface == "IZuvExtendedFingerprintCallback")
-        return new BpHwZuvExtendedFingerprintCallback(
-                loopbackProxyFor(new BnHwZuvExtendedFingerprintCallback(
-                        new NiceMock<MockZuvExtendedFingerprintCallback>)));
-    return new BpHwDaxAndroidServices(
-            loopbackProxyFor(new BnHwDaxAndroidServices(new NiceMock<MockDaxAndroidServices>)));
+// A proxy, through the loopback transport, of a stand-in answering `result`.
+sp<IBase> loopbackOf(const InterfaceOps& iface, const json& result) {
+    sp<IBase> standIn = makeStandIn(iface, [result](const StandInCall&) {
+        StandInAnswer a;
+        a.result = result;
+        return a;
+    });
+    sp<IBinder> stub = loopbackProxyFor(static_cast<BHwBinder*>(
+            ::android::hardware::getOrCreateCachedBinder(standIn.get()).get()));
+    if (iface.name == "IZuvExtendedFingerprint") return new BpHwZuvExtendedFingerprint(stub);
+    if (iface.name == "IZuvExtendedFingerprintCallback") {
+        return new BpHwZuvExtendedFingerprintCallback(stub);
+    }
+    return new BpHwDaxAndroidServices(stub);
 }
 
 struct Case {
@@ -111,25 +130,30 @@ void PrintTo(const Case& c, std::ostream* os) {
 
 class DescribeTest : public ::testing::TestWithParam<Case> {};
 
+// Both sides see the arguments sent and the caller the result answered.
 TEST_P(DescribeTest, ArgumentsAndResultCrossAsTheSameJson) {
     const Operation& op = *GetParam().op;
-    json args = json::array(), byName = json::object();
-    for (const Param& p : op.params) {
-        byName[p.name] = p.isCallbackObject ? json() : sample(p.type);
-        if (!p.isCallbackObject) args.push_back(byName[p.name]);
-    }
-    Capture capture;
-    frame::setCallObserver(&capture);
-    const Outcome out = op.invoke(loopbackOf(GetParam().iface->name), args, nullptr);
-    frame::setCallObserver(nullptr);
+    for (bool empty : {false, true}) {
+        SCOPED_TRACE(empty ? "zero values" : "extremes");
+        json args = json::array(), byName = json::object();
+        for (const Param& p : op.params) {
+            byName[p.name] = p.isCallbackObject ? json() : sample(p.type, empty);
+            if (!p.isCallbackObject) args.push_back(byName[p.name]);
+        }
+        const json result = op.result.type.empty() ? json() : sample(op.result.type, empty);
+        Capture capture;
+        frame::setCallObserver(&capture);
+        const Outcome out = op.invoke(loopbackOf(*GetParam().iface, result), args, nullptr);
+        frame::setCallObserver(nullptr);
 
-    ASSERT_TRUE(out.ok) << out.status;
-    EXPECT_EQ(byName, capture.args[0]);
-    EXPECT_EQ(byName, capture.args[1]);
-    EXPECT_EQ(op.result.type.empty(), out.result.is_null());
-    if (op.shape != "oneway") {
-        EXPECT_EQ(out.result, capture.results[0]);
-        EXPECT_EQ(out.result, capture.results[1]);
+        ASSERT_TRUE(out.ok) << out.status;
+        EXPECT_EQ(byName, capture.args[0]);
+        EXPECT_EQ(byName, capture.args[1]);
+        if (op.shape != "oneway") {
+            EXPECT_EQ(result, out.result);
+            EXPECT_EQ(result, capture.results[0]);
+            EXPECT_EQ(result, capture.results[1]);
+        }
     }
 }
 

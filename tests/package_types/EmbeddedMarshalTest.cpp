@@ -18,17 +18,12 @@
 #include <utility>
 #include <vector>
 
+#include "TestNames.h"
 #include "types/EmbeddedVector.h"
 
 namespace zuv_test {
 namespace {
 
-namespace fp = ::vendor::zuv::hardware::fingerprint::V1_0;
-
-using ::android::OK;
-using ::android::hardware::hidl_string;
-using ::android::hardware::hidl_vec;
-using ::android::hardware::Parcel;
 using ::android::hardware::host::WireImage;
 using ::android::hardware::host::WireImageCodec;
 using ::testing::ElementsAre;

@@ -10,15 +10,12 @@
 #include <sstream>
 #include <thread>
 
+#include "TestNames.h"
 #include "fuzz/FuzzEncoding.h"
 
 namespace {
 
 using namespace ::vendor::zuv::hardware::fingerprint::V1_0;  // NOLINT
-using ::android::hardware::hidl_string;
-using ::android::hardware::hidl_vec;
-using ::android::hardware::Return;
-using ::android::hardware::Void;
 using ::android::hardware::host::fuzzService;
 using zuv_fuzz_service::encodeCalls;
 using zuv_fuzz_service::json;

@@ -26,18 +26,12 @@
 #include <vector>
 
 #include "EventRecorder.h"
-#include "TraceRecorder.h"
+#include "TestNames.h"
+#include "TraceCapture.h"
 
 namespace zuv_test {
 namespace {
 
-namespace fp = ::vendor::zuv::hardware::fingerprint::V1_0;
-using ::android::sp;
-using ::android::hardware::hidl_string;
-using ::android::hardware::hidl_vec;
-using ::android::hardware::Return;
-using ::android::hardware::Status;
-using ::android::hardware::Void;
 using ::testing::NiceMock;
 using Callback = NiceMock<fp::MockZuvExtendedFingerprintCallback>;
 

@@ -20,25 +20,14 @@
 #include <string>
 #include <vector>
 
+#include "TestNames.h"
+
 namespace {
 
-using ::android::OK;
-using ::android::sp;
-using ::android::status_t;
-using ::android::hardware::BHwBinder;
-using ::android::hardware::hidl_handle;
-using ::android::hardware::hidl_string;
-using ::android::hardware::hidl_vec;
-using ::android::hardware::IBinder;
-using ::android::hardware::Parcel;
-using ::android::hardware::Return;
-using ::android::hardware::Void;
 using ::android::hidl::base::V1_0::BnHwBase;
 using ::android::hidl::base::V1_0::BpHwBase;
 using ::android::hidl::base::V1_0::DebugInfo;
-using ::android::hidl::base::V1_0::IBase;
 using namespace ::android::hidl::manager::V1_0;  // NOLINT: the manager's classes
-namespace host = ::android::hardware::host;
 
 // Binders become their order of appearance in the parcel.
 class CountingTranslator : public host::BinderTranslator {
