@@ -1,71 +1,27 @@
 // Every operation, called from JSON through the public descriptions, crosses
-// a proxy and a stub (loopback) to a stand-in and back, with each type's
-// extremes and its empty values: arguments and result arrive unchanged, and
-// the call observer on both sides shows them as the same JSON. Each wire
-// type's marshalling both ways, the typed values the frame hands an observer,
-// and the parameter names.
+// a proxy and the interface's stub (loopback) to a stand-in and back, with
+// each type's extremes and its empty values: arguments and result arrive
+// unchanged, and the call observer on both sides shows them as the same JSON.
+// Each wire type's marshalling both ways, the typed values the frame hands an
+// observer, and the parameter names.
 #include <gtest/gtest.h>
-#include <hidl/HidlBinderSupport.h>
 #include <hidl_host/Loopback.h>
 #include <hidl_host/frame/CallObserver.h>
-#include <vendor/zuv/hardware/fingerprint/1.0/BpHwDaxAndroidServices.h>
-#include <vendor/zuv/hardware/fingerprint/1.0/BpHwZuvExtendedFingerprint.h>
-#include <vendor/zuv/hardware/fingerprint/1.0/BpHwZuvExtendedFingerprintCallback.h>
-#include <vendor/zuv/hardware/fingerprint/1.0/Operations.h>
-#include <vendor/zuv/hardware/fingerprint/1.0/StandIn.h>
 
 #include <map>
 #include <ostream>
 #include <string>
 #include <tuple>
 
+#include "OperationSamples.h"
 #include "TestNames.h"
 
+namespace zuv_test {
 namespace {
 
-using namespace ::vendor::zuv::hardware::fingerprint::V1_0;            // NOLINT
-using namespace ::vendor::zuv::hardware::fingerprint::V1_0::describe;  // NOLINT
 namespace frame = ::android::hardware::frame;
 using ::android::hardware::IInterface;
 using ::android::hardware::host::loopbackProxyFor;
-
-// A value of a type as `describe` names it: its extremes (a value that
-// comes back truncated or sign-extended differs), or with `empty` its zero
-// value and empty strings and vectors.
-json sample(const std::string& type, bool empty) {
-    static const std::map<std::string, json> kExtremes = {
-            {"bool", true},
-            {"int8_t", -128},
-            {"uint8_t", 255},
-            {"uint16_t", 65535},
-            {"int32_t", -2147483647 - 1},
-            {"uint32_t", 4294967295u},
-            {"uint64_t", uint64_t{1} << 63},
-            {"string", "text \"quoted\""},
-            {"vec<uint8_t>", "00ff80"},  // bytes print as hex
-    };
-    if (type.back() == ']') {  // uint8_t[N], as hex
-        const size_t n = std::stoul(type.substr(type.find('[') + 1));
-        std::string hex;
-        for (size_t i = 0; i < n; ++i) hex += empty ? "00" : i % 2 ? "f0" : "0f";
-        return hex;
-    }
-    if (findInterface(type) != nullptr) return nullptr;  // an interface object
-    if (const RecordInfo* r = findRecord(type)) {
-        json out = json::object();
-        for (const Param& m : r->members) out[m.name] = sample(m.type, empty);
-        return out;
-    }
-    if (empty) {
-        if (type == "string" || type == "vec<uint8_t>") return "";
-        return type.rfind("vec<", 0) == 0 ? json::array() : json(0);
-    }
-    if (type.rfind("vec<", 0) == 0 && type != "vec<uint8_t>") {
-        const json v = sample(type.substr(4, type.size() - 5), false);
-        return json::array({v, sample(type.substr(4, type.size() - 5), true), v});
-    }
-    return kExtremes.at(type);
-}
 
 // What the observer was shown of each side of one call, as JSON.
 class Capture final : public frame::CallObserver {
@@ -102,22 +58,6 @@ class Capture final : public frame::CallObserver {
     }
 };
 
-// A proxy, through the loopback transport, of a stand-in answering `result`.
-sp<IBase> loopbackOf(const InterfaceOps& iface, const json& result) {
-    sp<IBase> standIn = makeStandIn(iface, [result](const StandInCall&) {
-        StandInAnswer a;
-        a.result = result;
-        return a;
-    });
-    sp<IBinder> stub = loopbackProxyFor(static_cast<BHwBinder*>(
-            ::android::hardware::getOrCreateCachedBinder(standIn.get()).get()));
-    if (iface.name == "IZuvExtendedFingerprint") return new BpHwZuvExtendedFingerprint(stub);
-    if (iface.name == "IZuvExtendedFingerprintCallback") {
-        return new BpHwZuvExtendedFingerprintCallback(stub);
-    }
-    return new BpHwDaxAndroidServices(stub);
-}
-
 struct Case {
     const InterfaceOps* iface;
     const Operation* op;
@@ -135,15 +75,15 @@ TEST_P(DescribeTest, ArgumentsAndResultCrossAsTheSameJson) {
     const Operation& op = *GetParam().op;
     for (bool empty : {false, true}) {
         SCOPED_TRACE(empty ? "zero values" : "extremes");
-        json args = json::array(), byName = json::object();
-        for (const Param& p : op.params) {
-            byName[p.name] = p.isCallbackObject ? json() : sample(p.type, empty);
-            if (!p.isCallbackObject) args.push_back(byName[p.name]);
-        }
+        json args, byName;
+        sampleArgs(op, empty, &args, &byName);
         const json result = op.result.type.empty() ? json() : sample(op.result.type, empty);
         Capture capture;
         frame::setCallObserver(&capture);
-        const Outcome out = op.invoke(loopbackOf(*GetParam().iface, result), args, nullptr);
+        const Outcome out = op.invoke(
+                standInProxy(*GetParam().iface, result,
+                             [](const sp<BHwBinder>& stub) { return loopbackProxyFor(stub); }),
+                args, nullptr);
         frame::setCallObserver(nullptr);
 
         ASSERT_TRUE(out.ok) << out.status;
@@ -170,3 +110,4 @@ INSTANTIATE_TEST_SUITE_P(AllOperations, DescribeTest, ::testing::ValuesIn(allCas
                          });
 
 }  // namespace
+}  // namespace zuv_test
