@@ -34,11 +34,6 @@ struct ConfigFingerprint : fp::MockZuvExtendedFingerprint {
     }
 };
 
-const std::string kClient = "IZuvExtendedFingerprint::getConfigValue (client)";
-const std::string kServer = "IZuvExtendedFingerprint::getConfigValue (server)";
-const std::vector<std::string> kOneCall = {"B " + kClient, "B " + kServer, "E " + kServer,
-                                           "E " + kClient};
-
 long currentTid() {
     return static_cast<long>(syscall(SYS_gettid));
 }
