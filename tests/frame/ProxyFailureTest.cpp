@@ -13,8 +13,8 @@ namespace {
 
 using ::android::hardware::hidl_death_recipient;
 
-sp<fp::IZuvExtendedFingerprint> proxyAnswering(RecordingBinder::Responder responder) {
-    return new fp::BpHwZuvExtendedFingerprint(new RecordingBinder(std::move(responder)));
+sp<fp::IZuvExtendedFingerprint> proxyAnswering(ScriptedBinder::Responder responder) {
+    return new fp::BpHwZuvExtendedFingerprint(new ScriptedBinder(std::move(responder)));
 }
 
 // A failed call reports its entry but no exit, and never calls the caller's
@@ -70,18 +70,17 @@ TEST(ProxyFailureTest, ShortReplies) {
 TEST(ProxyFailureTest, OnewayReadsNoReply) {
     EventRecorder counter;
     // Even an exception in the reply is not looked at.
-    sp<RecordingBinder> remote =
-            new RecordingBinder([](Parcel* reply, const std::function<void()>&) {
-                ::android::hardware::writeToParcel(Status::fromExceptionCode(-5, "no"), reply);
-                return OK;
-            });
+    sp<ScriptedBinder> remote = new ScriptedBinder([](Parcel* reply, const std::function<void()>&) {
+        ::android::hardware::writeToParcel(Status::fromExceptionCode(-5, "no"), reply);
+        return OK;
+    });
     sp<fp::IDaxAndroidServices> proxy = new fp::BpHwDaxAndroidServices(remote);
     EXPECT_TRUE(proxy->showLivenessAlert().isOk());
     EXPECT_EQ((std::vector<int>{2, 3}), counter.numbers());
 }
 
 // A remote binder whose death-link answers are scripted.
-class LinkScriptBinder : public RecordingBinder {
+class LinkScriptBinder : public BHwBinder {
   public:
     status_t linkResult = OK;
     int unlinkCalls = 0;
