@@ -95,7 +95,7 @@ TEST_F(RegistryAcrossProcesses, LookupsWaitOnlyWhenAskedAndOnlyAsLongAsConfigure
     auto sm = manager();
     auto server = peer();
     const std::string impatientLog = mDir.path() + "/impatient.log";
-    auto impatient = started({ZUV_TEST_PEER_PATH}, {{"ZUV_HIDL_GET_SERVICE_TIMEOUT_MS", "300"}},
+    auto impatient = started({ZUV_TEST_PEER_PATH}, {{"ZUV_HIDL_GET_SERVICE_TIMEOUT_MS", "200"}},
                              impatientLog);
     auto patient = peer();
     ASSERT_TRUE(sm && server && impatient && patient);
@@ -116,10 +116,10 @@ TEST_F(RegistryAcrossProcesses, LookupsWaitOnlyWhenAskedAndOnlyAsLongAsConfigure
     auto timedOut = impatient->ask("get nobody", "got nobody");
     ASSERT_TRUE(timedOut);
     EXPECT_EQ(timedOut->substr(0, 15), "got nobody null");
-    EXPECT_GE(elapsedMs(*timedOut), 300);
+    EXPECT_GE(elapsedMs(*timedOut), 200);
     EXPECT_LT(elapsedMs(*timedOut), 20000);
     const std::string gaveUp = fileText(impatientLog);
-    EXPECT_NE(gaveUp.find("getService gave up on vendor.zuv.test@1.0::ITest/nobody after 300 ms"),
+    EXPECT_NE(gaveUp.find("getService gave up on vendor.zuv.test@1.0::ITest/nobody after 200 ms"),
               std::string::npos)
             << gaveUp;
     EXPECT_NE(gaveUp.find(runtimeDir() + "/hwservicemanager.sock"), std::string::npos);
@@ -127,7 +127,7 @@ TEST_F(RegistryAcrossProcesses, LookupsWaitOnlyWhenAskedAndOnlyAsLongAsConfigure
     // ... and finds a service registered while it waits.
     // Another interface's registration under the name does not end the wait.
     ASSERT_TRUE(patient->send("get late"));
-    std::this_thread::sleep_for(100ms);  // waiting by then
+    std::this_thread::sleep_for(50ms);  // waiting by then
     EXPECT_EQ(server->ask("register late vendor.zuv.other@1.0::IOther", "registered"),
               "registered late 0");
     EXPECT_TRUE(registered(*server, "late"));
