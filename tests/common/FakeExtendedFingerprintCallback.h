@@ -1,5 +1,6 @@
 // An IZuvExtendedFingerprintCallback that accepts every report and does
-// nothing, for the fuzzers. Unit tests use the package's mocks.
+// nothing, for the fuzzers and the stalled client, which override what
+// they need. Unit tests use the package's mocks.
 #pragma once
 
 #include <vendor/zuv/hardware/fingerprint/1.0/IZuvExtendedFingerprintCallback.h>

@@ -1,12 +1,10 @@
-// Shared pieces of the frame tests: a binder that records what a proxy sends
-// and answers with a scripted reply, and the loopback wiring of a proxy to a
-// stub. Interface arguments travel as the stubs the library registers when it
-// loads.
+// Shared pieces of the frame tests: a binder that answers a proxy with a
+// scripted reply, and the loopback wiring of a proxy to a stub. Interface
+// arguments travel as the stubs the library registers when it loads.
 #pragma once
 
 #include <hidl/HidlBinderSupport.h>
 #include <hidl_host/Loopback.h>
-#include <hidl_host/WireImage.h>
 #include <hwbinder/Binder.h>
 #include <hwbinder/Parcel.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/BnHwDaxAndroidServices.h>
@@ -17,76 +15,23 @@
 #include <vendor/zuv/hardware/fingerprint/1.0/BpHwZuvExtendedFingerprintCallback.h>
 
 #include <functional>
-#include <memory>
-#include <vector>
+
+#include "TestNames.h"
 
 namespace zuv_test {
 
-namespace fp = ::vendor::zuv::hardware::fingerprint::V1_0;
-using ::android::OK;
-using ::android::sp;
-using ::android::status_t;
-using ::android::hardware::BHwBinder;
-using ::android::hardware::IBinder;
-using ::android::hardware::Parcel;
-
-// Keeps binders found in a recorded request by index, so the copy can be
-// rebuilt without a transport.
-class IndexTranslator : public ::android::hardware::host::BinderTranslator {
+// Stands where a remote service would be and answers through a script.
+class ScriptedBinder : public BHwBinder {
   public:
-    status_t flattenBinder(const sp<IBinder>& binder, uint32_t* type, uint64_t* ref) override {
-        mBinders.push_back(binder);
-        *type = BINDER_TYPE_HANDLE;
-        *ref = mBinders.size() - 1;
-        return OK;
-    }
-    status_t unflattenBinder(uint32_t, uint64_t ref, sp<IBinder>* out) override {
-        if (ref >= mBinders.size()) return ::android::BAD_VALUE;
-        *out = mBinders[ref];
-        return OK;
-    }
-
-  private:
-    std::vector<sp<IBinder>> mBinders;
-};
-
-// Copies a parcel into fresh memory through the wire image, as a transport
-// would, so that nothing in the copy points at the writer's buffers.
-inline std::unique_ptr<Parcel> copyThroughImage(const Parcel& parcel) {
-    auto translator = std::make_shared<IndexTranslator>();
-    ::android::hardware::host::WireImage image;
-    auto copy = std::make_unique<Parcel>();
-    if (::android::hardware::host::WireImageCodec::flatten(parcel, translator.get(), &image) !=
-                OK ||
-        ::android::hardware::host::WireImageCodec::rebuild(
-                image.bytes.data(), image.bytes.size(), {}, translator.get(), copy.get()) != OK) {
-        return nullptr;
-    }
-    return copy;
-}
-
-// Stands where a remote service would be: records each transaction and
-// answers through a script.
-class RecordingBinder : public BHwBinder {
-  public:
-    struct Transaction {
-        uint32_t code;
-        uint32_t flags;
-        std::unique_ptr<Parcel> request;
-    };
     // Fills the reply and returns the transport result; `deliver` hands the
     // reply to the proxy's reply callback, as a transport does.
     using Responder = std::function<status_t(Parcel* reply, const std::function<void()>& deliver)>;
 
-    explicit RecordingBinder(Responder responder = nullptr) : mResponder(std::move(responder)) {}
-
-    std::vector<Transaction> transactions;
+    explicit ScriptedBinder(Responder responder) : mResponder(std::move(responder)) {}
 
   protected:
-    status_t onTransact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags,
+    status_t onTransact(uint32_t, const Parcel&, Parcel* reply, uint32_t,
                         TransactCallback callback) override {
-        transactions.push_back({code, flags, copyThroughImage(data)});
-        if (!mResponder) return OK;
         return mResponder(reply, [&] {
             if (callback) callback(*reply);
         });
@@ -97,7 +42,7 @@ class RecordingBinder : public BHwBinder {
 };
 
 // A reply holding an OK status followed by whatever `fill` writes.
-inline RecordingBinder::Responder replyOk(std::function<void(Parcel*)> fill = nullptr) {
+inline ScriptedBinder::Responder replyOk(std::function<void(Parcel*)> fill = nullptr) {
     return [fill](Parcel* reply, const std::function<void()>& deliver) {
         ::android::hardware::writeToParcel(::android::hardware::Status::ok(), reply);
         if (fill) fill(reply);

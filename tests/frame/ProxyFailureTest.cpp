@@ -4,20 +4,17 @@
 #include <hidl_host/Instrumentation.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/MockZuvExtendedFingerprint.h>
 
-#include <atomic>
-
 #include "EventRecorder.h"
 #include "FrameTestSupport.h"
+#include "TestNames.h"
 
 namespace zuv_test {
 namespace {
 
 using ::android::hardware::hidl_death_recipient;
-using ::android::hardware::hidl_string;
-using ::android::hardware::Status;
 
-sp<fp::IZuvExtendedFingerprint> proxyAnswering(RecordingBinder::Responder responder) {
-    return new fp::BpHwZuvExtendedFingerprint(new RecordingBinder(std::move(responder)));
+sp<fp::IZuvExtendedFingerprint> proxyAnswering(ScriptedBinder::Responder responder) {
+    return new fp::BpHwZuvExtendedFingerprint(new ScriptedBinder(std::move(responder)));
 }
 
 // A failed call reports its entry but no exit, and never calls the caller's
@@ -73,18 +70,17 @@ TEST(ProxyFailureTest, ShortReplies) {
 TEST(ProxyFailureTest, OnewayReadsNoReply) {
     EventRecorder counter;
     // Even an exception in the reply is not looked at.
-    sp<RecordingBinder> remote =
-            new RecordingBinder([](Parcel* reply, const std::function<void()>&) {
-                ::android::hardware::writeToParcel(Status::fromExceptionCode(-5, "no"), reply);
-                return OK;
-            });
+    sp<ScriptedBinder> remote = new ScriptedBinder([](Parcel* reply, const std::function<void()>&) {
+        ::android::hardware::writeToParcel(Status::fromExceptionCode(-5, "no"), reply);
+        return OK;
+    });
     sp<fp::IDaxAndroidServices> proxy = new fp::BpHwDaxAndroidServices(remote);
     EXPECT_TRUE(proxy->showLivenessAlert().isOk());
     EXPECT_EQ((std::vector<int>{2, 3}), counter.numbers());
 }
 
 // A remote binder whose death-link answers are scripted.
-class LinkScriptBinder : public RecordingBinder {
+class LinkScriptBinder : public BHwBinder {
   public:
     status_t linkResult = OK;
     int unlinkCalls = 0;
@@ -96,21 +92,15 @@ class LinkScriptBinder : public RecordingBinder {
     }
 };
 
-struct CountingRecipient : hidl_death_recipient {
-    void serviceDied(uint64_t cookie,
-                     const ::android::wp<::android::hidl::base::V1_0::IBase>&) override {
-        ++deaths;
-        lastCookie = cookie;
-    }
-    std::atomic<int> deaths{0};
-    uint64_t lastCookie = 0;
+struct Recipient : hidl_death_recipient {
+    void serviceDied(uint64_t, const wp<IBase>&) override {}
 };
 
 TEST(ProxyDeathTest, UnlinkFindsEveryLinkEvenARefusedOneOnceEach) {
     sp<LinkScriptBinder> remote = new LinkScriptBinder;
     sp<fp::IZuvExtendedFingerprint> proxy = new fp::BpHwZuvExtendedFingerprint(remote);
-    sp<CountingRecipient> a = new CountingRecipient;
-    sp<CountingRecipient> b = new CountingRecipient;
+    sp<Recipient> a = new Recipient;
+    sp<Recipient> b = new Recipient;
     EXPECT_TRUE(proxy->linkToDeath(a, 1));
     remote->linkResult = ::android::INVALID_OPERATION;
     EXPECT_FALSE(proxy->linkToDeath(a, 2));
@@ -123,23 +113,16 @@ TEST(ProxyDeathTest, UnlinkFindsEveryLinkEvenARefusedOneOnceEach) {
     EXPECT_EQ(3, remote->unlinkCalls);
 }
 
-TEST(ProxyDeathTest, PeerDeathFailsCallsAndTellsRecipientsOnce) {
-    sp<fp::IZuvExtendedFingerprint> impl = new ::testing::NiceMock<fp::MockZuvExtendedFingerprint>;
+// Recipients told once with their cookie: BaseOverLoopback's Death cases, on
+// the same bookkeeping every proxy shares.
+TEST(ProxyDeathTest, UncheckedFailureFromADeadPeerEndsTheProcessNamingTheCall) {
     sp<IBinder> stub;
     auto proxy = loopbackProxy<fp::BnHwZuvExtendedFingerprint, fp::BpHwZuvExtendedFingerprint>(
-            impl, &stub);
-    sp<CountingRecipient> recipient = new CountingRecipient;
-    ASSERT_TRUE(proxy->linkToDeath(recipient, 0xC00C1E));
-    ASSERT_TRUE(proxy->cancel().isOk());
-
+            sp<fp::IZuvExtendedFingerprint>(
+                    new ::testing::NiceMock<fp::MockZuvExtendedFingerprint>),
+            &stub);
     ASSERT_TRUE(::android::hardware::host::killLoopbackTarget(stub));
-    auto after = proxy->cancel();
-    EXPECT_TRUE(after.isDeadObject());
-    ::android::hardware::host::killLoopbackTarget(stub);
-    EXPECT_EQ(1, recipient->deaths.load());
-    EXPECT_EQ(0xC00C1Eu, recipient->lastCookie);
-
-    // Dropping the failure unchecked ends the process, naming the call once.
+    EXPECT_TRUE(proxy->cancel().isDeadObject());
     EXPECT_DEATH(
             (void)proxy->cancel(),
             "^[^\n]*IZuvExtendedFingerprint::cancel: Failed HIDL return status not "

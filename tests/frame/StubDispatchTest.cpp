@@ -10,15 +10,12 @@
 #include <tuple>
 
 #include "FrameTestSupport.h"
-#include "TraceRecorder.h"
+#include "TestNames.h"
+#include "TraceCapture.h"
 
 namespace zuv_test {
 namespace {
 
-using ::android::hardware::hidl_string;
-using ::android::hardware::Return;
-using ::android::hardware::Status;
-using ::android::hardware::Void;
 using ::testing::NiceMock;
 
 struct CountingFingerprint : fp::MockZuvExtendedFingerprint {

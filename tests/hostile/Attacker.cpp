@@ -4,8 +4,8 @@
 //
 //   pipeline SOCKET N        N connections pipelining empty two-way calls, never reading
 //   fds SOCKET FRAMES FDS    messages declaring no descriptors, each carrying FDS of them
-//   hold SOCKET N            N idle connections
-//   bloat SOCKET N BYTES     N connections, each sending only a header announcing BYTES
+//   hold SOCKET N [BYTES]    N connections, idle or each sending only a header
+//                            announcing BYTES
 //   refs SOCKET COUNT        one call naming COUNT binder references
 //   stuck-listener           a registration listener whose socket never accepts
 //   sink NAME                serves NAME, counting its oneway calls ("count" answers)
@@ -63,16 +63,11 @@
 #include <vector>
 
 #include "ChainedService.h"
+#include "TestNames.h"
 #include "socket/Connection.h"
 #include "socket/SharedRegion.h"
 
-using ::android::sp;
-using ::android::hardware::hidl_string;
-using ::android::hardware::Parcel;
-using ::android::hardware::Return;
-using ::android::hardware::Void;
 using ::android::hidl::base::V1_0::BnHwBase;
-using ::android::hidl::base::V1_0::IBase;
 using namespace ::android::hardware::host::socket;
 using ::android::hardware::host::UniqueFd;
 
@@ -134,6 +129,23 @@ bool sendAll(int fd, const void* data, size_t size) {
     return true;
 }
 
+// One header carrying descriptors, whatever the header declares of them.
+bool sendFds(int fd, const MessageHeader& h, const std::vector<int>& carried) {
+    std::vector<char> control(CMSG_SPACE(sizeof(int) * carried.size()));
+    iovec iov{const_cast<MessageHeader*>(&h), sizeof(h)};
+    msghdr msg{};
+    msg.msg_iov = &iov;
+    msg.msg_iovlen = 1;
+    msg.msg_control = control.data();
+    msg.msg_controllen = control.size();
+    cmsghdr* c = CMSG_FIRSTHDR(&msg);
+    c->cmsg_level = SOL_SOCKET;
+    c->cmsg_type = SCM_RIGHTS;
+    c->cmsg_len = CMSG_LEN(sizeof(int) * carried.size());
+    std::memcpy(CMSG_DATA(c), carried.data(), sizeof(int) * carried.size());
+    return sendmsg(fd, &msg, MSG_NOSIGNAL) == static_cast<ssize_t>(sizeof(h));
+}
+
 // Up to count connections, while the other side keeps accepting (a full
 // backlog is retried for up to a second).
 void connectMany(const std::string& path, int count) {
@@ -180,38 +192,19 @@ void pipeline(const std::string& path, int count) {
 void fds(const std::string& path, int messages, int perMessage) {
     int fd = connectTo(path, false);
     if (fd >= 0) gConnections.push_back(fd);
-    int devnull = open("/dev/null", O_RDONLY | O_CLOEXEC);
-    std::vector<int> carried(static_cast<size_t>(perMessage), devnull);
-    std::vector<char> control(CMSG_SPACE(sizeof(int) * carried.size()));
+    const std::vector<int> carried(static_cast<size_t>(perMessage),
+                                   open("/dev/null", O_RDONLY | O_CLOEXEC));
     int sent = 0;
-    for (; fd >= 0 && sent < messages; ++sent) {
-        MessageHeader h = header(kRelease);
-        iovec iov{&h, sizeof(h)};
-        msghdr msg{};
-        msg.msg_iov = &iov;
-        msg.msg_iovlen = 1;
-        msg.msg_control = control.data();
-        msg.msg_controllen = control.size();
-        cmsghdr* c = CMSG_FIRSTHDR(&msg);
-        c->cmsg_level = SOL_SOCKET;
-        c->cmsg_type = SCM_RIGHTS;
-        c->cmsg_len = CMSG_LEN(sizeof(int) * carried.size());
-        std::memcpy(CMSG_DATA(c), carried.data(), sizeof(int) * carried.size());
-        if (sendmsg(fd, &msg, MSG_NOSIGNAL) != sizeof(h)) break;
-    }
+    while (fd >= 0 && sent < messages && sendFds(fd, header(kRelease), carried)) ++sent;
     say("ready " + std::to_string(sent));
 }
 
-void hold(const std::string& path, int count) {
-    connectMany(path, count);
-    say("ready " + std::to_string(gConnections.size()));
-}
-
-void bloat(const std::string& path, int count, uint32_t bytes) {
+// N connections, each sending only a header announcing BYTES when that is given.
+void hold(const std::string& path, int count, uint32_t bytes) {
     connectMany(path, count);
     for (int fd : gConnections) {
         MessageHeader h = header(kTransact, bytes);
-        (void)send(fd, &h, sizeof(h), MSG_NOSIGNAL);
+        if (bytes > 0) (void)send(fd, &h, sizeof(h), MSG_NOSIGNAL);
     }
     say("ready " + std::to_string(gConnections.size()));
 }
@@ -229,23 +222,6 @@ void dribble(const std::string& path, uint32_t bytes) {
         }
     }).detach();
     say("ready 1");
-}
-
-bool sendWithFd(int fd, MessageHeader h, int carried) {
-    h.fdCount = 1;
-    alignas(cmsghdr) unsigned char control[CMSG_SPACE(sizeof(int))];
-    iovec iov{&h, sizeof(h)};
-    msghdr msg{};
-    msg.msg_iov = &iov;
-    msg.msg_iovlen = 1;
-    msg.msg_control = control;
-    msg.msg_controllen = sizeof(control);
-    cmsghdr* c = CMSG_FIRSTHDR(&msg);
-    c->cmsg_level = SOL_SOCKET;
-    c->cmsg_type = SCM_RIGHTS;
-    c->cmsg_len = CMSG_LEN(sizeof(int));
-    std::memcpy(CMSG_DATA(c), &carried, sizeof(int));
-    return sendmsg(fd, &msg, MSG_NOSIGNAL) == static_cast<ssize_t>(sizeof(h));
 }
 
 // A memfd of size bytes, sealed as a bulk region must be or not.
@@ -272,7 +248,9 @@ struct FastClient {
         if (fd < 0 || region == nullptr) return false;
         out = &region->out(true);
         conn = std::make_unique<Connection>(UniqueFd(fd), 0, 0);
-        const bool sent = sendWithFd(fd, header(kShmOffer), memfd.get());
+        MessageHeader h = header(kShmOffer);
+        h.fdCount = 1;
+        const bool sent = sendFds(fd, h, {memfd.get()});
         Message answer;
         if (!sent || conn->waitMessage(&answer, Clock::now() + std::chrono::seconds(2)) != 0 ||
             answer.header.kind != kReply || answer.header.status != 0) {
@@ -294,7 +272,8 @@ struct FastClient {
         MessageHeader h = header(kBulkOffer);
         h.seq = 0;
         h.code = ++generation;
-        const bool sent = sendWithFd(fd, h, memfd);
+        h.fdCount = 1;
+        const bool sent = sendFds(fd, h, {memfd});
         close(memfd);
         return sent;
     }
@@ -620,9 +599,7 @@ int main(int argc, char** argv) {
     } else if (mode == "fds") {
         fds(target, static_cast<int>(num(2)), static_cast<int>(num(3)));
     } else if (mode == "hold") {
-        hold(target, static_cast<int>(num(2)));
-    } else if (mode == "bloat") {
-        bloat(target, static_cast<int>(num(2)), static_cast<uint32_t>(num(3)));
+        hold(target, static_cast<int>(num(2)), static_cast<uint32_t>(num(3)));
     } else if (mode == "dribble") {
         dribble(target, static_cast<uint32_t>(num(2)));
     } else if (mode == "bulk") {

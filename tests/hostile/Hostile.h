@@ -81,6 +81,7 @@ class Hostile : public ProcessTest {
         return started(args, {}, "", ready);
     }
 
+  public:
     // The answer to a command within the deadline of a served client.
     static std::string answer(Process& p, const std::string& command, const std::string& prefix,
                               std::chrono::milliseconds deadline = kServed) {
@@ -92,17 +93,6 @@ class Hostile : public ProcessTest {
         auto l = answer(p, "tryget " + name + " " + fqName, "got " + name);
         return l.rfind("got ", 0) == 0 ? l.substr(0, l.rfind(' ')) : l;  // without the time
     }
-
-  public:
-    // Whether the full list arrives within the deadline.
-    static bool listedWithin(Process& p, std::chrono::milliseconds deadline) {
-        return listed(p, deadline);
-    }
-    static std::string answerOf(Process& p, const std::string& command, const std::string& prefix) {
-        return answer(p, command, prefix);
-    }
-
-  protected:
     // Whether the full list arrives within the deadline.
     static bool listed(Process& p, std::chrono::milliseconds deadline = kServed) {
         if (!p.send("list")) return false;

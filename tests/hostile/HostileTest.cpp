@@ -6,31 +6,6 @@
 namespace zuv_mp {
 namespace {
 
-TEST_F(Hostile, RegisteredNameCannotBeTakenOver) {
-    auto sm = manager();
-    auto real = fingerprintService();
-    auto impostor = peer();
-    ASSERT_TRUE(sm && real && impostor);
-
-    EXPECT_NE(answer(*impostor, std::string("register default ") + kFingerprint, "registered"),
-              "registered default 0");
-    auto client = peer();
-    ASSERT_TRUE(client);
-    EXPECT_EQ(found(*client, "default", kFingerprint), "got default remote");
-    EXPECT_EQ(answer(*client, "whois default", "whois"),
-              "whois default " + std::to_string(real->pid()));
-
-    // The impostor's exit must not take the real entry with it.
-    impostor->send("exit");
-    ASSERT_TRUE(impostor->waitExit(kStopTimeout));
-    std::this_thread::sleep_for(300ms);
-    auto later = peer();
-    ASSERT_TRUE(later);
-    EXPECT_EQ(found(*later, "default", kFingerprint), "got default remote");
-    EXPECT_EQ(answer(*later, "whois default", "whois"),
-              "whois default " + std::to_string(real->pid()));
-}
-
 TEST_F(Hostile, RepliesNobodyReadsDoNotStallOthers) {
     auto sm = manager();
     auto service = fingerprintService();
@@ -78,21 +53,6 @@ TEST_F(Hostile, StoppedServiceDelaysOnlyItsOwnLookups) {
     ASSERT_TRUE(client);
     EXPECT_EQ(found(*client, "other"), "got other remote");
     EXPECT_TRUE(listed(*client));
-}
-
-TEST_F(Hostile, ListenerThatNeverAcceptsDoesNotBlockRegistrations) {
-    auto sm = manager();
-    std::string ready;
-    auto stuck = attacker({"stuck-listener"}, &ready);
-    ASSERT_TRUE(sm && stuck);
-    ASSERT_EQ(ready, "ready 1 1");  // registered, and its backlog is full
-
-    auto late = peer();
-    ASSERT_TRUE(late);
-    EXPECT_EQ(answer(*late, "register late", "registered"), "registered late 0");
-    auto client = peer();
-    ASSERT_TRUE(client);
-    EXPECT_EQ(found(*client, "late"), "got late remote");
 }
 
 TEST_F(Hostile, NoOnewayCallIsLostWhenItsSendersExit) {
@@ -167,7 +127,7 @@ TEST_F(Hostile, HugeAnnouncementsAndReferenceTablesAreRefusedCheaply) {
     const long rssBefore = status(sm->pid(), "VmRSS");
 
     // 500 connections, each announcing a 1 MiB call and sending none of it.
-    auto bloater = attacker({"bloat", daemonSocket(), "500", "1048576"});
+    auto bloater = attacker({"hold", daemonSocket(), "500", "1048576"});
     ASSERT_TRUE(bloater);
     long rssPeak = 0;
     for (auto end = Clock::now() + 1s; Clock::now() < end; std::this_thread::sleep_for(100ms)) {

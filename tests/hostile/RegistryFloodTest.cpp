@@ -12,14 +12,14 @@ constexpr const char* kTest = "vendor.zuv.test@1.0::ITest";
 // How long a full listing takes, or the deadline when it never ends.
 std::chrono::milliseconds listingTime(Process& p, std::chrono::milliseconds deadline = kServed) {
     const auto start = Clock::now();
-    if (!Hostile::listedWithin(p, deadline)) return deadline;
+    if (!Hostile::listed(p, deadline)) return deadline;
     return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);
 }
 
 // How long a lookup of name took, as the peer measured it; a lookup that
 // found nothing counts as never answered.
 long lookupMs(Process& p, const std::string& name) {
-    const std::string got = Hostile::answerOf(p, "tryget " + name, "got " + name);
+    const std::string got = Hostile::answer(p, "tryget " + name, "got " + name);
     if (got.rfind("got " + name + " remote ", 0) != 0) return 1000000;
     return std::stol(got.substr(got.rfind(' ') + 1));
 }

@@ -6,7 +6,6 @@
 //   flood N BYTES      N matches with BYTES-byte images ("flood A accepted R refused E failed")
 #include <hidl/HidlTransportSupport.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/IZuvExtendedFingerprint.h>
-#include <vendor/zuv/hardware/fingerprint/1.0/IZuvExtendedFingerprintCallback.h>
 
 #include <cerrno>
 #include <cstdio>
@@ -16,12 +15,8 @@
 #include <thread>
 #include <vector>
 
-namespace fp = ::vendor::zuv::hardware::fingerprint::V1_0;
-using ::android::sp;
-using ::android::hardware::hidl_string;
-using ::android::hardware::hidl_vec;
-using ::android::hardware::Return;
-using ::android::hardware::Void;
+#include "FakeExtendedFingerprintCallback.h"
+#include "TestNames.h"
 
 namespace {
 
@@ -30,25 +25,11 @@ void say(const std::string& line) {
     std::fflush(stdout);
 }
 
-class StuckCallback : public fp::IZuvExtendedFingerprintCallback {
-  public:
+struct StuckCallback : zuv_test::FakeExtendedFingerprintCallback {
     Return<void> onStatus(int32_t, const hidl_vec<uint8_t>&) override {
         say("stalled");
         for (;;) std::this_thread::sleep_for(std::chrono::hours(1));
     }
-    Return<void> onMatch(int32_t, const hidl_string&, uint64_t, const hidl_vec<uint8_t>&,
-                         const hidl_vec<uint8_t>&) override {
-        return Void();
-    }
-    Return<void> onError(int32_t) override { return Void(); }
-    Return<void> onEnroll(const hidl_string&, int32_t, int32_t) override { return Void(); }
-    Return<void> onRemove(const hidl_string&, int32_t) override { return Void(); }
-    Return<void> onEnumerate(const hidl_string&, int32_t, int32_t) override { return Void(); }
-    Return<void> onRemoveUser(const hidl_string&) override { return Void(); }
-    Return<void> onCaptureDebugData(const hidl_vec<fp::CaptureDebugData>&) override {
-        return Void();
-    }
-    Return<void> onCapture(uint32_t, uint32_t, const hidl_vec<uint8_t>&) override { return Void(); }
 };
 
 }  // namespace

@@ -34,17 +34,11 @@
 #include <string>
 
 #include "ChainedService.h"
+#include "TestNames.h"
 
-using ::android::sp;
 using ::android::hardware::hidl_death_recipient;
-using ::android::hardware::hidl_string;
-using ::android::hardware::hidl_vec;
-using ::android::hardware::IBinder;
-using ::android::hardware::Return;
-using ::android::hardware::Void;
 using ::android::hidl::base::V1_0::BnHwBase;
 using ::android::hidl::base::V1_0::DebugInfo;
-using ::android::hidl::base::V1_0::IBase;
 using ::android::hidl::manager::V1_0::IServiceNotification;
 
 namespace {

@@ -23,23 +23,15 @@
 #include <string>
 #include <vector>
 
+#include "TestNames.h"
+
 namespace {
 
-namespace fp = ::vendor::zuv::hardware::fingerprint::V1_0;
-namespace host = ::android::hardware::host;
-using ::android::OK;
-using ::android::sp;
-using ::android::wp;
 using ::android::hardware::fromBinder;
 using ::android::hardware::getOrCreateCachedBinder;
-using ::android::hardware::hidl_string;
-using ::android::hardware::IBinder;
-using ::android::hardware::Return;
-using ::android::hardware::Void;
 using ::android::hardware::details::canCastInterface;
 using ::android::hidl::base::V1_0::BnHwBase;
 using ::android::hidl::base::V1_0::BpHwBase;
-using ::android::hidl::base::V1_0::IBase;
 using ::android::hidl::manager::V1_0::IServiceNotification;
 using ::testing::NiceMock;
 using IFoo = fp::IZuvExtendedFingerprint;

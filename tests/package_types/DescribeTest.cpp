@@ -1,55 +1,27 @@
 // Every operation, called from JSON through the public descriptions, crosses
-// a proxy and a stub (loopback) and comes out of the call observer on both
-// sides as the same JSON: each wire type's codec both ways, the typed values
-// the frame hands an observer, and the parameter names.
+// a proxy and the interface's stub (loopback) to a stand-in and back, with
+// each type's extremes and its empty values: arguments and result arrive
+// unchanged, and the call observer on both sides shows them as the same JSON.
+// Each wire type's marshalling both ways, the typed values the frame hands an
+// observer, and the parameter names.
 #include <gtest/gtest.h>
 #include <hidl_host/Loopback.h>
 #include <hidl_host/frame/CallObserver.h>
-#include <vendor/zuv/hardware/fingerprint/1.0/BnHwDaxAndroidServices.h>
-#include <vendor/zuv/hardware/fingerprint/1.0/BnHwZuvExtendedFingerprint.h>
-#include <vendor/zuv/hardware/fingerprint/1.0/BnHwZuvExtendedFingerprintCallback.h>
-#include <vendor/zuv/hardware/fingerprint/1.0/BpHwDaxAndroidServices.h>
-#include <vendor/zuv/hardware/fingerprint/1.0/BpHwZuvExtendedFingerprint.h>
-#include <vendor/zuv/hardware/fingerprint/1.0/BpHwZuvExtendedFingerprintCallback.h>
-#include <vendor/zuv/hardware/fingerprint/1.0/MockDaxAndroidServices.h>
-#include <vendor/zuv/hardware/fingerprint/1.0/MockZuvExtendedFingerprint.h>
-#include <vendor/zuv/hardware/fingerprint/1.0/MockZuvExtendedFingerprintCallback.h>
-#include <vendor/zuv/hardware/fingerprint/1.0/Operations.h>
 
 #include <map>
 #include <ostream>
 #include <string>
 #include <tuple>
 
+#include "OperationSamples.h"
+#include "TestNames.h"
+
+namespace zuv_test {
 namespace {
 
-using namespace ::vendor::zuv::hardware::fingerprint::V1_0;            // NOLINT
-using namespace ::vendor::zuv::hardware::fingerprint::V1_0::describe;  // NOLINT
 namespace frame = ::android::hardware::frame;
 using ::android::hardware::IInterface;
-using ::testing::NiceMock;
-
-// A sample value of a type as `describe` names it.
-json sample(const std::string& type) {
-    if (type == "bool") return true;
-    if (type == "string") return "text";
-    if (type == "vec<uint8_t>") return "0a0b";  // bytes print as hex
-    if (type.rfind("vec<", 0) == 0) {
-        const json v = sample(type.substr(4, type.size() - 5));
-        return json::array({v, v});
-    }
-    if (type.back() == ']') {  // uint8_t[N]
-        const size_t n = std::stoul(type.substr(type.find('[') + 1));
-        return std::string(2 * n, 'a');
-    }
-    if (type[0] == 'I') return nullptr;  // an interface object
-    if (const RecordInfo* r = findRecord(type)) {
-        json out = json::object();
-        for (const Param& m : r->members) out[m.name] = sample(m.type);
-        return out;
-    }
-    return 7;  // an integer that fits every width
-}
+using ::android::hardware::host::loopbackProxyFor;
 
 // What the observer was shown of each side of one call, as JSON.
 class Capture final : public frame::CallObserver {
@@ -86,19 +58,6 @@ class Capture final : public frame::CallObserver {
     }
 };
 
-sp<IBase> loopbackOf(const std::string& interface) {
-    using ::android::hardware::host::loopbackProxyFor;
-    if (interface == "IZuvExtendedFingerprint")
-        return new BpHwZuvExtendedFingerprint(loopbackProxyFor(
-                new BnHwZuvExtendedFingerprint(new NiceMock<MockZuvExtendedFingerprint>)));
-    if (interface == "IZuvExtendedFingerprintCallback")
-        return new BpHwZuvExtendedFingerprintCallback(
-                loopbackProxyFor(new BnHwZuvExtendedFingerprintCallback(
-                        new NiceMock<MockZuvExtendedFingerprintCallback>)));
-    return new BpHwDaxAndroidServices(
-            loopbackProxyFor(new BnHwDaxAndroidServices(new NiceMock<MockDaxAndroidServices>)));
-}
-
 struct Case {
     const InterfaceOps* iface;
     const Operation* op;
@@ -111,25 +70,30 @@ void PrintTo(const Case& c, std::ostream* os) {
 
 class DescribeTest : public ::testing::TestWithParam<Case> {};
 
+// Both sides see the arguments sent and the caller the result answered.
 TEST_P(DescribeTest, ArgumentsAndResultCrossAsTheSameJson) {
     const Operation& op = *GetParam().op;
-    json args = json::array(), byName = json::object();
-    for (const Param& p : op.params) {
-        byName[p.name] = p.isCallbackObject ? json() : sample(p.type);
-        if (!p.isCallbackObject) args.push_back(byName[p.name]);
-    }
-    Capture capture;
-    frame::setCallObserver(&capture);
-    const Outcome out = op.invoke(loopbackOf(GetParam().iface->name), args, nullptr);
-    frame::setCallObserver(nullptr);
+    for (bool empty : {false, true}) {
+        SCOPED_TRACE(empty ? "zero values" : "extremes");
+        json args, byName;
+        sampleArgs(op, empty, &args, &byName);
+        const json result = op.result.type.empty() ? json() : sample(op.result.type, empty);
+        Capture capture;
+        frame::setCallObserver(&capture);
+        const Outcome out = op.invoke(
+                standInProxy(*GetParam().iface, result,
+                             [](const sp<BHwBinder>& stub) { return loopbackProxyFor(stub); }),
+                args, nullptr);
+        frame::setCallObserver(nullptr);
 
-    ASSERT_TRUE(out.ok) << out.status;
-    EXPECT_EQ(byName, capture.args[0]);
-    EXPECT_EQ(byName, capture.args[1]);
-    EXPECT_EQ(op.result.type.empty(), out.result.is_null());
-    if (op.shape != "oneway") {
-        EXPECT_EQ(out.result, capture.results[0]);
-        EXPECT_EQ(out.result, capture.results[1]);
+        ASSERT_TRUE(out.ok) << out.status;
+        EXPECT_EQ(byName, capture.args[0]);
+        EXPECT_EQ(byName, capture.args[1]);
+        if (op.shape != "oneway") {
+            EXPECT_EQ(result, out.result);
+            EXPECT_EQ(result, capture.results[0]);
+            EXPECT_EQ(result, capture.results[1]);
+        }
     }
 }
 
@@ -146,3 +110,4 @@ INSTANTIATE_TEST_SUITE_P(AllOperations, DescribeTest, ::testing::ValuesIn(allCas
                          });
 
 }  // namespace
+}  // namespace zuv_test

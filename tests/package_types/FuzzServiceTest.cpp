@@ -11,13 +11,11 @@
 #include <sstream>
 #include <thread>
 
+#include "TestNames.h"
+
 namespace {
 
 using namespace ::vendor::zuv::hardware::fingerprint::V1_0;  // NOLINT
-using ::android::hardware::hidl_string;
-using ::android::hardware::hidl_vec;
-using ::android::hardware::Return;
-using ::android::hardware::Void;
 using ::android::hardware::host::fuzzService;
 using ::vendor::zuv::hardware::fingerprint::V1_0::fuzz::encodeCalls;
 using ::vendor::zuv::hardware::fingerprint::V1_0::fuzz::json;

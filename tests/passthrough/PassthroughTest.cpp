@@ -26,18 +26,12 @@
 #include <vector>
 
 #include "EventRecorder.h"
-#include "TraceRecorder.h"
+#include "TestNames.h"
+#include "TraceCapture.h"
 
 namespace zuv_test {
 namespace {
 
-namespace fp = ::vendor::zuv::hardware::fingerprint::V1_0;
-using ::android::sp;
-using ::android::hardware::hidl_string;
-using ::android::hardware::hidl_vec;
-using ::android::hardware::Return;
-using ::android::hardware::Status;
-using ::android::hardware::Void;
 using ::testing::NiceMock;
 using Callback = NiceMock<fp::MockZuvExtendedFingerprintCallback>;
 
@@ -345,22 +339,15 @@ TEST_F(PassthroughTest, UninstrumentedCallsStillTrace) {
               takeTraceMarkers());
 }
 
-// The loader finds the package's implementation library, and the object it
-// yields is wrapped like any other local object.
-TEST(StubLookupTest, GetStubLoadsTheImplementationAndItWrapsAsAnyLocalObject) {
-    namespace host = ::android::hardware::host;
+// The loader finds the package's implementation library. Its object is wrapped
+// as any local object is (InterfaceArgumentsNullRemoteAndLocal).
+TEST(StubLookupTest, GetStubLoadsTheImplementation) {
     host::setPassthroughSearchPath(ZUV_TEST_PASSTHROUGH_DIR);
     sp<fp::IDaxAndroidServices> services = fp::IDaxAndroidServices::getService("seven", true);
     host::resetPassthroughSearchPath();
     ASSERT_NE(nullptr, services);
     EXPECT_FALSE(services->isRemote());
     EXPECT_EQ(5, static_cast<int32_t>(services->checkRequestingAppType()));
-
-    sp<fp::IDaxAndroidServices> wrapped = ::android::hardware::details::wrapPassthrough(services);
-    auto* wrapper = dynamic_cast<fp::BsDaxAndroidServices*>(wrapped.get());
-    ASSERT_NE(nullptr, wrapper);
-    EXPECT_EQ(services.get(), wrapper->getImpl().get());
-    EXPECT_EQ(5, static_cast<int32_t>(wrapped->checkRequestingAppType()));
 }
 
 }  // namespace

@@ -19,28 +19,17 @@
 #include <tuple>
 #include <vector>
 
+#include "TestNames.h"
+
 namespace {
 
 using ::android::BAD_TYPE;
 using ::android::DEAD_OBJECT;
-using ::android::OK;
-using ::android::sp;
-using ::android::status_t;
 using ::android::UNKNOWN_TRANSACTION;
-using ::android::wp;
 using ::android::hardware::hidl_death_recipient;
-using ::android::hardware::hidl_handle;
-using ::android::hardware::hidl_string;
-using ::android::hardware::hidl_vec;
-using ::android::hardware::IBinder;
-using ::android::hardware::Parcel;
-using ::android::hardware::Return;
-using ::android::hardware::Void;
 using ::android::hardware::details::InstrumentationEvent;
 using ::android::hidl::base::V1_0::BnHwBase;
 using ::android::hidl::base::V1_0::BpHwBase;
-using ::android::hidl::base::V1_0::IBase;
-namespace host = ::android::hardware::host;
 
 constexpr uint32_t kPing = 0x0f504e47;
 constexpr uint32_t kSyspropsChanged = 0x0f535953;

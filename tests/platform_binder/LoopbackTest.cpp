@@ -8,17 +8,12 @@
 #include <hwbinder/Parcel.h>
 #include <unistd.h>
 
+#include "TestNames.h"
+
 namespace {
 
 using ::android::BAD_VALUE;
-using ::android::OK;
-using ::android::sp;
-using ::android::status_t;
-using ::android::hardware::BHwBinder;
-using ::android::hardware::IBinder;
 using ::android::hardware::IPCThreadState;
-using ::android::hardware::Parcel;
-namespace host = ::android::hardware::host;
 
 enum Code : uint32_t {
     kEcho = 1,            // replies with the binder it received, through the callback

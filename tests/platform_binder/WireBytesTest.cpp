@@ -1,6 +1,7 @@
-// The bytes every base and manager operation puts on the wire, request and
-// reply, against fixed inputs and answers. The expectation is checked in, so
-// any change to the platform's marshalling shows here. To record it anew:
+// The bytes every base, manager and package operation puts on the wire,
+// request and reply, against fixed inputs and answers: order, encoding,
+// buffer sizes, parents and offsets of every item. The expectation is
+// checked in, so any change to the marshalling shows here. To record it anew:
 //   ZUV_RECORD_WIRE_BYTES=<path of wire_bytes.json> ./platform_binder_tests
 #include <android/hidl/base/1.0/BnHwBase.h>
 #include <android/hidl/base/1.0/BpHwBase.h>
@@ -20,25 +21,16 @@
 #include <string>
 #include <vector>
 
+#include "OperationSamples.h"
+#include "TestNames.h"
+
 namespace {
 
-using ::android::OK;
-using ::android::sp;
-using ::android::status_t;
-using ::android::hardware::BHwBinder;
-using ::android::hardware::hidl_handle;
-using ::android::hardware::hidl_string;
-using ::android::hardware::hidl_vec;
-using ::android::hardware::IBinder;
-using ::android::hardware::Parcel;
-using ::android::hardware::Return;
-using ::android::hardware::Void;
 using ::android::hidl::base::V1_0::BnHwBase;
 using ::android::hidl::base::V1_0::BpHwBase;
 using ::android::hidl::base::V1_0::DebugInfo;
-using ::android::hidl::base::V1_0::IBase;
 using namespace ::android::hidl::manager::V1_0;  // NOLINT: the manager's classes
-namespace host = ::android::hardware::host;
+using namespace ::vendor::zuv::hardware::fingerprint::V1_0::describe;  // NOLINT
 
 // Binders become their order of appearance in the parcel.
 class CountingTranslator : public host::BinderTranslator {
@@ -105,6 +97,7 @@ class Tap : public BHwBinder {
                         TransactCallback callback) override {
         last = {{"code", code}, {"request", wireHex(data)}};
         const bool oneway = (flags & IBinder::FLAG_ONEWAY) != 0;
+        if (oneway) last["oneway"] = true;
         bool delivered = false;
         status_t err = mTarget->transact(code, data, reply, flags, [&](Parcel& r) {
             delivered = true;
@@ -236,6 +229,20 @@ nlohmann::json recordAll() {
         all["IServiceNotification::onRegistration"] = tap->last;
         EXPECT_TRUE(listener->getHashChain([](const auto&) {}).isOk());
         all["IServiceNotification::getHashChain"] = tap->last;
+    }
+    // Every operation of the package, with sample values, to the interface's own stub.
+    for (const InterfaceOps& iface : allInterfaces()) {
+        for (const Operation& op : iface.operations) {
+            sp<Tap> tap;
+            const auto route = [&](const sp<BHwBinder>& stub) { return tap = new Tap(stub); };
+            json args, byName;
+            zuv_test::sampleArgs(op, false, &args, &byName);
+            const json result =
+                    op.result.type.empty() ? json() : zuv_test::sample(op.result.type, false);
+            EXPECT_TRUE(op.invoke(zuv_test::standInProxy(iface, result, route), args, nullptr).ok)
+                    << op.name;
+            all[iface.name + "::" + op.name] = tap->last;
+        }
     }
     return all;
 }

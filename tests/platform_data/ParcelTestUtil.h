@@ -13,12 +13,10 @@
 #include <cstring>
 #include <vector>
 
+#include "TestNames.h"
+
 namespace zuv_test {
 
-using android::status_t;
-using android::hardware::hidl_string;
-using android::hardware::hidl_vec;
-using android::hardware::Parcel;
 using android::hardware::host::BinderTranslator;
 using android::hardware::host::WireImage;
 using android::hardware::host::WireImageCodec;

@@ -6,12 +6,9 @@
 
 #include <vector>
 
-namespace {
+#include "TestNames.h"
 
-using android::hardware::Parcel;
-using android::hardware::Return;
-using android::hardware::Status;
-using android::hardware::Void;
+namespace {
 
 bool mentions(const Status& s, const char* text) {
     return s.description().find(text) != std::string::npos;

@@ -13,17 +13,15 @@
 #include <thread>
 #include <vector>
 
+#include "TestNames.h"
+
 namespace {
 
-using namespace std::chrono_literals;
-using android::OK;
-using android::sp;
 using android::hardware::host::CallQueue;
 using android::hardware::host::CallQueueLimits;
 using android::hardware::host::CallQueueSet;
 using android::hardware::host::kCallQueueFull;
 using android::hardware::host::ScopedCallTimeout;
-using android::hidl::base::V1_0::IBase;
 
 TEST(CallQueueTest, RunsInOrderUnderItsDeadlineAndRefusesPastItsBounds) {
     CallQueue queue(CallQueueLimits{4, 100, 250ms});

@@ -11,16 +11,13 @@
 #include <vector>
 
 #include "TestInterfaces.h"
+#include "TestNames.h"
 
-using ::android::sp;
-using ::android::hardware::Return;
-using ::android::hardware::Void;
 using ::android::hardware::details::getBsConstructorMap;
 using ::android::hardware::details::getRawServiceInternal;
 using ::android::hardware::details::HidlInstrumentor;
 using ::android::hardware::details::wrapPassthrough;
 using ::android::hardware::details::wrapPassthroughInternal;
-using ::android::hidl::base::V1_0::IBase;
 using ::android::hidl::manager::V1_0::IServiceManager;
 using ::vendor::zuv::test::V1_0::ITest;
 using ::vendor::zuv::test::V1_0::TestService;

@@ -10,9 +10,7 @@
 #include <cstdio>
 #include <string>
 
-namespace fp = ::vendor::zuv::hardware::fingerprint::V1_0;
-using ::android::sp;
-using ::android::hardware::hidl_string;
+#include "TestNames.h"
 
 int main(int argc, char** argv) {
     sp<fp::IZuvExtendedFingerprint> proxy = new fp::BpHwZuvExtendedFingerprint(

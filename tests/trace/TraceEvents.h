@@ -12,6 +12,12 @@ namespace zuv_trace_test {
 
 using Json = nlohmann::json;
 
+// The slices of one getConfigValue through the loopback transport.
+const std::string kClient = "IZuvExtendedFingerprint::getConfigValue (client)";
+const std::string kServer = "IZuvExtendedFingerprint::getConfigValue (server)";
+const std::vector<std::string> kOneCall = {"B " + kClient, "B " + kServer, "E " + kServer,
+                                           "E " + kClient};
+
 // The document's traceEvents; fails the test when the text is not valid JSON
 // or lacks the array.
 inline std::vector<Json> traceEvents(const std::string& text) {

@@ -21,17 +21,11 @@
 #include <vector>
 
 #include "ProcessHarness.h"
+#include "TestNames.h"
 #include "TraceEvents.h"
 
 namespace zuv_trace_test {
 namespace {
-
-namespace host = ::android::hardware::host;
-namespace fp = ::vendor::zuv::hardware::fingerprint::V1_0;
-using ::android::sp;
-using ::android::hardware::hidl_string;
-using ::android::hardware::Return;
-using ::android::hardware::Void;
 
 struct ConfigFingerprint : fp::MockZuvExtendedFingerprint {
     Return<void> getConfigValue(const hidl_string& key, getConfigValue_cb cb) override {
@@ -39,11 +33,6 @@ struct ConfigFingerprint : fp::MockZuvExtendedFingerprint {
         return Void();
     }
 };
-
-const std::string kClient = "IZuvExtendedFingerprint::getConfigValue (client)";
-const std::string kServer = "IZuvExtendedFingerprint::getConfigValue (server)";
-const std::vector<std::string> kOneCall = {"B " + kClient, "B " + kServer, "E " + kServer,
-                                           "E " + kClient};
 
 long currentTid() {
     return static_cast<long>(syscall(SYS_gettid));
@@ -104,8 +93,7 @@ struct RefusingManager : ::android::hidl::manager::V1_0::IServiceManager {
     Return<sp<IBase>> get(const hidl_string&, const hidl_string&) override { return sp<IBase>(); }
     Return<bool> add(const hidl_string&, const sp<IBase>&) override { return false; }
     Return<Transport> getTransport(const hidl_string&, const hidl_string&) override {
-        return ::android::hardware::Status::fromExceptionCode(
-                ::android::hardware::Status::EX_SECURITY);
+        return Status::fromExceptionCode(Status::EX_SECURITY);
     }
     Return<void> list(list_cb) override { return Void(); }
     Return<void> listByInterface(const hidl_string&, listByInterface_cb) override { return Void(); }

@@ -1,4 +1,4 @@
-#include "TraceRecorder.h"
+#include "TraceCapture.h"
 
 #include <cutils/trace.h>
 
