@@ -1,7 +1,6 @@
 // The call path of a proxy (connecting, the round trip, what comes back
 // inside the answer) and the serving of a two-way call, which a call back to
 // the caller's process nests in.
-#include <hidl/HidlBinderSupport.h>
 #include <hidl_host/CallDeadline.h>
 #include <hidl_host/CallingIdentity.h>
 #include <unistd.h>
@@ -327,12 +326,6 @@ std::optional<std::chrono::milliseconds> ScopedCallTimeout::current() {
     const int64_t ms = socket::tScopedTimeoutMs;
     if (ms < 0) return std::nullopt;
     return std::chrono::milliseconds(ms);
-}
-
-status_t setCallTimeout(const sp<::android::hidl::base::V1_0::IBase>& proxy,
-                        std::chrono::milliseconds timeout) {
-    if (proxy == nullptr) return BAD_VALUE;
-    return setCallTimeout(getOrCreateCachedBinder(proxy.get()), timeout);
 }
 
 status_t setCallTimeout(const sp<IBinder>& binder, std::chrono::milliseconds timeout) {

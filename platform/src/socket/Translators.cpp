@@ -1,6 +1,5 @@
 #include "socket/Translators.h"
 
-#include <hidl/HidlBinderSupport.h>
 #include <hwbinder/Binder.h>
 #include <hwbinder/BpHwBinder.h>
 #include <unistd.h>
