@@ -15,7 +15,7 @@
 #include <vendor/zuv/hardware/fingerprint/1.0/BpHwDaxAndroidServices.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/BpHwZuvExtendedFingerprint.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/BpHwZuvExtendedFingerprintCallback.h>
-#include <vendor/zuv/hardware/fingerprint/1.0/FuzzInput.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/FuzzCalls.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/StandIn.h>
 
 #include <algorithm>

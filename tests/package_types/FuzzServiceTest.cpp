@@ -2,7 +2,7 @@
 // ends the process with a report naming every call made.
 #include <gtest/gtest.h>
 #include <hidl_host/FuzzService.h>
-#include <vendor/zuv/hardware/fingerprint/1.0/FuzzInput.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/FuzzCalls.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/IZuvExtendedFingerprintDefault.h>
 
 #include <chrono>

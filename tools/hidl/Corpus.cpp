@@ -1,7 +1,7 @@
 // zuv_hidl corpus: the client calls of recordings as fuzzService inputs, so a
 // recorded session seeds the fuzzer of an implementation.
 #include <sys/stat.h>
-#include <vendor/zuv/hardware/fingerprint/1.0/FuzzInput.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/FuzzCalls.h>
 
 #include <cerrno>
 #include <cstdio>
