@@ -55,15 +55,21 @@ struct Echo {
     int32_t value = -1, serverPid = -1, callingPid = -1, callingUid = -1;
 };
 
-inline Echo echo(const sp<IBinder>& target, int32_t value) {
+// The four fields of an echo, read from where reply stands.
+inline Echo readEcho(const Parcel& reply, status_t status = OK) {
     Echo e;
-    Parcel reply;
-    e.status = peer::echoThrough(target, value, &reply);
+    e.status = status;
     reply.readInt32(&e.value);
     reply.readInt32(&e.serverPid);
     reply.readInt32(&e.callingPid);
     reply.readInt32(&e.callingUid);
     return e;
+}
+
+inline Echo echo(const sp<IBinder>& target, int32_t value) {
+    Parcel reply;
+    status_t status = peer::echoThrough(target, value, &reply);
+    return readEcho(reply, status);
 }
 
 inline int32_t peerNodes(const sp<IBinder>& target) {
