@@ -6,9 +6,6 @@
 #include <hidl_host/Instrumentation.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/MockZuvExtendedFingerprint.h>
 
-#include <string>
-#include <vector>
-
 #include "FrameTestSupport.h"
 #include "TestNames.h"
 #include "TraceCapture.h"

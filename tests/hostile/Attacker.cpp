@@ -32,14 +32,12 @@
 // Prints "ready ..." once the attack is in place, then holds everything until
 // stdin closes. "open" answers how many of its connections the other side
 // has not closed.
-#include <android/hidl/base/1.0/BnHwBase.h>
 #include <android/hidl/manager/1.0/IServiceManager.h>
 #include <android/hidl/manager/1.0/IServiceNotification.h>
 #include <fcntl.h>
 #include <hidl/HidlBinderSupport.h>
 #include <hidl/HidlTransportSupport.h>
 #include <hidl/ServiceManagement.h>
-#include <hidl/Static.h>
 #include <hidl_host/SocketTransport.h>
 #include <hwbinder/IPCThreadState.h>
 #include <hwbinder/ProcessState.h>
@@ -52,13 +50,11 @@
 
 #include <algorithm>
 #include <atomic>
-#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <iostream>
 #include <map>
 #include <mutex>
-#include <string>
 #include <thread>
 #include <vector>
 

@@ -2,7 +2,6 @@
 // messages that claim more than their region, and large messages that never
 // finish. The service keeps serving others, spends no CPU waiting and holds
 // no more than one region or one announced message per connection.
-#include <fstream>
 
 #include "Hostile.h"
 

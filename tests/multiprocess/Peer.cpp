@@ -12,26 +12,20 @@
 //   deaths NAME          "deaths NAME COUNT"
 //   list / listby FQNAME "list ENTRY"... then "list end"
 //   watch FQNAME NAME    registrations reported as "notified FQNAME NAME 0|1"; NAME "-" for all
-#include <android/hidl/base/1.0/BnHwBase.h>
-#include <android/hidl/base/1.0/IBase.h>
 #include <android/hidl/manager/1.0/IServiceManager.h>
 #include <android/hidl/manager/1.0/IServiceNotification.h>
 #include <hidl/HidlBinderSupport.h>
 #include <hidl/HidlTransportSupport.h>
 #include <hidl/ServiceManagement.h>
-#include <hidl/Static.h>
-#include <hidl/Status.h>
 #include <hwbinder/ProcessState.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <cstdarg>
 #include <cstdio>
 #include <iostream>
 #include <map>
 #include <mutex>
 #include <sstream>
-#include <string>
 
 #include "ChainedService.h"
 #include "TestNames.h"

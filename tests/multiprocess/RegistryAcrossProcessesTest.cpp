@@ -1,15 +1,8 @@
 // The service manager between real processes: zuv_hwservicemanager and test
 // peers started for real, each test in its own runtime directory.
-#include <gtest/gtest.h>
-#include <signal.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <fstream>
 #include <sstream>
-#include <string>
-#include <thread>
-#include <vector>
 
 #include "ProcessHarness.h"
 
@@ -25,16 +18,7 @@ class RegistryAcrossProcesses : public ProcessTest {
                 {"ZUV_HIDL_GET_SERVICE_TIMEOUT_MS", "30000"}};
     }
 
-    std::unique_ptr<Process> manager(std::vector<std::string> args = {}) {
-        args.insert(args.begin(), ZUV_SERVICEMANAGER_PATH);
-        return started(args, {}, managerLog());
-    }
-    // Where the managers of a test write their stderr.
-    std::string managerLog() const { return mDir.path() + "/manager.log"; }
     std::string managerLogText() const { return fileText(managerLog()); }
-    std::unique_ptr<Process> peer(Process::Env extra = {}) {
-        return started({ZUV_TEST_PEER_PATH}, extra);
-    }
 
     // The registry's entries as one peer lists them.
     static std::vector<std::string> list(Process& p, const std::string& command = "list") {
@@ -95,14 +79,13 @@ TEST_F(RegistryAcrossProcesses, LookupsWaitOnlyWhenAskedAndOnlyAsLongAsConfigure
     auto sm = manager();
     auto server = peer();
     const std::string impatientLog = mDir.path() + "/impatient.log";
-    auto impatient = started({ZUV_TEST_PEER_PATH}, {{"ZUV_HIDL_GET_SERVICE_TIMEOUT_MS", "200"}},
-                             impatientLog);
+    auto impatient = peer({{"ZUV_HIDL_GET_SERVICE_TIMEOUT_MS", "200"}}, impatientLog);
     auto patient = peer();
     ASSERT_TRUE(sm && server && impatient && patient);
 
     // A bad timeout is reported by the first lookup, though it does not wait.
     const std::string badLog = mDir.path() + "/bad.log";
-    auto bad = started({ZUV_TEST_PEER_PATH}, {{"ZUV_HIDL_GET_SERVICE_TIMEOUT_MS", "soon"}}, badLog);
+    auto bad = peer({{"ZUV_HIDL_GET_SERVICE_TIMEOUT_MS", "soon"}}, badLog);
     ASSERT_TRUE(bad && bad->ask("tryget nobody", "got nobody"));
     EXPECT_NE(fileText(badLog).find("ZUV_HIDL_GET_SERVICE_TIMEOUT_MS"), std::string::npos);
 
@@ -176,12 +159,7 @@ TEST_F(RegistryAcrossProcesses, AServiceWhoseProcessDiesDisappears) {
     EXPECT_EQ(client->ask("ping doomed", "ping"), "ping doomed DEAD_OBJECT");
     EXPECT_EQ(client->ask("deaths doomed", "deaths"), "deaths doomed 1");
     // The manager learns of the death on its own; the entry goes soon after.
-    const auto deadline = Clock::now() + kLineTimeout;
-    std::vector<std::string> left;
-    do {
-        left = list(*client, std::string("listby ") + kTest);
-    } while (!left.empty() && Clock::now() < deadline);
-    EXPECT_TRUE(left.empty());
+    EXPECT_TRUE(eventually([&] { return list(*client, std::string("listby ") + kTest).empty(); }));
     EXPECT_EQ(found(*client, "tryget", "doomed"), "null");
 }
 
@@ -230,7 +208,7 @@ TEST_F(RegistryAcrossProcesses, ANameBelongsToItsProcessUntilItDies) {
     auto sm = manager();
     auto owner = peer();
     const std::string intruderLog = mDir.path() + "/intruder.log";
-    auto intruder = started({ZUV_TEST_PEER_PATH}, {}, intruderLog);
+    auto intruder = peer({}, intruderLog);
     auto client = peer();
     ASSERT_TRUE(sm && owner && intruder && client);
     const std::string ownerPid = std::to_string(owner->pid());
@@ -319,10 +297,7 @@ TEST_F(RegistryAcrossProcesses, ARestartedManagerLearnsWhatRunningProcessesRegis
     ASSERT_TRUE(again);
     const auto ready = Clock::now();
     std::vector<std::string> listed;
-    while (Clock::now() < ready + kLineTimeout) {
-        listed = list(*server, std::string("listby ") + kTest);
-        if (!listed.empty()) break;
-    }
+    eventually([&] { return !(listed = list(*server, std::string("listby ") + kTest)).empty(); });
     const auto took = Clock::now() - ready;
     EXPECT_EQ(listed, std::vector<std::string>{"fp"});
     // Within a second, with room for a loaded machine.

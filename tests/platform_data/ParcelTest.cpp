@@ -1,7 +1,6 @@
 // The parcel on its own: item encodings, and the checks every read of a
 // buffer, binder or native-handle object makes.
 #include <gtest/gtest.h>
-#include <hwbinder/Binder.h>
 #include <hwbinder/IBinder.h>
 
 #include <limits>

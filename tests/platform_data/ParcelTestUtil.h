@@ -5,9 +5,7 @@
 
 #include <dirent.h>
 #include <hidl/HidlBinderSupport.h>
-#include <hidl/HidlSupport.h>
 #include <hidl_host/WireImage.h>
-#include <hwbinder/Parcel.h>
 #include <unistd.h>
 
 #include <cstring>

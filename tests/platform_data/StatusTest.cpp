@@ -1,8 +1,6 @@
 // Status text, the fatal rules of Return, and the reply-status wire format.
 #include <gtest/gtest.h>
 #include <hidl/HidlBinderSupport.h>
-#include <hidl/Status.h>
-#include <hwbinder/Parcel.h>
 
 #include <vector>
 

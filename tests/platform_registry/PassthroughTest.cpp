@@ -7,7 +7,6 @@
 #include <hidl_host/ServiceRegistry.h>
 
 #include <cstdlib>
-#include <string>
 #include <vector>
 
 #include "TestInterfaces.h"

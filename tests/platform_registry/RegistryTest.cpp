@@ -8,17 +8,13 @@
 #include <hidl/HidlBinderSupport.h>
 #include <hidl/ServiceManagement.h>
 #include <hidl/Static.h>
-#include <hidl/Status.h>
 #include <hidl_host/Loopback.h>
 #include <hidl_host/ServiceRegistry.h>
-#include <hwbinder/Parcel.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <chrono>
 #include <functional>
 #include <mutex>
-#include <string>
 #include <thread>
 #include <tuple>
 #include <vector>

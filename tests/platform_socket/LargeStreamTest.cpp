@@ -2,13 +2,9 @@
 // block of their own, whatever pieces the bytes come in, with descriptors
 // landing on their own message and a peer's announced size paid only as far as
 // the budget allows.
-#include <gtest/gtest.h>
 #include <hidl_host/WireImage.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <unistd.h>
-
-#include <thread>
 
 #include "SocketFixture.h"
 #include "socket/Connection.h"

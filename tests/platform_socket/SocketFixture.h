@@ -3,14 +3,11 @@
 // object, and are stopped and reaped when the test ends, pass or fail.
 #pragma once
 
-#include <gtest/gtest.h>
 #include <hidl/HidlTransportSupport.h>
-#include <hidl_host/SocketTransport.h>
 #include <hwbinder/ProcessState.h>
 #include <stdlib.h>
 
 #include <functional>
-#include <thread>
 
 #include "PeerObjects.h"
 #include "ProcessHarness.h"
@@ -23,6 +20,7 @@ using android::sp;
 using android::status_t;
 using android::hardware::IBinder;
 using android::hardware::Parcel;
+using zuv_mp::eventually;
 using zuv_mp::Process;
 
 // Generous: the tests must hold on a loaded two-core machine.
@@ -37,17 +35,6 @@ inline std::unique_ptr<Process> startPeerProgram(std::vector<std::string> args,
 inline void killAndReap(Process* p) {
     p->signal(SIGKILL);
     p->waitExit(kTimeout);
-}
-
-// Polls until pred holds (for state that no event announces, such as a
-// peer's counters).
-inline bool eventually(const std::function<bool()>& pred) {
-    const auto deadline = std::chrono::steady_clock::now() + kTimeout;
-    while (std::chrono::steady_clock::now() < deadline) {
-        if (pred()) return true;
-        std::this_thread::sleep_for(2ms);
-    }
-    return pred();
 }
 
 struct Echo {

@@ -3,11 +3,9 @@
 // memory, escaping and writing files.
 #include <android/hidl/manager/1.0/BnHwServiceManager.h>
 #include <android/hidl/manager/1.0/BpHwServiceManager.h>
-#include <gtest/gtest.h>
 #include <hidl_host/Loopback.h>
 #include <hidl_host/TraceExport.h>
 #include <sys/syscall.h>
-#include <unistd.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/BnHwZuvExtendedFingerprint.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/BpHwZuvExtendedFingerprint.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/BsDaxAndroidServices.h>
@@ -15,10 +13,6 @@
 #include <vendor/zuv/hardware/fingerprint/1.0/MockZuvExtendedFingerprint.h>
 
 #include <cerrno>
-#include <map>
-#include <string>
-#include <thread>
-#include <vector>
 
 #include "ProcessHarness.h"
 #include "TestNames.h"
