@@ -12,7 +12,6 @@
 #include <vendor/zuv/hardware/fingerprint/1.0/MockZuvExtendedFingerprintCallback.h>
 
 #include <string>
-#include <vector>
 
 #include "FrameTestSupport.h"
 #include "TestNames.h"

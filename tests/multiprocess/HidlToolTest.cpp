@@ -4,7 +4,6 @@
 #include <sys/stat.h>
 
 #include <nlohmann/json.hpp>
-#include <sstream>
 
 #include "ProcessHarness.h"
 

@@ -2,7 +2,6 @@
 // peers started for real, each test in its own runtime directory.
 
 #include <algorithm>
-#include <sstream>
 
 #include "ProcessHarness.h"
 
@@ -142,27 +141,6 @@ TEST_F(RegistryAcrossProcesses, ListenersInOtherProcessesAreToldOfRegistrations)
     EXPECT_TRUE(registered(*server, "latest"));
 }
 
-TEST_F(RegistryAcrossProcesses, AServiceWhoseProcessDiesDisappears) {
-    auto sm = manager();
-    auto server = peer();
-    auto client = peer();
-    ASSERT_TRUE(sm && server && client);
-    EXPECT_TRUE(registered(*server, "doomed"));
-    ASSERT_EQ(found(*client, "get", "doomed"), "remote");
-    EXPECT_EQ(client->ask("link doomed", "linked"), "linked doomed 1");
-    EXPECT_EQ(client->ask("ping doomed", "ping"), "ping doomed ok");
-
-    server->signal(SIGKILL);
-    ASSERT_TRUE(server->waitExit(kLineTimeout));
-
-    EXPECT_EQ(client->line("died doomed"), "died doomed");
-    EXPECT_EQ(client->ask("ping doomed", "ping"), "ping doomed DEAD_OBJECT");
-    EXPECT_EQ(client->ask("deaths doomed", "deaths"), "deaths doomed 1");
-    // The manager learns of the death on its own; the entry goes soon after.
-    EXPECT_TRUE(eventually([&] { return list(*client, std::string("listby ") + kTest).empty(); }));
-    EXPECT_EQ(found(*client, "tryget", "doomed"), "null");
-}
-
 TEST_F(RegistryAcrossProcesses, OneManagerPerDirectoryAndServicesOutliveIt) {
     auto sm = manager();
     auto server = peer();
@@ -204,7 +182,7 @@ TEST_F(RegistryAcrossProcesses, OneManagerPerDirectoryAndServicesOutliveIt) {
                                          ".sock"));
 }
 
-TEST_F(RegistryAcrossProcesses, ANameBelongsToItsProcessUntilItDies) {
+TEST_F(RegistryAcrossProcesses, ANameBelongsToItsProcessUntilItDiesAndThenDisappears) {
     auto sm = manager();
     auto owner = peer();
     const std::string intruderLog = mDir.path() + "/intruder.log";
@@ -229,13 +207,21 @@ TEST_F(RegistryAcrossProcesses, ANameBelongsToItsProcessUntilItDies) {
     ASSERT_TRUE(intruder->waitExit(kLineTimeout));
     EXPECT_EQ(found(*client, "get", "fp"), "remote");
     EXPECT_EQ(client->ask("whois fp", "whois"), "whois fp " + ownerPid);
+    EXPECT_EQ(client->ask("link fp", "linked"), "linked fp 1");
+    EXPECT_EQ(client->ask("ping fp", "ping"), "ping fp ok");
 
     // The owner may replace its own registration.
     EXPECT_TRUE(registered(*owner, "fp"));
 
-    // Once the owner is dead, the name is free.
+    // Its process dies: the client is told once, and the manager learns of
+    // it on its own, the entry going soon after and the name free.
     owner->signal(SIGKILL);
     ASSERT_TRUE(owner->waitExit(kLineTimeout));
+    EXPECT_EQ(client->line("died fp"), "died fp");
+    EXPECT_EQ(client->ask("ping fp", "ping"), "ping fp DEAD_OBJECT");
+    EXPECT_EQ(client->ask("deaths fp", "deaths"), "deaths fp 1");
+    EXPECT_TRUE(eventually([&] { return list(*client, std::string("listby ") + kTest).empty(); }));
+    EXPECT_EQ(found(*client, "tryget", "fp"), "null");
     EXPECT_TRUE(registered(*client, "fp"));
 }
 

@@ -9,7 +9,6 @@
 #include <hidl_host/frame/CallObserver.h>
 
 #include <ostream>
-#include <tuple>
 
 #include "OperationSamples.h"
 #include "TestNames.h"

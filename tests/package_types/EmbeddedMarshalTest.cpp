@@ -11,7 +11,6 @@
 #include <csignal>
 #include <cstdint>
 #include <limits>
-#include <vector>
 
 #include "TestNames.h"
 

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 #include <hwbinder/IBinder.h>
 
-#include <functional>
 #include <map>
 
 #include "ParcelTestUtil.h"

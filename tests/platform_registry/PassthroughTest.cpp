@@ -7,7 +7,6 @@
 #include <hidl_host/ServiceRegistry.h>
 
 #include <cstdlib>
-#include <vector>
 
 #include "TestInterfaces.h"
 #include "TestNames.h"
