@@ -383,9 +383,8 @@ void stuckListener() {
     ::android::hardware::ProcessState::self()->startThreadPool();
     static sp<Listener> listener = new Listener();
     auto sm = ::android::hardware::defaultServiceManager();
-    bool ok = sm != nullptr &&
-              sm->registerForNotifications("vendor.zuv.test@1.0::ITest", "", listener)
-                      .withDefault(false);
+    bool ok = sm != nullptr && sm->registerForNotifications(zuv_test::kTestDescriptor, "", listener)
+                                       .withDefault(false);
     const std::string path = ::android::hardware::host::runtimeDirectory() + "/p" +
                              std::to_string(getpid()) + ".sock";
     unlink(path.c_str());
@@ -446,8 +445,8 @@ void sink(const std::string& name) {
 }
 
 constexpr const char* kFloodDescriptor = "vendor.zuv.test@1.0::IFlood";
-constexpr const char* kTestDescriptor = "vendor.zuv.test@1.0::ITest";
 
+using zuv_test::kTestDescriptor;
 using zuv_test::publishable;
 
 std::string padded(const std::string& head, size_t length) {

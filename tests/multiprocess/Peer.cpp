@@ -34,8 +34,6 @@ using ::android::hidl::manager::V1_0::IServiceNotification;
 
 namespace {
 
-constexpr const char* kTestDescriptor = "vendor.zuv.test@1.0::ITest";
-
 std::mutex gOutLock;
 void say(const char* format, ...) __attribute__((format(printf, 1, 2)));
 void say(const char* format, ...) {
@@ -56,6 +54,7 @@ struct Listener : IServiceNotification {
     }
 };
 
+using zuv_test::kTestDescriptor;
 using zuv_test::publishable;
 
 std::map<std::string, sp<IBase>> gServices;  // registered here or found
