@@ -118,47 +118,6 @@ TEST_F(RegistryAcrossProcesses, LookupsWaitOnlyWhenAskedAndOnlyAsLongAsConfigure
     EXPECT_EQ(late->substr(0, 15), "got late remote");
 }
 
-TEST_F(RegistryAcrossProcesses, OneManagerPerDirectoryAndServicesOutliveIt) {
-    auto sm = manager();
-    auto server = peer();
-    auto client = peer();
-    ASSERT_TRUE(sm && server && client);
-    auto second = Process::start({ZUV_SERVICEMANAGER_PATH}, env());
-    ASSERT_TRUE(second);
-    auto status = second->waitExit(kLineTimeout);
-    ASSERT_TRUE(status);
-    EXPECT_TRUE(WIFEXITED(*status) && WEXITSTATUS(*status) == 1);
-
-    EXPECT_TRUE(registered(*server, "fp"));
-    ASSERT_EQ(found(*client, "get", "fp"), "remote");
-    sm->signal(SIGKILL);
-    ASSERT_TRUE(sm->waitExit(kLineTimeout));
-    // Calls do not go through the manager.
-    EXPECT_EQ(client->ask("whois fp", "whois"), "whois fp " + std::to_string(server->pid()));
-    // New lookups fail, without hanging, while no manager serves.
-    EXPECT_EQ(found(*client, "tryget", "fp"), "null");
-
-    // A new manager takes over the dead one's socket; services register again.
-    auto again = manager();
-    ASSERT_TRUE(again);
-    EXPECT_TRUE(registered(*server, "fp2"));
-    EXPECT_EQ(found(*client, "get", "fp2"), "remote");
-
-    // Stopped, it exits cleanly and leaves neither socket nor lock behind.
-    const std::string socket = mDir.path() + "/run/hwservicemanager.sock";
-    const std::string lock = mDir.path() + "/run/hwservicemanager.lock";
-    EXPECT_TRUE(std::filesystem::exists(socket));
-    EXPECT_TRUE(std::filesystem::exists(lock));
-    again->signal(SIGTERM);
-    status = again->waitExit(kLineTimeout);
-    ASSERT_TRUE(status);
-    EXPECT_TRUE(WIFEXITED(*status) && WEXITSTATUS(*status) == 0);
-    EXPECT_FALSE(std::filesystem::exists(socket));
-    EXPECT_FALSE(std::filesystem::exists(lock));
-    EXPECT_FALSE(std::filesystem::exists(mDir.path() + "/run/p" + std::to_string(again->pid()) +
-                                         ".sock"));
-}
-
 TEST_F(RegistryAcrossProcesses, ANameBelongsToItsProcessUntilItDiesAndThenDisappears) {
     auto sm = manager();
     auto owner = peer();
@@ -238,13 +197,20 @@ TEST_F(RegistryAcrossProcesses, APolicyFileDecidesWhoMayAddWhat) {
     EXPECT_NE(managerLogText().find(policy + ":3: "), std::string::npos) << managerLogText();
 }
 
-TEST_F(RegistryAcrossProcesses, ARestartedManagerLearnsWhatRunningProcessesRegistered) {
+TEST_F(RegistryAcrossProcesses, OneManagerPerDirectoryAndARestartedOneLearnsWhatWasRegistered) {
     auto sm = manager();
     auto server = peer();
     auto watcher = peer();
     auto client = peer();
     ASSERT_TRUE(sm && server && watcher && client);
+    auto second = Process::start({ZUV_SERVICEMANAGER_PATH}, env());
+    ASSERT_TRUE(second);
+    auto status = second->waitExit(kLineTimeout);
+    ASSERT_TRUE(status);
+    EXPECT_TRUE(WIFEXITED(*status) && WEXITSTATUS(*status) == 1);
+
     EXPECT_TRUE(registered(*server, "fp"));
+    ASSERT_EQ(found(*client, "get", "fp"), "remote");
     // One listener for every instance, one for fp: each hears of fp once.
     EXPECT_EQ(watcher->ask(std::string("watch ") + kTest + " -", "watching"), "watching 1");
     EXPECT_EQ(watcher->line("notified"), std::string("notified ") + kTest + " fp 1");
@@ -253,8 +219,16 @@ TEST_F(RegistryAcrossProcesses, ARestartedManagerLearnsWhatRunningProcessesRegis
 
     sm->signal(SIGKILL);
     ASSERT_TRUE(sm->waitExit(kLineTimeout));
-    ASSERT_TRUE(client->send("get fp"));  // waits across the restart
+    // Calls do not go through the manager.
+    EXPECT_EQ(client->ask("whois fp", "whois"), "whois fp " + std::to_string(server->pid()));
+    // New lookups fail, without hanging, while no manager serves; a waiting
+    // one waits across the restart.
+    EXPECT_EQ(found(*client, "tryget", "fp"), "null");
+    ASSERT_TRUE(client->send("get fp"));
 
+    // A new manager takes over the dead one's socket and learns what the
+    // running processes registered, within a second (with room for a loaded
+    // machine).
     auto again = manager();
     ASSERT_TRUE(again);
     const auto ready = Clock::now();
@@ -262,7 +236,6 @@ TEST_F(RegistryAcrossProcesses, ARestartedManagerLearnsWhatRunningProcessesRegis
     eventually([&] { return !(listed = list(*server, std::string("listby ") + kTest)).empty(); });
     const auto took = Clock::now() - ready;
     EXPECT_EQ(listed, std::vector<std::string>{"fp"});
-    // Within a second, with room for a loaded machine.
     EXPECT_LT(took, 2s) << std::chrono::duration_cast<std::chrono::milliseconds>(took).count()
                         << " ms";
     auto got = client->line("got fp");
@@ -284,6 +257,19 @@ TEST_F(RegistryAcrossProcesses, ARestartedManagerLearnsWhatRunningProcessesRegis
     watcher->signal(SIGKILL);
     ASSERT_TRUE(watcher->waitExit(kLineTimeout));
     EXPECT_TRUE(registered(*server, "later"));
+
+    // Stopped, the manager exits cleanly and leaves neither socket nor lock.
+    const std::string socket = runtimeDir() + "/hwservicemanager.sock";
+    const std::string lock = runtimeDir() + "/hwservicemanager.lock";
+    EXPECT_TRUE(std::filesystem::exists(socket) && std::filesystem::exists(lock));
+    again->signal(SIGTERM);
+    status = again->waitExit(kLineTimeout);
+    ASSERT_TRUE(status);
+    EXPECT_TRUE(WIFEXITED(*status) && WEXITSTATUS(*status) == 0);
+    EXPECT_FALSE(std::filesystem::exists(socket));
+    EXPECT_FALSE(std::filesystem::exists(lock));
+    EXPECT_FALSE(
+            std::filesystem::exists(runtimeDir() + "/p" + std::to_string(again->pid()) + ".sock"));
 }
 
 TEST_F(RegistryAcrossProcesses, TheEnvironmentChoosesTheRegistry) {
