@@ -43,7 +43,7 @@ sp<IBinder> returned(const sp<IBinder>& target, const sp<IBinder>& object, statu
     return reply.readStrongBinder();
 }
 
-TEST_F(SocketTest, TwoWayCallsCarryIdentityAndObjectsComeHomeAsThemselves) {
+TEST_F(SocketTest, TwoWayCallsCarryIdentityDescriptorsCallbacksAndObjects) {
     Process* process = nullptr;
     sp<IBinder> object = startPeer(4, &process);
     ASSERT_NE(object, nullptr);
@@ -82,7 +82,16 @@ TEST_F(SocketTest, TwoWayCallsCarryIdentityAndObjectsComeHomeAsThemselves) {
     EXPECT_EQ(readEcho(reply).value, written);
     native_handle_close(handle);
     native_handle_delete(handle);
-    EXPECT_EQ(echo(object, 1).status, OK);
+
+    // The peer calls an object of this process back from another of its
+    // threads while the call waits (on the caller's own connection: in
+    // LargeCallsAndReplies...).
+    Parcel callBack;
+    callBack.writeStrongBinder(new peer::TestObject());
+    callBack.writeInt32(99);
+    Echo back = relayed(object, peer::kCallBack, callBack);
+    EXPECT_EQ(back.status, OK);
+    EXPECT_EQ(back.value, 99);
 }
 
 TEST_F(SocketTest, OnewayCallsRunInTheOrderSentAlongsideConcurrentTwoWayCalls) {
@@ -117,18 +126,6 @@ TEST_F(SocketTest, OnewayCallsRunInTheOrderSentAlongsideConcurrentTwoWayCalls) {
     }));
     EXPECT_EQ(recorded, kCount);
     EXPECT_EQ(inOrder, 1);
-}
-
-// A call back on the caller's own connection is in LargeCallsAndReplies.
-TEST_F(SocketTest, CallbackFromAnotherThreadOfThePeerIsServedWhileTheCallerWaits) {
-    sp<IBinder> object = startPeer(1);
-    ASSERT_NE(object, nullptr);
-    Parcel data;
-    data.writeStrongBinder(new peer::TestObject());
-    data.writeInt32(99);
-    Echo e = relayed(object, peer::kCallBack, data);
-    EXPECT_EQ(e.status, OK);
-    EXPECT_EQ(e.value, 99);
 }
 
 TEST_F(SocketTest, DeadlinesOfThreadAndProxyEndOnlyTheirOwnCalls) {
