@@ -1,5 +1,5 @@
-// A bare service of a made-up interface for the process tests' peers: its
-// chain is that interface and IBase, and publishable() lets it cross to
+// A bare service of a made-up interface for the registry and process tests:
+// its chain is that interface and IBase, and publishable() lets it cross to
 // other processes behind a base stub.
 #pragma once
 
@@ -12,9 +12,14 @@
 
 namespace zuv_test {
 
+// The made-up interface the tests publish most.
+constexpr const char* kTestDescriptor = "vendor.zuv.test@1.0::ITest";
+
 struct ChainedService : ::android::hidl::base::V1_0::IBase {
     using IBase = ::android::hidl::base::V1_0::IBase;
-    explicit ChainedService(std::string chainHead) : mDescriptor(std::move(chainHead)) {}
+    // instance: the name the object was made for.
+    explicit ChainedService(std::string chainHead, std::string instance = "")
+        : mDescriptor(std::move(chainHead)), mInstance(std::move(instance)) {}
     ::android::hardware::Return<void> interfaceChain(interfaceChain_cb cb) override {
         cb({mDescriptor, IBase::descriptor});
         return ::android::hardware::Void();
@@ -23,7 +28,7 @@ struct ChainedService : ::android::hidl::base::V1_0::IBase {
         cb(mDescriptor);
         return ::android::hardware::Void();
     }
-    const std::string mDescriptor;
+    const std::string mDescriptor, mInstance;
 };
 
 // Objects of this descriptor get a base stub when handed to another process.

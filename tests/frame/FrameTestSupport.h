@@ -5,8 +5,6 @@
 
 #include <hidl/HidlBinderSupport.h>
 #include <hidl_host/Loopback.h>
-#include <hwbinder/Binder.h>
-#include <hwbinder/Parcel.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/BnHwDaxAndroidServices.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/BnHwZuvExtendedFingerprint.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/BnHwZuvExtendedFingerprintCallback.h>

@@ -1,7 +1,6 @@
 // How a proxy reports what goes wrong: transport failures, remote
 // exceptions, short replies, dead peers, and its death-recipient bookkeeping.
 #include <gtest/gtest.h>
-#include <hidl_host/Instrumentation.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/MockZuvExtendedFingerprint.h>
 
 #include "EventRecorder.h"

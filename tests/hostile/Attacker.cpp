@@ -32,14 +32,12 @@
 // Prints "ready ..." once the attack is in place, then holds everything until
 // stdin closes. "open" answers how many of its connections the other side
 // has not closed.
-#include <android/hidl/base/1.0/BnHwBase.h>
 #include <android/hidl/manager/1.0/IServiceManager.h>
 #include <android/hidl/manager/1.0/IServiceNotification.h>
 #include <fcntl.h>
 #include <hidl/HidlBinderSupport.h>
 #include <hidl/HidlTransportSupport.h>
 #include <hidl/ServiceManagement.h>
-#include <hidl/Static.h>
 #include <hidl_host/SocketTransport.h>
 #include <hwbinder/IPCThreadState.h>
 #include <hwbinder/ProcessState.h>
@@ -52,13 +50,11 @@
 
 #include <algorithm>
 #include <atomic>
-#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <iostream>
 #include <map>
 #include <mutex>
-#include <string>
 #include <thread>
 #include <vector>
 
@@ -387,9 +383,8 @@ void stuckListener() {
     ::android::hardware::ProcessState::self()->startThreadPool();
     static sp<Listener> listener = new Listener();
     auto sm = ::android::hardware::defaultServiceManager();
-    bool ok = sm != nullptr &&
-              sm->registerForNotifications("vendor.zuv.test@1.0::ITest", "", listener)
-                      .withDefault(false);
+    bool ok = sm != nullptr && sm->registerForNotifications(zuv_test::kTestDescriptor, "", listener)
+                                       .withDefault(false);
     const std::string path = ::android::hardware::host::runtimeDirectory() + "/p" +
                              std::to_string(getpid()) + ".sock";
     unlink(path.c_str());
@@ -450,8 +445,8 @@ void sink(const std::string& name) {
 }
 
 constexpr const char* kFloodDescriptor = "vendor.zuv.test@1.0::IFlood";
-constexpr const char* kTestDescriptor = "vendor.zuv.test@1.0::ITest";
 
+using zuv_test::kTestDescriptor;
 using zuv_test::publishable;
 
 std::string padded(const std::string& head, size_t length) {

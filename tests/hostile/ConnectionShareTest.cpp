@@ -13,7 +13,7 @@ std::string failedOf(const std::string& calls) {
 
 TEST_F(Hostile, ProcessesAtTheirMaximumDoNotLockOutANewClient) {
     // What the default comes to under `ulimit -n 1024`.
-    auto sm = started({ZUV_SERVICEMANAGER_PATH}, {{"ZUV_HIDL_MAX_CONNECTIONS", "768"}});
+    auto sm = manager({}, {{"ZUV_HIDL_MAX_CONNECTIONS", "768"}});
     auto service = peer();
     ASSERT_TRUE(sm && service);
     ASSERT_TRUE(setLimit(sm->pid(), RLIMIT_NOFILE, 1024));

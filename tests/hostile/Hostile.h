@@ -3,16 +3,9 @@
 // of the attacked process.
 #pragma once
 
-#include <gtest/gtest.h>
-#include <signal.h>
 #include <sys/resource.h>
 
-#include <filesystem>
-#include <fstream>
 #include <sstream>
-#include <string>
-#include <thread>
-#include <vector>
 
 #include "ProcessHarness.h"
 
@@ -71,11 +64,9 @@ class Hostile : public ProcessTest {
         return dir() + "/p" + std::to_string(p.pid()) + ".sock";
     }
 
-    std::unique_ptr<Process> manager() { return started({ZUV_SERVICEMANAGER_PATH}); }
     std::unique_ptr<Process> fingerprintService() {
         return started({ZUV_FINGERPRINT_SERVICE_PATH});
     }
-    std::unique_ptr<Process> peer() { return started({ZUV_TEST_PEER_PATH}); }
     std::unique_ptr<Process> attacker(std::vector<std::string> args, std::string* ready = nullptr) {
         args.insert(args.begin(), ZUV_ATTACKER_PATH);
         return started(args, {}, "", ready);

@@ -2,7 +2,6 @@
 // asking: the example service goes on serving everyone else, and what the
 // stalled client makes it queue stays bounded.
 #include <cerrno>
-#include <chrono>
 
 #include "Hostile.h"
 

@@ -6,6 +6,7 @@
 //   flood N BYTES      N matches with BYTES-byte images ("flood A accepted R refused E failed")
 #include <hidl/HidlTransportSupport.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/IZuvExtendedFingerprint.h>
+#include <vendor/zuv/hardware/fingerprint/1.0/IZuvExtendedFingerprintCallbackDefault.h>
 
 #include <cerrno>
 #include <cstdio>
@@ -15,7 +16,6 @@
 #include <thread>
 #include <vector>
 
-#include "FakeExtendedFingerprintCallback.h"
 #include "TestNames.h"
 
 namespace {
@@ -25,7 +25,7 @@ void say(const std::string& line) {
     std::fflush(stdout);
 }
 
-struct StuckCallback : zuv_test::FakeExtendedFingerprintCallback {
+struct StuckCallback : fp::IZuvExtendedFingerprintCallbackDefault {
     Return<void> onStatus(int32_t, const hidl_vec<uint8_t>&) override {
         say("stalled");
         for (;;) std::this_thread::sleep_for(std::chrono::hours(1));

@@ -1,17 +1,9 @@
 // zuv_hidl against a real daemon and the example service: one call of each
 // shape, a watched match, and the messages a mistaken user reads.
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <signal.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 
-#include <chrono>
-#include <fstream>
 #include <nlohmann/json.hpp>
-#include <sstream>
-#include <string>
-#include <vector>
 
 #include "ProcessHarness.h"
 
@@ -28,10 +20,9 @@ json only(const Outcome& run) {
 class HidlToolTest : public ProcessTest {
   protected:
     void startService() {
-        for (const char* exe : {ZUV_SERVICEMANAGER_PATH, ZUV_FINGERPRINT_SERVICE_PATH}) {
-            mProcs.push_back(started({exe}));
-            ASSERT_NE(nullptr, mProcs.back());
-        }
+        mProcs.push_back(manager());
+        mProcs.push_back(started({ZUV_FINGERPRINT_SERVICE_PATH}));
+        ASSERT_TRUE(mProcs[0] && mProcs[1]);
     }
 
     Outcome hidl(std::vector<std::string> args) {

@@ -1,17 +1,10 @@
 // zuv_lshal against a real daemon and the example service, each test in its
 // own runtime directory.
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <signal.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <sstream>
-#include <string>
-#include <thread>
-#include <vector>
 
 #include "ProcessHarness.h"
 
@@ -56,7 +49,7 @@ TEST_F(LshalTest, ListsTheExampleServiceWithItsProcessPingAndInterfaceChain) {
     EXPECT_EQ(2, threads.exitCode);
     EXPECT_NE(std::string::npos, threads.err.find("--threads")) << threads.err;
 
-    auto sm = started({ZUV_SERVICEMANAGER_PATH, "--call-timeout-ms=500"});
+    auto sm = manager({"--call-timeout-ms=500"});
     auto service = started({ZUV_FINGERPRINT_SERVICE_PATH, "--instance", "sensor0"});
     ASSERT_TRUE(sm && service);
 
@@ -94,11 +87,8 @@ TEST_F(LshalTest, DaemonServesTheSocketSystemdHandsOver) {
                              env());
     ASSERT_TRUE(sm);
     // The socket appears once systemd-socket-activate listens, a moment later.
-    for (auto end = Clock::now() + kLineTimeout;
-         access(socketPath.c_str(), F_OK) != 0 && Clock::now() < end;) {
-        std::this_thread::sleep_for(10ms);
-    }
-    ASSERT_EQ(0, access(socketPath.c_str(), F_OK)) << "systemd-socket-activate did not listen";
+    ASSERT_TRUE(eventually([&] { return access(socketPath.c_str(), F_OK) == 0; }))
+            << "systemd-socket-activate did not listen";
     auto service = started({ZUV_FINGERPRINT_SERVICE_PATH});
     ASSERT_TRUE(service && sm->line("ready"));
 

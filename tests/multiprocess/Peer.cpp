@@ -8,42 +8,31 @@
 //                        look NAME up, waiting or not; "got NAME remote|local|null MS"
 //   whois NAME           getDebugInfo on the service found: "whois NAME PID" or the error
 //   ping NAME            "ping NAME ok" or "ping NAME <status>"
-//   link NAME            tell "died NAME" when the service's process dies
-//   deaths NAME          "deaths NAME COUNT"
 //   list / listby FQNAME "list ENTRY"... then "list end"
 //   watch FQNAME NAME    registrations reported as "notified FQNAME NAME 0|1"; NAME "-" for all
-#include <android/hidl/base/1.0/BnHwBase.h>
-#include <android/hidl/base/1.0/IBase.h>
 #include <android/hidl/manager/1.0/IServiceManager.h>
 #include <android/hidl/manager/1.0/IServiceNotification.h>
 #include <hidl/HidlBinderSupport.h>
 #include <hidl/HidlTransportSupport.h>
 #include <hidl/ServiceManagement.h>
-#include <hidl/Static.h>
-#include <hidl/Status.h>
 #include <hwbinder/ProcessState.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <cstdarg>
 #include <cstdio>
 #include <iostream>
 #include <map>
 #include <mutex>
 #include <sstream>
-#include <string>
 
 #include "ChainedService.h"
 #include "TestNames.h"
 
-using ::android::hardware::hidl_death_recipient;
 using ::android::hidl::base::V1_0::BnHwBase;
 using ::android::hidl::base::V1_0::DebugInfo;
 using ::android::hidl::manager::V1_0::IServiceNotification;
 
 namespace {
-
-constexpr const char* kTestDescriptor = "vendor.zuv.test@1.0::ITest";
 
 std::mutex gOutLock;
 void say(const char* format, ...) __attribute__((format(printf, 1, 2)));
@@ -57,27 +46,6 @@ void say(const char* format, ...) {
     std::fflush(stdout);
 }
 
-class DeathCounter : public hidl_death_recipient {
-  public:
-    explicit DeathCounter(std::string name) : mName(std::move(name)) {}
-    void serviceDied(uint64_t, const ::android::wp<IBase>&) override {
-        {
-            std::lock_guard<std::mutex> lock(mLock);
-            ++mCount;
-        }
-        say("died %s", mName.c_str());
-    }
-    int count() {
-        std::lock_guard<std::mutex> lock(mLock);
-        return mCount;
-    }
-
-  private:
-    std::string mName;
-    std::mutex mLock;
-    int mCount = 0;
-};
-
 struct Listener : IServiceNotification {
     Return<void> onRegistration(const hidl_string& fqName, const hidl_string& name,
                                 bool preexisting) override {
@@ -86,10 +54,10 @@ struct Listener : IServiceNotification {
     }
 };
 
+using zuv_test::kTestDescriptor;
 using zuv_test::publishable;
 
 std::map<std::string, sp<IBase>> gServices;  // registered here or found
-std::map<std::string, sp<DeathCounter>> gDeaths;
 std::vector<sp<Listener>> gListeners;
 
 void lookup(const std::string& name, const std::string& descriptor, bool retry) {
@@ -163,13 +131,6 @@ int main() {
             } else {
                 say("whois %s %d", name.c_str(), pid);
             }
-        } else if (command == "link") {
-            sp<DeathCounter> counter = new DeathCounter(name);
-            gDeaths[name] = counter;
-            Return<bool> linked = gServices[name]->linkToDeath(counter, 0);
-            say("linked %s %d", name.c_str(), linked.isOk() && static_cast<bool>(linked) ? 1 : 0);
-        } else if (command == "deaths") {
-            say("deaths %s %d", name.c_str(), gDeaths[name] ? gDeaths[name]->count() : 0);
         } else if (command == "list") {
             listing("");
         } else if (command == "listby") {

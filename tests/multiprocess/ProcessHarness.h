@@ -21,6 +21,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 extern char** environ;
@@ -247,6 +248,17 @@ class Process {
     std::deque<std::string> mLines;
 };
 
+// Polls until pred holds, at most for timeout; answers whether it held.
+template <typename Pred>
+bool eventually(Pred pred, std::chrono::milliseconds timeout = kLineTimeout,
+                std::chrono::milliseconds every = 2ms) {
+    for (const auto end = Clock::now() + timeout; Clock::now() < end;) {
+        if (pred()) return true;
+        std::this_thread::sleep_for(every);
+    }
+    return pred();
+}
+
 inline std::string fileText(const std::string& path) {
     std::ifstream in(path);
     return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
@@ -290,6 +302,23 @@ class ProcessTest : public ::testing::Test {
         if (ready != nullptr) *ready = *line;
         return p;
     }
+
+#ifdef ZUV_SERVICEMANAGER_PATH
+    // The daemon, its stderr in managerLog().
+    std::unique_ptr<Process> manager(std::vector<std::string> args = {},
+                                     const Process::Env& extra = {}) {
+        args.insert(args.begin(), ZUV_SERVICEMANAGER_PATH);
+        return started(args, extra, managerLog());
+    }
+    std::string managerLog() const {
+        return mDir.path() + "/manager.log";
+    }
+#endif
+#ifdef ZUV_TEST_PEER_PATH
+    std::unique_ptr<Process> peer(const Process::Env& extra = {}, const std::string& log = "") {
+        return started({ZUV_TEST_PEER_PATH}, extra, log);
+    }
+#endif
 
     Outcome run(const std::vector<std::string>& argv, const Process::Env& extra = {}) {
         const std::string errPath = mDir.path() + "/stderr" + std::to_string(++mRuns);

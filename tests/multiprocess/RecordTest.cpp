@@ -1,16 +1,10 @@
 // Call recordings of the example session, on both sides: `zuv_hidl record`
 // around the client, ZUV_HIDL_RECORD with %p on the service.
 #include <dirent.h>
-#include <gtest/gtest.h>
-#include <signal.h>
 
-#include <fstream>
-#include <map>
 #include <nlohmann/json.hpp>
 #include <set>
 #include <sstream>
-#include <string>
-#include <vector>
 
 #include "ProcessHarness.h"
 
@@ -71,12 +65,11 @@ void expectNesting(const std::vector<json>& lines, size_t* nested) {
 class RecordTest : public ProcessTest {};
 
 TEST_F(RecordTest, RecordsTheExampleSessionOnBothSides) {
-    auto manager = started({ZUV_SERVICEMANAGER_PATH});
-    ASSERT_NE(nullptr, manager);
     const std::string dir = mDir.path();
+    auto sm = manager();
     auto service = started({ZUV_FINGERPRINT_SERVICE_PATH},
                            {{"ZUV_HIDL_RECORD", dir + "/service-%p.jsonl"}});
-    ASSERT_NE(nullptr, service);
+    ASSERT_TRUE(sm && service);
 
     Outcome client =
             run({ZUV_HIDL_PATH, "record", "-o", dir + "/client.jsonl", "--", ZUV_CLIENT_PATH});

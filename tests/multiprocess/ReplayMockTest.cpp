@@ -3,13 +3,6 @@
 // against a mock with a fault, the client run against the mock alone, and
 // the messages a broken recording gets.
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <sys/wait.h>
-
-#include <chrono>
-#include <fstream>
-#include <string>
-#include <vector>
 
 #include "ProcessHarness.h"
 
@@ -39,7 +32,7 @@ class ReplayMockTest : public ProcessTest {
 };
 
 TEST_F(ReplayMockTest, ReplayMatchesTheServiceAndNamesTheOperationThatDiffers) {
-    auto manager = started({ZUV_SERVICEMANAGER_PATH});
+    auto sm = manager();
     auto service = started({ZUV_FINGERPRINT_SERVICE_PATH});
     ASSERT_NE(nullptr, service);
     Outcome same = hidl({"replay", kRecording});
@@ -75,7 +68,7 @@ TEST_F(ReplayMockTest, ReplayMatchesTheServiceAndNamesTheOperationThatDiffers) {
 }
 
 TEST_F(ReplayMockTest, ClientPassesAgainstTheMockAloneAndSeesItDie) {
-    auto manager = started({ZUV_SERVICEMANAGER_PATH});
+    auto sm = manager();
     {
         auto stand = mock({});
         ASSERT_NE(nullptr, stand);

@@ -1,6 +1,5 @@
 // The base operations every interface of the package answers locally, with
 // its own descriptor and hash.
-#include <android/hidl/base/1.0/IBase.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <utils/misc.h>

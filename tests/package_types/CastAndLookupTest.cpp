@@ -17,7 +17,6 @@
 #include <vendor/zuv/hardware/fingerprint/1.0/MockZuvExtendedFingerprint.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/MockZuvExtendedFingerprintCallback.h>
 
-#include <chrono>
 #include <condition_variable>
 #include <mutex>
 #include <string>

@@ -8,10 +8,7 @@
 #include <hidl_host/Loopback.h>
 #include <hidl_host/frame/CallObserver.h>
 
-#include <map>
 #include <ostream>
-#include <string>
-#include <tuple>
 
 #include "OperationSamples.h"
 #include "TestNames.h"

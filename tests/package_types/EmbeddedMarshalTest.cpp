@@ -6,13 +6,11 @@
 #include <gtest/gtest.h>
 #include <hidl/HidlBinderSupport.h>
 #include <hidl_host/WireImage.h>
-#include <hwbinder/Parcel.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/types.h>
 
 #include <csignal>
 #include <cstdint>
 #include <limits>
-#include <vector>
 
 #include "TestNames.h"
 

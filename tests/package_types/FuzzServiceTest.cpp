@@ -5,7 +5,6 @@
 #include <vendor/zuv/hardware/fingerprint/1.0/FuzzCalls.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/IZuvExtendedFingerprintDefault.h>
 
-#include <chrono>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>

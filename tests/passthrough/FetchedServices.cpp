@@ -1,13 +1,13 @@
 // The package's implementation library as the passthrough loader finds it:
 // one entry point, for IDaxAndroidServices.
-#include <cstring>
+#include <vendor/zuv/hardware/fingerprint/1.0/IDaxAndroidServicesDefault.h>
 
-#include "FakeDaxAndroidServices.h"
+#include <cstring>
 
 namespace {
 
 // Marks the answers as coming from this library.
-struct FetchedServices : zuv_test::FakeDaxAndroidServices {
+struct FetchedServices : ::vendor::zuv::hardware::fingerprint::V1_0::IDaxAndroidServicesDefault {
     explicit FetchedServices(int32_t appType) : mAppType(appType) {}
     ::android::hardware::Return<int32_t> checkRequestingAppType() override { return mAppType; }
 

@@ -21,9 +21,6 @@
 #include <algorithm>
 #include <functional>
 #include <future>
-#include <string>
-#include <thread>
-#include <vector>
 
 #include "EventRecorder.h"
 #include "TestNames.h"

@@ -9,7 +9,6 @@
 #include <hidl_host/Instrumentation.h>
 #include <hidl_host/Loopback.h>
 #include <hwbinder/BpHwBinder.h>
-#include <hwbinder/Parcel.h>
 #include <sys/stat.h>
 #include <unistd.h>
 

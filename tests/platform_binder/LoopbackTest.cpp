@@ -3,9 +3,7 @@
 #include <gtest/gtest.h>
 #include <hidl_host/CallingIdentity.h>
 #include <hidl_host/Loopback.h>
-#include <hwbinder/Binder.h>
 #include <hwbinder/IPCThreadState.h>
-#include <hwbinder/Parcel.h>
 #include <unistd.h>
 
 #include "TestNames.h"

@@ -11,14 +11,11 @@
 #include <android/hidl/manager/1.0/BpHwServiceNotification.h>
 #include <gtest/gtest.h>
 #include <hidl_host/WireImage.h>
-#include <hwbinder/Binder.h>
 
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
-#include <map>
 #include <nlohmann/json.hpp>
-#include <string>
 #include <vector>
 
 #include "OperationSamples.h"
@@ -175,73 +172,53 @@ struct FixedManager : IServiceManager {
 
 nlohmann::json recordAll() {
     nlohmann::json all;
-    {
-        sp<Tap> tap = new Tap(new FixedBaseStub(new FixedBase));
-        sp<IBase> base = new BpHwBase(tap);
-        auto ignore = [](const auto&) {};
-        EXPECT_TRUE(base->interfaceChain(ignore).isOk());
-        all["IBase::interfaceChain"] = tap->last;
-        EXPECT_TRUE(base->debug(hidl_handle(), {"--opt", ""}).isOk());
-        all["IBase::debug"] = tap->last;
-        EXPECT_TRUE(base->interfaceDescriptor(ignore).isOk());
-        all["IBase::interfaceDescriptor"] = tap->last;
-        EXPECT_TRUE(base->getHashChain(ignore).isOk());
-        all["IBase::getHashChain"] = tap->last;
-        EXPECT_TRUE(base->setHALInstrumentation().isOk());
-        all["IBase::setHALInstrumentation"] = tap->last;
-        EXPECT_TRUE(base->ping().isOk());
-        all["IBase::ping"] = tap->last;
-        EXPECT_TRUE(base->getDebugInfo(ignore).isOk());
-        all["IBase::getDebugInfo"] = tap->last;
-        EXPECT_TRUE(base->notifySyspropsChanged().isOk());
-        all["IBase::notifySyspropsChanged"] = tap->last;
-    }
-    {
-        sp<Tap> tap = new Tap(new BnHwServiceManager(new FixedManager));
-        sp<IServiceManager> manager = new BpHwServiceManager(tap);
-        auto ignore = [](const auto&) {};
-        EXPECT_TRUE(manager->get("a@1.0::IA", "default").isOk());
-        all["IServiceManager::get"] = tap->last;
-        EXPECT_TRUE(manager->add("default", new FixedListener).isOk());
-        all["IServiceManager::add"] = tap->last;
-        EXPECT_TRUE(manager->add("", nullptr).isOk());
-        all["IServiceManager::add(null)"] = tap->last;
-        EXPECT_TRUE(manager->getTransport("a@1.0::IA", "default").isOk());
-        all["IServiceManager::getTransport"] = tap->last;
-        EXPECT_TRUE(manager->list(ignore).isOk());
-        all["IServiceManager::list"] = tap->last;
-        EXPECT_TRUE(manager->listByInterface("a@1.0::IA", ignore).isOk());
-        all["IServiceManager::listByInterface"] = tap->last;
-        EXPECT_TRUE(manager->registerForNotifications("a@1.0::IA", "", new FixedListener).isOk());
-        all["IServiceManager::registerForNotifications"] = tap->last;
-        EXPECT_TRUE(manager->debugDump(ignore).isOk());
-        all["IServiceManager::debugDump"] = tap->last;
-        EXPECT_TRUE(manager->registerPassthroughClient("a@1.0::IA", "default").isOk());
-        all["IServiceManager::registerPassthroughClient"] = tap->last;
-        // Base operations of a manager's proxy use the base interface's codes.
-        EXPECT_TRUE(manager->interfaceChain(ignore).isOk());
-        all["IServiceManager::interfaceChain"] = tap->last;
-    }
-    {
-        sp<Tap> tap = new Tap(new BnHwServiceNotification(new FixedListener));
-        sp<IServiceNotification> listener = new BpHwServiceNotification(tap);
-        EXPECT_TRUE(listener->onRegistration("a@1.0::IA", "default", true).isOk());
-        all["IServiceNotification::onRegistration"] = tap->last;
-        EXPECT_TRUE(listener->getHashChain([](const auto&) {}).isOk());
-        all["IServiceNotification::getHashChain"] = tap->last;
-    }
+    sp<Tap> tap;
+    // Records what the call just made put on the wire under name.
+    auto keep = [&](const std::string& name, bool ok) {
+        EXPECT_TRUE(ok) << name;
+        all[name] = tap->last;
+    };
+    auto ignore = [](const auto&) {};
+    tap = new Tap(new FixedBaseStub(new FixedBase));
+    sp<IBase> base = new BpHwBase(tap);
+    keep("IBase::interfaceChain", base->interfaceChain(ignore).isOk());
+    keep("IBase::debug", base->debug(hidl_handle(), {"--opt", ""}).isOk());
+    keep("IBase::interfaceDescriptor", base->interfaceDescriptor(ignore).isOk());
+    keep("IBase::getHashChain", base->getHashChain(ignore).isOk());
+    keep("IBase::setHALInstrumentation", base->setHALInstrumentation().isOk());
+    keep("IBase::ping", base->ping().isOk());
+    keep("IBase::getDebugInfo", base->getDebugInfo(ignore).isOk());
+    keep("IBase::notifySyspropsChanged", base->notifySyspropsChanged().isOk());
+    tap = new Tap(new BnHwServiceManager(new FixedManager));
+    sp<IServiceManager> manager = new BpHwServiceManager(tap);
+    keep("IServiceManager::get", manager->get("a@1.0::IA", "default").isOk());
+    keep("IServiceManager::add", manager->add("default", new FixedListener).isOk());
+    keep("IServiceManager::add(null)", manager->add("", nullptr).isOk());
+    keep("IServiceManager::getTransport", manager->getTransport("a@1.0::IA", "default").isOk());
+    keep("IServiceManager::list", manager->list(ignore).isOk());
+    keep("IServiceManager::listByInterface", manager->listByInterface("a@1.0::IA", ignore).isOk());
+    keep("IServiceManager::registerForNotifications",
+         manager->registerForNotifications("a@1.0::IA", "", new FixedListener).isOk());
+    keep("IServiceManager::debugDump", manager->debugDump(ignore).isOk());
+    keep("IServiceManager::registerPassthroughClient",
+         manager->registerPassthroughClient("a@1.0::IA", "default").isOk());
+    // Base operations of a manager's proxy use the base interface's codes.
+    keep("IServiceManager::interfaceChain", manager->interfaceChain(ignore).isOk());
+    tap = new Tap(new BnHwServiceNotification(new FixedListener));
+    sp<IServiceNotification> listener = new BpHwServiceNotification(tap);
+    keep("IServiceNotification::onRegistration",
+         listener->onRegistration("a@1.0::IA", "default", true).isOk());
+    keep("IServiceNotification::getHashChain", listener->getHashChain([](const auto&) {}).isOk());
     // Every operation of the package, with sample values, to the interface's own stub.
     for (const InterfaceOps& iface : allInterfaces()) {
         for (const Operation& op : iface.operations) {
-            sp<Tap> tap;
             const auto route = [&](const sp<BHwBinder>& stub) { return tap = new Tap(stub); };
             json args, byName;
             zuv_test::sampleArgs(op, false, &args, &byName);
             const json result =
                     op.result.type.empty() ? json() : zuv_test::sample(op.result.type, false);
-            EXPECT_TRUE(op.invoke(zuv_test::standInProxy(iface, result, route), args, nullptr).ok)
-                    << op.name;
-            all[iface.name + "::" + op.name] = tap->last;
+            keep(iface.name + "::" + op.name,
+                 op.invoke(zuv_test::standInProxy(iface, result, route), args, nullptr).ok);
         }
     }
     return all;

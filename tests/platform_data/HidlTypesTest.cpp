@@ -2,7 +2,6 @@
 // in-memory layout the wire format copies is pinned by the wire-bytes test.
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <hidl/HidlSupport.h>
 #include <unistd.h>
 
 #include <string>

@@ -31,7 +31,7 @@ std::vector<uint8_t> sampleImage() {
     Parcel p;
     p.writeInt32(7);
     p.writeStrongBinder(nullptr);
-    writeStrings(&p, names);
+    writeValue(&p, names);
     size_t h;
     p.writeBuffer(&record, sizeof(record), &h);
     WireImage image;
@@ -192,9 +192,9 @@ TEST(ImageCorruption, RandomDamageNeverCrashesOrLeaks) {
 
     Parcel in;
     in.writeInterfaceToken("fuzz@1.0::IFuzz");
-    writeStrings(&in, names);
+    writeValue(&in, names);
     in.writeNativeHandleNoDup(nh);
-    writeBytes(&in, bytes);
+    writeValue(&in, bytes);
     WireImage image;
     ASSERT_EQ(WireImageCodec::flatten(in, nullptr, &image), OK);
 
@@ -203,8 +203,8 @@ TEST(ImageCorruption, RandomDamageNeverCrashesOrLeaks) {
         const hidl_vec<hidl_string>* gotNames = nullptr;
         const native_handle_t* h = nullptr;
         const hidl_vec<uint8_t>* gotBytes = nullptr;
-        if (!p.enforceInterface("fuzz@1.0::IFuzz") || readStrings(p, &gotNames) != OK ||
-            p.readNullableNativeHandleNoDup(&h) != OK || readBytes(p, &gotBytes) != OK) {
+        if (!p.enforceInterface("fuzz@1.0::IFuzz") || readValue(p, &gotNames) != OK ||
+            p.readNullableNativeHandleNoDup(&h) != OK || readValue(p, &gotBytes) != OK) {
             return;
         }
         volatile size_t sum = 0;

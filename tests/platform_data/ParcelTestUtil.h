@@ -5,9 +5,8 @@
 
 #include <dirent.h>
 #include <hidl/HidlBinderSupport.h>
-#include <hidl/HidlSupport.h>
 #include <hidl_host/WireImage.h>
-#include <hwbinder/Parcel.h>
+#include <hidl_host/frame/Codec.h>
 #include <unistd.h>
 
 #include <cstring>
@@ -21,72 +20,20 @@ using android::hardware::host::BinderTranslator;
 using android::hardware::host::WireImage;
 using android::hardware::host::WireImageCodec;
 
-// The writers below leave the parcel pointing into their argument, as every
-// parcel write of a buffer does: the argument must outlive the parcel's use.
-// Temporaries (including ones converted from literals) are refused.
-status_t writeString(Parcel* p, hidl_string&& s) = delete;
-status_t writeBytes(Parcel* p, hidl_vec<uint8_t>&& v) = delete;
-status_t writeStrings(Parcel* p, hidl_vec<hidl_string>&& v) = delete;
-
-inline status_t writeString(Parcel* p, const hidl_string& s) {
-    size_t handle;
-    status_t err = p->writeBuffer(&s, sizeof(s), &handle);
-    if (err != android::OK) return err;
-    return android::hardware::writeEmbeddedToParcel(s, p, handle, 0);
+// The package's encodings, as its proxies and stubs write and read them. A
+// write leaves the parcel pointing into its argument, as every parcel write
+// of a buffer does: the argument must outlive the parcel's use, and
+// temporaries (including ones converted from literals) are refused. A read
+// gives the value where it lies in the parcel.
+template <typename T>
+status_t writeValue(Parcel* p, const T& value) {
+    return ::android::hardware::frame::Codec<T>::write(p, value);
 }
-
-inline status_t readString(const Parcel& p, const hidl_string** out) {
-    size_t handle;
-    const void* ptr;
-    status_t err = p.readBuffer(sizeof(hidl_string), &handle, &ptr);
-    if (err != android::OK) return err;
-    *out = static_cast<const hidl_string*>(ptr);
-    return android::hardware::readEmbeddedFromParcel(**out, p, handle, 0);
-}
-
-inline status_t writeBytes(Parcel* p, const hidl_vec<uint8_t>& v) {
-    size_t handle, child;
-    status_t err = p->writeBuffer(&v, sizeof(v), &handle);
-    if (err != android::OK) return err;
-    return p->writeEmbeddedBuffer(v.data(), v.size(), &child, handle, 0);
-}
-
-inline status_t readBytes(const Parcel& p, const hidl_vec<uint8_t>** out) {
-    size_t handle, child;
-    const void* ptr;
-    const void* data;
-    status_t err = p.readBuffer(sizeof(hidl_vec<uint8_t>), &handle, &ptr);
-    if (err != android::OK) return err;
-    *out = static_cast<const hidl_vec<uint8_t>*>(ptr);
-    return p.readNullableEmbeddedBuffer((*out)->size(), &child, handle, 0, &data);
-}
-
-inline status_t writeStrings(Parcel* p, const hidl_vec<hidl_string>& v) {
-    size_t handle, child;
-    status_t err = p->writeBuffer(&v, sizeof(v), &handle);
-    if (err == android::OK) {
-        err = p->writeEmbeddedBuffer(v.data(), v.size() * sizeof(hidl_string), &child, handle, 0);
-    }
-    for (size_t i = 0; err == android::OK && i < v.size(); ++i) {
-        err = android::hardware::writeEmbeddedToParcel(v[i], p, child, i * sizeof(hidl_string));
-    }
-    return err;
-}
-
-inline status_t readStrings(const Parcel& p, const hidl_vec<hidl_string>** out) {
-    size_t handle, child;
-    const void* ptr;
-    const void* data;
-    status_t err = p.readBuffer(sizeof(hidl_vec<hidl_string>), &handle, &ptr);
-    if (err != android::OK) return err;
-    *out = static_cast<const hidl_vec<hidl_string>*>(ptr);
-    err = p.readNullableEmbeddedBuffer((*out)->size() * sizeof(hidl_string), &child, handle, 0,
-                                       &data);
-    for (size_t i = 0; err == android::OK && i < (*out)->size(); ++i) {
-        err = android::hardware::readEmbeddedFromParcel((**out)[i], p, child,
-                                                        i * sizeof(hidl_string));
-    }
-    return err;
+template <typename T>
+status_t writeValue(Parcel* p, const T&& value) = delete;
+template <typename T>
+status_t readValue(const Parcel& p, const T** out) {
+    return ::android::hardware::frame::Codec<T>::read(p, out);
 }
 
 // The fds a transport would pass along: duplicates the receiver owns.

@@ -7,7 +7,6 @@
 #include <hidl_host/Loopback.h>
 
 #include <atomic>
-#include <chrono>
 #include <future>
 #include <mutex>
 #include <thread>

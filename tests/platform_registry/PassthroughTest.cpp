@@ -7,10 +7,8 @@
 #include <hidl_host/ServiceRegistry.h>
 
 #include <cstdlib>
-#include <string>
-#include <vector>
 
-#include "TestInterfaces.h"
+#include "ChainedService.h"
 #include "TestNames.h"
 
 using ::android::hardware::details::getBsConstructorMap;
@@ -19,8 +17,8 @@ using ::android::hardware::details::HidlInstrumentor;
 using ::android::hardware::details::wrapPassthrough;
 using ::android::hardware::details::wrapPassthroughInternal;
 using ::android::hidl::manager::V1_0::IServiceManager;
-using ::vendor::zuv::test::V1_0::ITest;
-using ::vendor::zuv::test::V1_0::TestService;
+using zuv_test::ChainedService;
+using zuv_test::kTestDescriptor;
 
 namespace {
 
@@ -90,25 +88,25 @@ class PassthroughLoader : public ::testing::Test {
         unsetenv(::android::hardware::host::kPassthroughPathEnvVar);
     }
 
-    static sp<ITest> load(const std::string& descriptor, const std::string& instance) {
+    static sp<ChainedService> load(const std::string& descriptor, const std::string& instance) {
         sp<IBase> base = getRawServiceInternal(descriptor, instance, false, true);
-        return static_cast<ITest*>(base.get());
+        return static_cast<ChainedService*>(base.get());
     }
 };
 
 TEST_F(PassthroughLoader, LoadsTheImplementationForTheInstance) {
-    sp<ITest> a = load(ITest::kDescriptor, "default");
+    sp<ChainedService> a = load(kTestDescriptor, "default");
     ASSERT_NE(a, nullptr);
-    EXPECT_EQ(a->instance(), "default");
+    EXPECT_EQ(a->mInstance, "default");
     EXPECT_FALSE(a->isRemote());
-    ASSERT_NE(load(ITest::kDescriptor, "second"), nullptr);
+    ASSERT_NE(load(kTestDescriptor, "second"), nullptr);
 
     // Loads are recorded with the default registry for debugDump.
     bool recorded = false;
     ASSERT_TRUE(::android::hardware::defaultServiceManager()
                         ->debugDump([&](const auto& infos) {
                             for (const auto& info : infos) {
-                                recorded |= info.interfaceName == ITest::kDescriptor &&
+                                recorded |= info.interfaceName == kTestDescriptor &&
                                             info.instanceName == "second" &&
                                             info.clientPids.size() == 1;
                             }
@@ -118,15 +116,15 @@ TEST_F(PassthroughLoader, LoadsTheImplementationForTheInstance) {
 
     // The passthrough registry view answers the same.
     Return<sp<IBase>> viaManager =
-            ::android::hardware::getPassthroughServiceManager()->get(ITest::kDescriptor, "third");
+            ::android::hardware::getPassthroughServiceManager()->get(kTestDescriptor, "third");
     ASSERT_TRUE(viaManager.isOk());
     sp<IBase> third = viaManager;
     ASSERT_NE(third, nullptr);
-    EXPECT_EQ(static_cast<ITest*>(third.get())->instance(), "third");
+    EXPECT_EQ(static_cast<ChainedService*>(third.get())->mInstance, "third");
 
     // An unregistered service with a library is reported as passthrough.
     sp<IServiceManager> sm = ::android::hardware::host::makeInProcessServiceManager();
-    Return<IServiceManager::Transport> t = sm->getTransport(ITest::kDescriptor, "default");
+    Return<IServiceManager::Transport> t = sm->getTransport(kTestDescriptor, "default");
     EXPECT_EQ(static_cast<IServiceManager::Transport>(t), IServiceManager::Transport::PASSTHROUGH);
     Return<IServiceManager::Transport> none =
             sm->getTransport("vendor.zuv.absent@1.0::ITest", "default");
@@ -134,7 +132,7 @@ TEST_F(PassthroughLoader, LoadsTheImplementationForTheInstance) {
 }
 
 TEST_F(PassthroughLoader, NothingFoundGivesNull) {
-    EXPECT_EQ(load(ITest::kDescriptor, "none"), nullptr) << "entry point declined";
+    EXPECT_EQ(load(kTestDescriptor, "none"), nullptr) << "entry point declined";
     EXPECT_EQ(load("vendor.zuv.nosym@1.0::ITest", "default"), nullptr) << "no entry point";
     EXPECT_EQ(load("vendor.zuv.absent@1.0::ITest", "default"), nullptr) << "no library";
     EXPECT_EQ(load("vendor.zuv.test@1.0::IOther", "default"), nullptr) << "other interface";
@@ -147,11 +145,11 @@ TEST_F(PassthroughLoader, NothingFoundGivesNull) {
 TEST_F(PassthroughLoader, SearchPathComesFromTheEnvironmentUnlessSet) {
     ::android::hardware::host::resetPassthroughSearchPath();
     setenv(::android::hardware::host::kPassthroughPathEnvVar, "/nonexistent/zuv", 1);
-    EXPECT_EQ(load(ITest::kDescriptor, "default"), nullptr);
+    EXPECT_EQ(load(kTestDescriptor, "default"), nullptr);
     setenv(::android::hardware::host::kPassthroughPathEnvVar, ZUV_TEST_PASSTHROUGH_DIR, 1);
-    EXPECT_NE(load(ITest::kDescriptor, "default"), nullptr);
+    EXPECT_NE(load(kTestDescriptor, "default"), nullptr);
     ::android::hardware::host::setPassthroughSearchPath("/nonexistent/zuv");
-    EXPECT_EQ(load(ITest::kDescriptor, "default"), nullptr) << "the setter wins";
+    EXPECT_EQ(load(kTestDescriptor, "default"), nullptr) << "the setter wins";
 }
 
 }  // namespace

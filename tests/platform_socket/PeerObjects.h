@@ -11,6 +11,7 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <cstring>
 #include <map>
 #include <mutex>
 #include <thread>
@@ -27,24 +28,23 @@ using android::hardware::IPCThreadState;
 using android::hardware::Parcel;
 
 enum Code : uint32_t {
-    kEcho = 1,            // int32 v -> v, server pid, calling pid, calling uid
-    kRecord = 2,          // oneway int32 v: remembered in arrival order
-    kRecorded = 3,        // -> count, 1 when the values were 0, 1, 2, ... in order
-    kCallBack = 4,        // binder cb, int32 v -> status, cb's echo of v (on this thread)
-    kCallBackThread = 5,  // same, from another thread of this process
-    kHold = 6,            // binder: kept until kDropHeld
-    kDropHeld = 7,        //
-    kCallHeld = 8,        // int32 v -> status, then the held object's echo of v
-    kNewObject = 9,       // -> a fresh object of this process
-    kStats = 10,          // -> exported nodes
-    kBlock = 11,          // tells the hub (kNotify) and never answers
-    kReturn = 14,         // binder -> the same binder
-    kReadFd = 15,         // native handle of one fd -> the int32 read from it
-    kSleep = 16,          // int32 ms -> ms, answered after that long
-    kMirror = 17,         // int32 size, buffer -> buffer of its bytes each plus one
-    kMirrorBack = 18,     // binder cb, int32 size, buffer -> status, cb's kMirror of it
-    kRegister = 100,      // hub: int32 tag, binder
-    kNotify = 101,        // hub: int32 value
+    kEcho = 1,         // int32 v -> v, server pid, calling pid, calling uid
+    kRecord = 2,       // oneway int32 v: remembered in arrival order
+    kRecorded = 3,     // -> count, 1 when the values were 0, 1, 2, ... in order
+    kCallBack = 4,     // binder cb, int32 v -> status, cb's echo of v (from another thread)
+    kHold = 6,         // binder: kept until kDropHeld
+    kDropHeld = 7,     //
+    kCallHeld = 8,     // int32 v -> status, the held object's echo of v
+    kNewObject = 9,    // -> a fresh object of this process
+    kStats = 10,       // -> exported nodes
+    kBlock = 11,       // tells the hub (kNotify) and never answers
+    kReturn = 14,      // binder -> the same binder
+    kReadFd = 15,      // native handle of one fd -> the int32 read from it
+    kSleep = 16,       // int32 ms -> ms, answered after that long
+    kMirror = 17,      // int32 size, buffer -> buffer of its bytes each plus one
+    kMirrorBack = 18,  // binder cb, int32 size, buffer -> status, cb's kMirror of it
+    kRegister = 100,   // hub: int32 tag, binder
+    kNotify = 101,     // hub: int32 value
 };
 
 inline status_t echoThrough(const sp<IBinder>& target, int32_t value, Parcel* reply) {
@@ -82,23 +82,24 @@ class TestObject : public BHwBinder {
                 reply->writeInt32(inOrder ? 1 : 0);
                 break;
             }
-            case kCallBack:
-            case kCallBackThread: {
-                sp<IBinder> cb;
-                data.readStrongBinder(&cb);
+            case kCallBack:  // on this process's pool, not the serving thread
+            case kCallHeld: {
+                sp<IBinder> target;
+                if (code == kCallBack) data.readStrongBinder(&target);
                 data.readInt32(&v);
+                if (code == kCallHeld) {
+                    std::lock_guard<std::mutex> lock(mLock);
+                    if (!mHeld.empty()) target = mHeld.back();
+                }
                 Parcel echoed;
                 status_t err = android::BAD_VALUE;
-                auto call = [&] { err = cb != nullptr ? echoThrough(cb, v, &echoed) : err; };
-                if (code == kCallBack) {
-                    call();
-                } else {
-                    std::thread(call).join();
-                }
-                int32_t got = -1;
-                echoed.readInt32(&got);
+                std::thread([&] { err = target ? echoThrough(target, v, &echoed) : err; }).join();
                 reply->writeInt32(err);
-                reply->writeInt32(got);
+                for (int i = 0; i < 4; ++i) {
+                    int32_t field = -1;
+                    echoed.readInt32(&field);
+                    reply->writeInt32(field);
+                }
                 break;
             }
             case kHold: {
@@ -113,23 +114,6 @@ class TestObject : public BHwBinder {
                 {
                     std::lock_guard<std::mutex> lock(mLock);
                     dropped.swap(mHeld);
-                }
-                break;
-            }
-            case kCallHeld: {
-                data.readInt32(&v);
-                sp<IBinder> held;
-                {
-                    std::lock_guard<std::mutex> lock(mLock);
-                    if (!mHeld.empty()) held = mHeld.back();
-                }
-                Parcel echoed;
-                status_t err = held != nullptr ? echoThrough(held, v, &echoed) : android::BAD_VALUE;
-                reply->writeInt32(err);
-                for (int i = 0; i < 4; ++i) {
-                    int32_t field = -1;
-                    echoed.readInt32(&field);
-                    reply->writeInt32(field);
                 }
                 break;
             }
@@ -164,39 +148,32 @@ class TestObject : public BHwBinder {
                 reply->writeInt32(got);
                 break;
             }
-            case kMirror: {
+            case kMirror:
+            case kMirrorBack: {  // the latter: a large call back to the caller while it waits
+                sp<IBinder> cb;
+                if (code == kMirrorBack) data.readStrongBinder(&cb);
                 int32_t size = 0;
                 data.readInt32(&size);
                 size_t handle;
                 const void* bytes = nullptr;
                 status_t err = data.readBuffer(static_cast<size_t>(size), &handle, &bytes);
-                if (err != OK) return err;
-                // The reply's buffer lives only until the callback returns.
+                if (err != OK || (code == kMirrorBack && cb == nullptr)) return android::BAD_VALUE;
+                // The reply points into out: answered before out goes.
                 std::vector<uint8_t> out(static_cast<const uint8_t*>(bytes),
                                          static_cast<const uint8_t*>(bytes) + size);
-                for (uint8_t& b : out) ++b;
+                if (code == kMirror) {
+                    for (uint8_t& b : out) ++b;
+                } else {
+                    Parcel there, back;
+                    there.writeInt32(size);
+                    there.writeBuffer(out.data(), out.size(), &handle);
+                    err = cb->transact(kMirror, there, &back);
+                    const void* mirrored = nullptr;
+                    if (err == OK) err = back.readBuffer(out.size(), &handle, &mirrored);
+                    if (err == OK) memcpy(out.data(), mirrored, out.size());
+                    reply->writeInt32(err);
+                }
                 reply->writeBuffer(out.data(), out.size(), &handle);
-                if (callback != nullptr) callback(*reply);
-                return OK;
-            }
-            case kMirrorBack: {
-                // A large call back to the caller while its call waits.
-                sp<IBinder> cb;
-                data.readStrongBinder(&cb);
-                int32_t size = 0;
-                data.readInt32(&size);
-                size_t handle;
-                const void* bytes = nullptr;
-                status_t err = data.readBuffer(static_cast<size_t>(size), &handle, &bytes);
-                if (err != OK || cb == nullptr) return android::BAD_VALUE;
-                Parcel there, back;
-                there.writeInt32(size);
-                there.writeBuffer(bytes, static_cast<size_t>(size), &handle);
-                err = cb->transact(kMirror, there, &back);
-                const void* mirrored = nullptr;
-                if (err == OK) err = back.readBuffer(static_cast<size_t>(size), &handle, &mirrored);
-                reply->writeInt32(err);
-                if (err == OK) reply->writeBuffer(mirrored, static_cast<size_t>(size), &handle);
                 if (callback != nullptr) callback(*reply);
                 return OK;
             }

@@ -3,14 +3,11 @@
 // object, and are stopped and reaped when the test ends, pass or fail.
 #pragma once
 
-#include <gtest/gtest.h>
 #include <hidl/HidlTransportSupport.h>
-#include <hidl_host/SocketTransport.h>
 #include <hwbinder/ProcessState.h>
 #include <stdlib.h>
 
 #include <functional>
-#include <thread>
 
 #include "PeerObjects.h"
 #include "ProcessHarness.h"
@@ -23,6 +20,7 @@ using android::sp;
 using android::status_t;
 using android::hardware::IBinder;
 using android::hardware::Parcel;
+using zuv_mp::eventually;
 using zuv_mp::Process;
 
 // Generous: the tests must hold on a loaded two-core machine.
@@ -39,31 +37,26 @@ inline void killAndReap(Process* p) {
     p->waitExit(kTimeout);
 }
 
-// Polls until pred holds (for state that no event announces, such as a
-// peer's counters).
-inline bool eventually(const std::function<bool()>& pred) {
-    const auto deadline = std::chrono::steady_clock::now() + kTimeout;
-    while (std::chrono::steady_clock::now() < deadline) {
-        if (pred()) return true;
-        std::this_thread::sleep_for(2ms);
-    }
-    return pred();
-}
-
 struct Echo {
     status_t status = android::UNKNOWN_ERROR;
     int32_t value = -1, serverPid = -1, callingPid = -1, callingUid = -1;
 };
 
-inline Echo echo(const sp<IBinder>& target, int32_t value) {
+// The four fields of an echo, read from where reply stands.
+inline Echo readEcho(const Parcel& reply, status_t status = OK) {
     Echo e;
-    Parcel reply;
-    e.status = peer::echoThrough(target, value, &reply);
+    e.status = status;
     reply.readInt32(&e.value);
     reply.readInt32(&e.serverPid);
     reply.readInt32(&e.callingPid);
     reply.readInt32(&e.callingUid);
     return e;
+}
+
+inline Echo echo(const sp<IBinder>& target, int32_t value) {
+    Parcel reply;
+    status_t status = peer::echoThrough(target, value, &reply);
+    return readEcho(reply, status);
 }
 
 inline int32_t peerNodes(const sp<IBinder>& target) {

@@ -7,11 +7,9 @@
 //                                       for its death; prints its thread
 //                                       count after each step and "dead"
 #include <hidl/HidlTransportSupport.h>
-#include <hidl_host/SocketTransport.h>
 
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <future>
 

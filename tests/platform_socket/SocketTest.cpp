@@ -1,6 +1,7 @@
-// Calls between real processes: two-way and oneway, ordering, concurrency,
-// callbacks, objects handed to a third process, reference counts across
+// Calls between real processes: two-way and oneway, descriptors, ordering,
+// concurrency, callbacks, objects handed to a third process, reference counts across
 // processes and the death of peers.
+#include <cutils/native_handle.h>
 #include <hidl_host/CallDeadline.h>
 #include <hidl_host/Loopback.h>
 
@@ -14,15 +15,13 @@ namespace {
 
 using android::hardware::host::socketTransportStats;
 
-// Calls code with data and reads the peer's (status, value) answer.
-std::pair<int32_t, int32_t> statusAndValue(const sp<IBinder>& target, uint32_t code,
-                                           const Parcel& data) {
+// Calls code with data and reads the peer's answer: a status, then an echo
+// (whose status it becomes).
+Echo relayed(const sp<IBinder>& target, uint32_t code, const Parcel& data) {
     Parcel reply;
-    int32_t err = -1, got = -1;
-    if (target->transact(code, data, &reply) != OK) return {err, got};
-    reply.readInt32(&err);
-    reply.readInt32(&got);
-    return {err, got};
+    int32_t err = -1;
+    if (target->transact(code, data, &reply) == OK) reply.readInt32(&err);
+    return readEcho(reply, err);
 }
 
 sp<IBinder> newObjectOf(const sp<IBinder>& owner) {
@@ -44,7 +43,7 @@ sp<IBinder> returned(const sp<IBinder>& target, const sp<IBinder>& object, statu
     return reply.readStrongBinder();
 }
 
-TEST_F(SocketTest, TwoWayCallsCarryIdentityAndObjectsComeHomeAsThemselves) {
+TEST_F(SocketTest, TwoWayCallsCarryIdentityDescriptorsCallbacksAndObjects) {
     Process* process = nullptr;
     sp<IBinder> object = startPeer(4, &process);
     ASSERT_NE(object, nullptr);
@@ -68,7 +67,31 @@ TEST_F(SocketTest, TwoWayCallsCarryIdentityAndObjectsComeHomeAsThemselves) {
     // A loopback proxy cannot cross; the peer carries on.
     returned(object, android::hardware::host::loopbackProxyFor(new peer::TestObject()), &err);
     EXPECT_EQ(err, android::INVALID_OPERATION);
-    EXPECT_EQ(echo(object, 1).status, OK);
+
+    // A descriptor reaches the peer readable; the peer carries on.
+    int pipeFds[2];
+    ASSERT_EQ(pipe(pipeFds), 0);
+    const int32_t written = 0x5a5a;
+    ASSERT_EQ(write(pipeFds[1], &written, sizeof(written)), static_cast<ssize_t>(sizeof(written)));
+    close(pipeFds[1]);
+    native_handle_t* handle = native_handle_create(1, 0);
+    handle->data[0] = pipeFds[0];
+    Parcel data, reply;
+    data.writeNativeHandleNoDup(handle);
+    ASSERT_EQ(object->transact(peer::kReadFd, data, &reply), OK);
+    EXPECT_EQ(readEcho(reply).value, written);
+    native_handle_close(handle);
+    native_handle_delete(handle);
+
+    // The peer calls an object of this process back from another of its
+    // threads while the call waits (on the caller's own connection: in
+    // LargeCallsAndReplies...).
+    Parcel callBack;
+    callBack.writeStrongBinder(new peer::TestObject());
+    callBack.writeInt32(99);
+    Echo back = relayed(object, peer::kCallBack, callBack);
+    EXPECT_EQ(back.status, OK);
+    EXPECT_EQ(back.value, 99);
 }
 
 TEST_F(SocketTest, OnewayCallsRunInTheOrderSentAlongsideConcurrentTwoWayCalls) {
@@ -93,28 +116,16 @@ TEST_F(SocketTest, OnewayCallsRunInTheOrderSentAlongsideConcurrentTwoWayCalls) {
     }
     for (auto& thread : threads) thread.join();
     EXPECT_EQ(failures.load(), 0);
-    std::pair<int32_t, int32_t> recorded;
     // A two-way call may overtake queued oneway calls; wait for all of them.
+    int32_t recorded = -1, inOrder = -1;
     EXPECT_TRUE(eventually([&] {
-        recorded = statusAndValue(object, peer::kRecorded, Parcel());
-        return recorded.first >= kCount;
+        Parcel reply;
+        object->transact(peer::kRecorded, Parcel(), &reply);
+        return reply.readInt32(&recorded) == OK && reply.readInt32(&inOrder) == OK &&
+               recorded >= kCount;
     }));
-    EXPECT_EQ(recorded.first, kCount);
-    EXPECT_EQ(recorded.second, 1);  // in order
-}
-
-TEST_F(SocketTest, CallbackIsServedWhileTheCallerWaits) {
-    sp<IBinder> object = startPeer(1);
-    ASSERT_NE(object, nullptr);
-    sp<IBinder> callback = new peer::TestObject();
-    // On the serving thread (the call comes back down the caller's own
-    // connection) and from another thread of the peer (this process's pool).
-    for (uint32_t code : {peer::kCallBack, peer::kCallBackThread}) {
-        Parcel data;
-        data.writeStrongBinder(callback);
-        data.writeInt32(99);
-        EXPECT_EQ(statusAndValue(object, code, data), std::make_pair(int32_t{OK}, 99)) << code;
-    }
+    EXPECT_EQ(recorded, kCount);
+    EXPECT_EQ(inOrder, 1);
 }
 
 TEST_F(SocketTest, DeadlinesOfThreadAndProxyEndOnlyTheirOwnCalls) {
@@ -186,16 +197,10 @@ TEST_F(SocketTest, ForwardedNodeIsCalledDirectlyAndLivesWhileAnyProcessHoldsIt) 
     EXPECT_EQ(peerNodes(owner), baseline + 1);
     Parcel none, ignored;
     ASSERT_EQ(second->transact(peer::kDropHeld, none, &ignored), OK);
-    Parcel call, result;
+    Parcel call;
     call.writeInt32(5);
-    ASSERT_EQ(holder->transact(peer::kCallHeld, call, &result), OK);
-    int32_t err = -1;
-    Echo e;
-    result.readInt32(&err);
-    result.readInt32(&e.value);
-    result.readInt32(&e.serverPid);
-    result.readInt32(&e.callingPid);
-    EXPECT_EQ(err, OK);
+    Echo e = relayed(holder, peer::kCallHeld, call);
+    EXPECT_EQ(e.status, OK);
     EXPECT_EQ(e.value, 5);
     EXPECT_EQ(e.serverPid, ownerProcess->pid());
     // The owner saw the holder itself calling, not this process relaying.

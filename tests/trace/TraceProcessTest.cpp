@@ -1,14 +1,6 @@
 // Tracing switched on by the environment in a real child process: the file
 // named by ZUV_HIDL_TRACE_FILE, written at exit, with the package's trace
 // sections when the atrace shim is preloaded.
-#include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/wait.h>
-
-#include <chrono>
-#include <filesystem>
-#include <string>
-#include <vector>
 
 #include "ProcessHarness.h"
 #include "TraceEvents.h"

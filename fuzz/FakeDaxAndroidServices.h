@@ -1,6 +1,5 @@
 // An IDaxAndroidServices that accepts every request and reports app type 0,
-// for the fuzzers and the test implementation library, which overrides its
-// answer. Unit tests use the package's mocks.
+// for the fuzzers. Tests use the package's mocks and default implementations.
 #pragma once
 
 #include <vendor/zuv/hardware/fingerprint/1.0/IDaxAndroidServices.h>

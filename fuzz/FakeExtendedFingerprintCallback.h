@@ -1,6 +1,6 @@
 // An IZuvExtendedFingerprintCallback that accepts every report and does
-// nothing, for the fuzzers and the stalled client, which override what
-// they need. Unit tests use the package's mocks.
+// nothing, for the fuzzers. Tests use the package's mocks and default
+// implementations.
 #pragma once
 
 #include <vendor/zuv/hardware/fingerprint/1.0/IZuvExtendedFingerprintCallback.h>
