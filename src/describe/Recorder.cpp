@@ -9,6 +9,7 @@
 #include <android/hidl/base/1.0/BnHwBase.h>
 #include <fcntl.h>
 #include <hidl/HidlBinderSupport.h>
+#include <hidl_host/Log.h>
 #include <hidl_host/Loopback.h>
 #include <hidl_host/SocketTransport.h>
 #include <hidl_host/TraceExport.h>
@@ -327,11 +328,12 @@ class Recorder final : public ::android::hardware::frame::CallObserver {
             if (n <= 0) {
                 const int err = n < 0 ? errno : ENOSPC;
                 if (!mFailed.exchange(true)) {
-                    std::fprintf(stderr,
-                                 "%s: cannot write the call recording %s: %s; calls are no "
-                                 "longer recorded (free space or choose another %s)\n",
-                                 ::android::hardware::host::programName().c_str(), mPath.c_str(),
-                                 std::strerror(err), kRecordEnvVar);
+                    ::android::hardware::host::logf(
+                            ::android::hardware::host::LogLevel::Error,
+                            "%s: cannot write the call recording %s: %s; calls are no "
+                            "longer recorded (free space or choose another %s)\n",
+                            ::android::hardware::host::programName().c_str(), mPath.c_str(),
+                            std::strerror(err), kRecordEnvVar);
                 }
                 return;
             }
@@ -388,11 +390,12 @@ bool installFromEnvironment() {
     ::android::hardware::host::UniqueFd fd(
             ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0644));
     if (!fd) {
-        std::fprintf(stderr,
-                     "%s: cannot open the call recording %s (from %s): %s; calls are not "
-                     "recorded (choose a writable path)\n",
-                     ::android::hardware::host::programName().c_str(), path.c_str(), kRecordEnvVar,
-                     std::strerror(errno));
+        ::android::hardware::host::logf(
+                ::android::hardware::host::LogLevel::Error,
+                "%s: cannot open the call recording %s (from %s): %s; calls are not "
+                "recorded (choose a writable path)\n",
+                ::android::hardware::host::programName().c_str(), path.c_str(), kRecordEnvVar,
+                std::strerror(errno));
         return false;
     }
     ::android::hardware::frame::setCallObserver(new Recorder(std::move(fd), path));

@@ -6,6 +6,7 @@
 #include <hidl/HidlBinderSupport.h>
 #include <hidl/ServiceManagement.h>
 #include <hidl/Static.h>
+#include <hidl_host/Log.h>
 #include <hidl_host/frame/CallObserver.h>
 #include <hidl_host/frame/Codec.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/StandIn.h>
@@ -127,7 +128,9 @@ class StandInCore : public IType {
             JsonCodec<R>::from(answer.result, out, "result");
             return true;
         } catch (const ArgumentError& e) {
-            std::fprintf(stderr, "stand-in %s: %s\n", mInterface->name.c_str(), e.what());
+            ::android::hardware::host::logf(::android::hardware::host::LogLevel::Warning,
+                                            "stand-in %s: %s\n", mInterface->name.c_str(),
+                                            e.what());
             return false;
         }
     }

@@ -3,7 +3,7 @@
 // preprocessor only counts them.
 #define LOG_TAG "vendor.zuv.hardware.fingerprint@1.0"
 
-#include <log/log.h>
+#include <hidl_host/Log.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/IDaxAndroidServicesDefault.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/IZuvExtendedFingerprintCallbackDefault.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/IZuvExtendedFingerprintDefault.h>
@@ -17,9 +17,11 @@ namespace V1_0 {
 void details::sayNotOverridden(std::atomic<bool>& said, const char* interface,
                                const char* operation) {
     if (said.exchange(true, std::memory_order_relaxed)) return;
-    ALOGW("%s::%s is not overridden; it answers zero or empty. Override it in "
-          "your class derived from %sDefault.",
-          interface, operation, interface);
+    ::android::hardware::host::logf(
+            ::android::hardware::host::LogLevel::Warning,
+            "%s::%s is not overridden; it answers zero or empty. Override it in "
+            "your class derived from %sDefault.",
+            interface, operation, interface);
 }
 
 // How many parameter names an entry lists: 0 to 6. An empty list and a list

@@ -3,6 +3,7 @@
 // library, so the package library itself carries no JSON and costs nothing
 // when nobody records.
 #include <dlfcn.h>
+#include <hidl_host/Log.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -30,10 +31,11 @@ __attribute__((constructor)) void loadRecorder() {
     // Its own initialiser installs the recorder; it stays for the process.
     if (dlopen(path.c_str(), RTLD_NOW | RTLD_NODELETE) == nullptr &&
         dlopen(kDescribeLibrary, RTLD_NOW | RTLD_NODELETE) == nullptr) {
-        std::fprintf(stderr,
-                     "ZUV_HIDL_RECORD is set but calls are not recorded: %s (install %s next to "
-                     "the package library, or unset ZUV_HIDL_RECORD)\n",
-                     dlerror(), kDescribeLibrary);
+        ::android::hardware::host::logf(
+                ::android::hardware::host::LogLevel::Error,
+                "ZUV_HIDL_RECORD is set but calls are not recorded: %s (install %s next to "
+                "the package library, or unset ZUV_HIDL_RECORD)\n",
+                dlerror(), kDescribeLibrary);
     }
 }
 
