@@ -4,6 +4,7 @@
 #include <hidl_host/Instrumentation.h>
 
 #include <condition_variable>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -18,24 +19,31 @@ struct RecordedEvent {
     std::string where;  // package@version::interface::method
     size_t argCount;
     std::thread::id thread;
+    std::vector<std::string> values;  // the arguments as `describe` put them
 };
 
 // Records every event while alive. Wrappers read the process settings when
 // they are made, so make the recorder first.
 class EventRecorder {
   public:
-    EventRecorder() {
+    // `describe` turns an argument of `method` into text while it still exists.
+    explicit EventRecorder(
+            std::function<std::string(const std::string& method, void* arg)> describe = nullptr) {
         host::setInstrumentationEnabled(true);
-        mId = host::addInstrumentationCallback([this](auto event, const char* package,
-                                                      const char* version, const char* iface,
-                                                      const char* method,
-                                                      std::vector<void*>* args) {
-            std::lock_guard<std::mutex> lock(mMutex);
-            mEvents.push_back({static_cast<int>(event),
-                               std::string(package) + "@" + version + "::" + iface + "::" + method,
-                               args->size(), std::this_thread::get_id()});
-            mChanged.notify_all();
-        });
+        mId = host::addInstrumentationCallback(
+                [this, describe](auto event, const char* package, const char* version,
+                                 const char* iface, const char* method, std::vector<void*>* args) {
+                    std::vector<std::string> values;
+                    for (void* arg : *args) {
+                        if (describe) values.push_back(describe(method, arg));
+                    }
+                    std::lock_guard<std::mutex> lock(mMutex);
+                    mEvents.push_back(
+                            {static_cast<int>(event),
+                             std::string(package) + "@" + version + "::" + iface + "::" + method,
+                             args->size(), std::this_thread::get_id(), std::move(values)});
+                    mChanged.notify_all();
+                });
     }
     ~EventRecorder() {
         host::removeInstrumentationCallback(mId);

@@ -7,26 +7,15 @@
 #include <hidl_host/Instrumentation.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/MockZuvExtendedFingerprint.h>
 
+#include <tuple>
+
+#include "EventRecorder.h"
 #include "FrameTestSupport.h"
 #include "TestNames.h"
 #include "TraceCapture.h"
 
 namespace zuv_test {
 namespace {
-
-struct Event {
-    int event;
-    std::string where;  // package@version::interface::method
-    std::vector<std::string> values;
-    bool operator==(const Event& o) const {
-        return event == o.event && where == o.where && values == o.values;
-    }
-};
-std::ostream& operator<<(std::ostream& os, const Event& e) {
-    os << e.event << " " << e.where;
-    for (const auto& v : e.values) os << " [" << v << "]";
-    return os;
-}
 
 struct ConfigFingerprint : fp::MockZuvExtendedFingerprint {
     Return<void> getConfigValue(const hidl_string& key, getConfigValue_cb cb) override {
@@ -43,38 +32,20 @@ struct ConfigFingerprint : fp::MockZuvExtendedFingerprint {
 class ObservabilityTest : public ::testing::Test {
   protected:
     void SetUp() override {
-        host::setInstrumentationEnabled(true);
-        mId = host::addInstrumentationCallback(
-                [this](auto event, const char* package, const char* version, const char* iface,
-                       const char* method, std::vector<void*>* args) {
-                    Event e{static_cast<int>(event),
-                            std::string(package) + "@" + version + "::" + iface + "::" + method,
-                            {}};
-                    // The values are strings for getConfigValue and int32 for cancel.
-                    for (void* arg : *args) {
-                        e.values.push_back(std::string(method) == "cancel"
-                                                   ? std::to_string(*static_cast<int32_t*>(arg))
-                                                   : std::string(*static_cast<hidl_string*>(arg)));
-                    }
-                    events.push_back(e);
-                });
         impl = new ::testing::NiceMock<ConfigFingerprint>;
         proxy = loopbackProxy<fp::BnHwZuvExtendedFingerprint, fp::BpHwZuvExtendedFingerprint>(
                 sp<fp::IZuvExtendedFingerprint>(impl));
         takeTraceMarkers();
     }
-    void TearDown() override {
-        host::removeInstrumentationCallback(mId);
-        host::setInstrumentationEnabled(false);
-        setHalTracing(false);
-    }
+    void TearDown() override { setHalTracing(false); }
 
-    std::vector<Event> events;
+    // The values are strings for getConfigValue and int32 for cancel.
+    EventRecorder recorder{[](const std::string& method, void* arg) {
+        return method == "cancel" ? std::to_string(*static_cast<int32_t*>(arg))
+                                  : std::string(*static_cast<hidl_string*>(arg));
+    }};
     sp<ConfigFingerprint> impl;
     sp<fp::IZuvExtendedFingerprint> proxy;
-
-  private:
-    host::InstrumentationCallbackId mId = 0;
 };
 
 const char* kWhere = "vendor.zuv.hardware.fingerprint@1.0::IZuvExtendedFingerprint::";
@@ -86,6 +57,9 @@ TEST_F(ObservabilityTest, EventsOfBothSidesInOrderWithArgumentsThenResults) {
     ASSERT_EQ(1, static_cast<int32_t>(proxy->cancel()));
     const std::string config = std::string(kWhere) + "getConfigValue";
     const std::string cancel = std::string(kWhere) + "cancel";
+    using Event = std::tuple<int, std::string, std::vector<std::string>>;
+    std::vector<Event> events;
+    for (const auto& e : recorder.events()) events.emplace_back(e.event, e.where, e.values);
     EXPECT_EQ((std::vector<Event>{{2, config, {"mode"}},
                                   {0, config, {"mode"}},
                                   {1, config, {"mode!"}},

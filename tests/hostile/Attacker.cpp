@@ -66,6 +66,7 @@
 using ::android::hidl::base::V1_0::BnHwBase;
 using namespace ::android::hardware::host::socket;
 using ::android::hardware::host::UniqueFd;
+namespace hw = ::android::hardware;
 
 namespace {
 
@@ -89,16 +90,26 @@ void raiseFdLimit() {
     }
 }
 
-int connectTo(const std::string& path, bool nonblocking) {
+sockaddr_un unixAddress(const std::string& path) {
     sockaddr_un addr{};
     addr.sun_family = AF_UNIX;
     std::strncpy(addr.sun_path, path.c_str(), sizeof(addr.sun_path) - 1);
+    return addr;
+}
+
+int connectTo(const std::string& path, bool nonblocking) {
+    const sockaddr_un addr = unixAddress(path);
     int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | (nonblocking ? SOCK_NONBLOCK : 0), 0);
-    if (fd < 0) return -1;
-    if (connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof(addr)) != 0) {
+    if (fd >= 0 && connect(fd, reinterpret_cast<const sockaddr*>(&addr), sizeof(addr)) != 0) {
         close(fd);
         return -1;
     }
+    return fd;
+}
+
+int connectKept(const std::string& path) {
+    int fd = connectTo(path, false);
+    if (fd >= 0) gConnections.push_back(fd);
     return fd;
 }
 
@@ -186,8 +197,7 @@ void pipeline(const std::string& path, int count) {
 
 // Descriptors the messages do not declare.
 void fds(const std::string& path, int messages, int perMessage) {
-    int fd = connectTo(path, false);
-    if (fd >= 0) gConnections.push_back(fd);
+    int fd = connectKept(path);
     const std::vector<int> carried(static_cast<size_t>(perMessage),
                                    open("/dev/null", O_RDONLY | O_CLOEXEC));
     int sent = 0;
@@ -206,9 +216,8 @@ void hold(const std::string& path, int count, uint32_t bytes) {
 }
 
 void dribble(const std::string& path, uint32_t bytes) {
-    int fd = connectTo(path, false);
+    int fd = connectKept(path);
     if (fd < 0) return say("ready 0");
-    gConnections.push_back(fd);
     MessageHeader h = header(kTransact, bytes);
     sendAll(fd, &h, sizeof(h));
     std::thread([fd, bytes] {
@@ -354,8 +363,7 @@ void bulk(const std::string& path, const std::string& attack) {
 // One call whose table names count distinct nodes of this process; answers
 // how long until the message was answered or the connection closed.
 void refs(const std::string& path, uint32_t count) {
-    int fd = connectTo(path, false);
-    if (fd >= 0) gConnections.push_back(fd);
+    int fd = connectKept(path);
     std::vector<BinderRef> table(count);
     for (uint32_t i = 0; i < count; ++i) table[i] = {kSenderNode, 0, 0x1000 + i};
     MessageHeader h = header(kTransact, count * sizeof(BinderRef), count);
@@ -380,19 +388,17 @@ struct Listener : ::android::hidl::manager::V1_0::IServiceNotification {
 // Registered for every registration, then the socket the daemon will call it
 // on is swapped for one whose backlog is full and that never accepts.
 void stuckListener() {
-    ::android::hardware::ProcessState::self()->startThreadPool();
+    hw::ProcessState::self()->startThreadPool();
     static sp<Listener> listener = new Listener();
-    auto sm = ::android::hardware::defaultServiceManager();
+    auto sm = hw::defaultServiceManager();
     bool ok = sm != nullptr && sm->registerForNotifications(zuv_test::kTestDescriptor, "", listener)
                                        .withDefault(false);
-    const std::string path = ::android::hardware::host::runtimeDirectory() + "/p" +
-                             std::to_string(getpid()) + ".sock";
+    const std::string path =
+            hw::host::runtimeDirectory() + "/p" + std::to_string(getpid()) + ".sock";
     unlink(path.c_str());
-    sockaddr_un addr{};
-    addr.sun_family = AF_UNIX;
-    std::strncpy(addr.sun_path, path.c_str(), sizeof(addr.sun_path) - 1);
+    const sockaddr_un addr = unixAddress(path);
     int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    ok = ok && bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof(addr)) == 0 &&
+    ok = ok && bind(fd, reinterpret_cast<const sockaddr*>(&addr), sizeof(addr)) == 0 &&
          listen(fd, 0) == 0;
     int filled = 0;
     for (int c; filled < 8 && (c = connectTo(path, true)) >= 0; ++filled) gConnections.push_back(c);
@@ -433,15 +439,13 @@ class SinkStub : public BnHwBase {
 };
 
 void sink(const std::string& name) {
-    ::android::hardware::details::getBnConstructorMap().set(
-            kSinkDescriptor, [](void* iface) -> sp<::android::hardware::IBinder> {
-                return new SinkStub(static_cast<IBase*>(iface));
-            });
-    ::android::hardware::configureRpcThreadpool(4, false);
-    ::android::hardware::ProcessState::self()->startThreadPool();
+    hw::details::getBnConstructorMap().set(kSinkDescriptor, [](void* iface) -> sp<hw::IBinder> {
+        return new SinkStub(static_cast<IBase*>(iface));
+    });
+    hw::configureRpcThreadpool(4, false);
+    hw::ProcessState::self()->startThreadPool();
     static sp<IBase> service = new zuv_test::ChainedService(kSinkDescriptor);
-    say("ready " +
-        std::to_string(::android::hardware::details::registerAsServiceInternal(service, name)));
+    say("ready " + std::to_string(hw::details::registerAsServiceInternal(service, name)));
 }
 
 constexpr const char* kFloodDescriptor = "vendor.zuv.test@1.0::IFlood";
@@ -471,8 +475,8 @@ void flooding(const char* what, size_t count, Call call) {
 
 void flood(size_t names, size_t listens, size_t length) {
     publishable(kFloodDescriptor);
-    ::android::hardware::ProcessState::self()->startThreadPool();
-    auto sm = ::android::hardware::defaultServiceManager();
+    hw::ProcessState::self()->startThreadPool();
+    auto sm = hw::defaultServiceManager();
     if (sm == nullptr) return say("ready no daemon");
     static sp<IBase> object = new zuv_test::ChainedService(kFloodDescriptor);
     flooding("names", names,
@@ -494,8 +498,8 @@ struct SlowListener : ::android::hidl::manager::V1_0::IServiceNotification {
 
 void slowListener(size_t registrations, size_t adds) {
     publishable(kTestDescriptor);
-    ::android::hardware::ProcessState::self()->startThreadPool();
-    auto sm = ::android::hardware::defaultServiceManager();
+    hw::ProcessState::self()->startThreadPool();
+    auto sm = hw::defaultServiceManager();
     if (sm == nullptr) return say("ready no daemon");
     static sp<SlowListener> listener = new SlowListener();
     size_t registered = 0, added = 0;
@@ -518,17 +522,15 @@ void slowListener(size_t registrations, size_t adds) {
 }
 
 [[noreturn]] void sendOneway(const std::string& name, uint32_t id, uint32_t count) {
-    sp<IBase> base =
-            ::android::hardware::details::getRawServiceInternal(kSinkDescriptor, name, true, false);
-    sp<::android::hardware::IBinder> binder =
-            base != nullptr ? ::android::hardware::getOrCreateCachedBinder(base.get()) : nullptr;
+    sp<IBase> base = hw::details::getRawServiceInternal(kSinkDescriptor, name, true, false);
+    sp<hw::IBinder> binder = base != nullptr ? hw::getOrCreateCachedBinder(base.get()) : nullptr;
     uint32_t sent = 0;
     for (; binder != nullptr && sent < count; ++sent) {
         Parcel data;
         data.writeUint32(id);
         data.writeUint32(sent);
-        if (binder->transact(kCountCode, data, nullptr,
-                             ::android::hardware::IBinder::FLAG_ONEWAY) != ::android::OK) {
+        if (binder->transact(kCountCode, data, nullptr, hw::IBinder::FLAG_ONEWAY) !=
+            ::android::OK) {
             break;
         }
     }
@@ -540,17 +542,15 @@ sp<IBase> gPooled;
 int gPoolThreads = 0;
 
 void pool(const std::string& name, int threads) {
-    ::android::hardware::ProcessState::self()->startThreadPool();
-    gPooled =
-            ::android::hardware::details::getRawServiceInternal(kSinkDescriptor, name, true, false);
+    hw::ProcessState::self()->startThreadPool();
+    gPooled = hw::details::getRawServiceInternal(kSinkDescriptor, name, true, false);
     gPoolThreads = threads;
     say(std::string("ready ") + (gPooled != nullptr ? "1" : "0"));
 }
 
 void widen() {
-    sp<::android::hardware::IBinder> binder =
-            gPooled != nullptr ? ::android::hardware::getOrCreateCachedBinder(gPooled.get())
-                               : nullptr;
+    sp<hw::IBinder> binder =
+            gPooled != nullptr ? hw::getOrCreateCachedBinder(gPooled.get()) : nullptr;
     std::atomic<int> failed{0};
     std::vector<std::thread> callers;
     for (int i = 0; i < gPoolThreads; ++i) {

@@ -5,7 +5,6 @@
 #include <android/hidl/base/1.0/BnHwBase.h>
 #include <android/hidl/base/1.0/BpHwBase.h>
 #include <android/hidl/manager/1.0/IServiceManager.h>
-#include <android/hidl/manager/1.0/IServiceNotification.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <hidl/HidlBinderSupport.h>
@@ -17,11 +16,10 @@
 #include <vendor/zuv/hardware/fingerprint/1.0/MockZuvExtendedFingerprint.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/MockZuvExtendedFingerprintCallback.h>
 
-#include <condition_variable>
-#include <mutex>
 #include <string>
 #include <vector>
 
+#include "RecordingListener.h"
 #include "TestNames.h"
 
 namespace {
@@ -31,7 +29,6 @@ using ::android::hardware::getOrCreateCachedBinder;
 using ::android::hardware::details::canCastInterface;
 using ::android::hidl::base::V1_0::BnHwBase;
 using ::android::hidl::base::V1_0::BpHwBase;
-using ::android::hidl::manager::V1_0::IServiceNotification;
 using ::testing::NiceMock;
 using IFoo = fp::IZuvExtendedFingerprint;
 using Fingerprint = NiceMock<fp::MockZuvExtendedFingerprint>;
@@ -166,36 +163,15 @@ TEST_F(LookupTest, RegisteredLocalObjectIsFoundItself) {
     EXPECT_EQ(nullptr, fp::IDaxAndroidServices::tryGetService("sensor0"));
 }
 
-struct RecordingNotification : IServiceNotification {
-    Return<void> onRegistration(const hidl_string& fqName, const hidl_string& name,
-                                bool preexisting) override {
-        std::lock_guard<std::mutex> lock(mutex);
-        seen.push_back(std::string(fqName) + "/" + std::string(name) +
-                       (preexisting ? " (preexisting)" : ""));
-        changed.notify_all();
-        return Void();
-    }
-    bool waitFor(size_t count) {
-        std::unique_lock<std::mutex> lock(mutex);
-        return changed.wait_for(lock, std::chrono::seconds(5),
-                                [&] { return seen.size() >= count; });
-    }
-    std::mutex mutex;
-    std::condition_variable changed;
-    std::vector<std::string> seen;
-};
-
 TEST_F(LookupTest, NotificationsNameTheRegisteredInterface) {
-    sp<RecordingNotification> notification = new RecordingNotification();
+    sp<zuv_test::RecordingListener> notification = new zuv_test::RecordingListener();
     ASSERT_TRUE(
             fp::IZuvExtendedFingerprintCallback::registerForNotifications("late", notification));
     sp<fp::IZuvExtendedFingerprintCallback> late = new Callback;
     ASSERT_EQ(OK, late->registerAsService("late"));
-    ASSERT_TRUE(notification->waitFor(1));
-    std::lock_guard<std::mutex> lock(notification->mutex);
-    EXPECT_EQ(std::vector<std::string>{"vendor.zuv.hardware.fingerprint@1.0::"
-                                       "IZuvExtendedFingerprintCallback/late"},
-              notification->seen);
+    EXPECT_EQ((std::vector<zuv_test::Registration>{
+                      {fp::IZuvExtendedFingerprintCallback::descriptor, "late", false}}),
+              notification->events(1));
 }
 
 }  // namespace

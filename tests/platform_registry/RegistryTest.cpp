@@ -13,13 +13,11 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <functional>
-#include <mutex>
 #include <thread>
-#include <tuple>
 #include <vector>
 
 #include "ChainedService.h"
+#include "RecordingListener.h"
 #include "TestNames.h"
 
 using ::android::hardware::getOrCreateCachedBinder;
@@ -36,38 +34,8 @@ using zuv_test::kTestDescriptor;
 
 namespace {
 
-using Event = std::tuple<std::string, std::string, bool>;  // fqName, name, preexisting
-
-class Listener : public IServiceNotification {
-  public:
-    Return<void> onRegistration(const hidl_string& fqName, const hidl_string& name,
-                                bool preexisting) override {
-        if (onEvent) onEvent();
-        std::lock_guard<std::mutex> lock(mMutex);
-        mEvents.emplace_back(fqName, name, preexisting);
-        return Void();
-    }
-    std::vector<Event> events() {
-        std::lock_guard<std::mutex> lock(mMutex);
-        return mEvents;
-    }
-    std::function<void()> onEvent;
-
-  private:
-    std::mutex mMutex;
-    std::vector<Event> mEvents;
-};
-
-// Notifications and cleanup after a death run on the registry's own threads.
-template <typename Get, typename T>
-T eventually(Get get, const T& expected) {
-    T value = get();
-    for (auto end = std::chrono::steady_clock::now() + 2s;
-         value != expected && std::chrono::steady_clock::now() < end; value = get()) {
-        std::this_thread::sleep_for(5ms);
-    }
-    return value;
-}
+using Event = zuv_test::Registration;
+using Listener = zuv_test::RecordingListener;
 
 std::vector<std::string> names(const hidl_vec<hidl_string>& v) {
     std::vector<std::string> out(v.begin(), v.end());
@@ -120,14 +88,10 @@ TEST(InProcessRegistry, NotificationsForPresentAndLaterRegistrationsOutsideTheLo
     sp<Listener> every = new Listener();
     sp<Listener> other = new Listener();
     sp<Listener> base = new Listener();
-    auto events = [](const sp<Listener>& l, std::vector<Event> expected) {
-        return eventually([&] { return l->events(); }, expected);
-    };
     // Present services are told; the same registration again is nothing new.
     ASSERT_TRUE(listen(sm, kTestDescriptor, "early", one));
     ASSERT_TRUE(listen(sm, kTestDescriptor, "early", one));
-    EXPECT_EQ(events(one, {{kTestDescriptor, "early", true}}),
-              (std::vector<Event>{{kTestDescriptor, "early", true}}));
+    EXPECT_EQ(one->events(1), (std::vector<Event>{{kTestDescriptor, "early", true}}));
     ASSERT_TRUE(listen(sm, kTestDescriptor, "", every));
     ASSERT_TRUE(listen(sm, kTestDescriptor, "x", other));
     // A listener for a parent interface hears about registrations of children.
@@ -139,16 +103,16 @@ TEST(InProcessRegistry, NotificationsForPresentAndLaterRegistrationsOutsideTheLo
     base->onEvent = [&] { seen = get(sm, kTestDescriptor, "late"); };
     ASSERT_TRUE(add(sm, "late", late));
     const std::vector<Event> baseEvents{{IBase::descriptor, "late", false}};
-    EXPECT_EQ(events(base, baseEvents), baseEvents);
+    EXPECT_EQ(base->events(baseEvents.size()), baseEvents);
     EXPECT_EQ(seen, late);
     ASSERT_TRUE(add(sm, "early", new ChainedService(kTestDescriptor, "early2")));
     const std::vector<Event> oneEvents{{kTestDescriptor, "early", true},
                                        {kTestDescriptor, "early", false}};
-    EXPECT_EQ(events(one, oneEvents), oneEvents);
+    EXPECT_EQ(one->events(oneEvents.size()), oneEvents);
     const std::vector<Event> everyEvents{{kTestDescriptor, "early", true},
                                          {kTestDescriptor, "late", false},
                                          {kTestDescriptor, "early", false}};
-    EXPECT_EQ(events(every, everyEvents), everyEvents);
+    EXPECT_EQ(every->events(everyEvents.size()), everyEvents);
     EXPECT_TRUE(other->events().empty());
 }
 
