@@ -63,6 +63,8 @@ TEST(FuzzServiceDeathTest, CallPastTheLimitIsReported) {
     EXPECT_DEATH(
             {
                 setenv("ZUV_FUZZ_CALL_TIMEOUT_MS", "200", 1);
+                // Its report's recording goes to the test's own directory.
+                setenv("ZUV_FUZZ_RECORDING", (::testing::TempDir() + "fuzz-late.jsonl").c_str(), 1);
                 run({{"IZuvExtendedFingerprint", "getConfigValue", {{"key", "once"}}},
                      {"IZuvExtendedFingerprint", "testInit", json::object()}});
             },
