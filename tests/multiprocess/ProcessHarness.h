@@ -5,6 +5,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <hidl_host/UniqueFd.h>
 #include <poll.h>
 #include <signal.h>
 #include <spawn.h>
@@ -35,6 +36,8 @@ extern char** environ;
 #endif
 
 namespace zuv_mp {
+
+using ::android::hardware::host::UniqueFd;
 
 // A bound on resident memory (kB) a test asserts. Under a sanitizer, freed
 // memory waits in quarantine (256 MiB at most) and every allocation has
@@ -91,13 +94,11 @@ class Process {
     // receives the program's stderr.
     static std::unique_ptr<Process> start(const std::vector<std::string>& argv, const Env& env,
                                           const std::string& stderrPath = "") {
-        int in[2], out[2];
-        if (pipe2(in, O_CLOEXEC) != 0) return nullptr;
-        if (pipe2(out, O_CLOEXEC) != 0) {
-            close(in[0]);
-            close(in[1]);
-            return nullptr;
-        }
+        int inEnds[2], outEnds[2];
+        if (pipe2(inEnds, O_CLOEXEC) != 0) return nullptr;
+        UniqueFd childIn(inEnds[0]), in(inEnds[1]);
+        if (pipe2(outEnds, O_CLOEXEC) != 0) return nullptr;
+        UniqueFd out(outEnds[0]), childOut(outEnds[1]);
         std::vector<std::string> envStrings;
         for (char** e = environ; *e != nullptr; ++e) {
             std::string entry = *e;
@@ -113,8 +114,8 @@ class Process {
 
         posix_spawn_file_actions_t actions;
         posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_adddup2(&actions, in[0], STDIN_FILENO);
-        posix_spawn_file_actions_adddup2(&actions, out[1], STDOUT_FILENO);
+        posix_spawn_file_actions_adddup2(&actions, childIn.get(), STDIN_FILENO);
+        posix_spawn_file_actions_adddup2(&actions, childOut.get(), STDOUT_FILENO);
         if (!stderrPath.empty()) {
             posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, stderrPath.c_str(),
                                              O_WRONLY | O_CREAT | O_APPEND, 0600);
@@ -122,21 +123,11 @@ class Process {
         pid_t pid = -1;
         int err = posix_spawn(&pid, args[0], &actions, nullptr, args.data(), envp.data());
         posix_spawn_file_actions_destroy(&actions);
-        close(in[0]);
-        close(out[1]);
-        if (err != 0) {
-            close(in[1]);
-            close(out[0]);
-            return nullptr;
-        }
-        return std::unique_ptr<Process>(new Process(pid, in[1], out[0]));
+        if (err != 0) return nullptr;
+        return std::unique_ptr<Process>(new Process(pid, std::move(in), std::move(out)));
     }
 
-    ~Process() {
-        stop();
-        if (mIn >= 0) close(mIn);
-        close(mOut);
-    }
+    ~Process() { stop(); }
     Process(const Process&) = delete;
     Process& operator=(const Process&) = delete;
 
@@ -144,8 +135,8 @@ class Process {
 
     bool send(const std::string& line) {
         std::string data = line + "\n";
-        return mIn >= 0 &&
-               write(mIn, data.data(), data.size()) == static_cast<ssize_t>(data.size());
+        return mIn.valid() &&
+               write(mIn.get(), data.data(), data.size()) == static_cast<ssize_t>(data.size());
     }
 
     // The first unread line starting with prefix (earlier lines that do not
@@ -213,19 +204,20 @@ class Process {
     }
 
   private:
-    Process(pid_t pid, int in, int out) : mPid(pid), mIn(in), mOut(out) {}
+    Process(pid_t pid, UniqueFd in, UniqueFd out)
+        : mPid(pid), mIn(std::move(in)), mOut(std::move(out)) {}
 
     bool readMore(Clock::time_point deadline) {
         while (true) {
             auto left =
                     std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
             if (left.count() <= 0) return false;
-            pollfd pfd{mOut, POLLIN, 0};
+            pollfd pfd{mOut.get(), POLLIN, 0};
             int r = poll(&pfd, 1, static_cast<int>(left.count()));
             if (r < 0 && errno == EINTR) continue;
             if (r <= 0) return false;
             char buffer[4096];
-            ssize_t n = read(mOut, buffer, sizeof(buffer));
+            ssize_t n = read(mOut.get(), buffer, sizeof(buffer));
             if (n < 0 && errno == EINTR) continue;
             if (n <= 0) return false;
             mPartial.append(buffer, static_cast<size_t>(n));
@@ -240,8 +232,8 @@ class Process {
     }
 
     const pid_t mPid;
-    int mIn;
-    const int mOut;
+    UniqueFd mIn;
+    const UniqueFd mOut;
     bool mReaped = false;
     int mStatus = 0;
     std::string mPartial;
