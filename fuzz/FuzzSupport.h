@@ -26,6 +26,7 @@ using ::android::hardware::BHwBinder;
 using ::android::hardware::IBinder;
 using ::android::hardware::Parcel;
 using ::android::hardware::host::BinderTranslator;
+using ::android::hardware::host::UniqueFd;
 using ::android::hardware::host::WireImage;
 using ::android::hardware::host::WireImageCodec;
 
@@ -66,9 +67,9 @@ class TableTranslator : public BinderTranslator {
 };
 
 // Descriptors the rebuilt parcel will own; each is a fresh /dev/null.
-inline std::vector<int> freshFds(size_t count) {
-    std::vector<int> fds;
-    for (size_t i = 0; i < count; ++i) fds.push_back(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+inline std::vector<UniqueFd> freshFds(size_t count) {
+    std::vector<UniqueFd> fds;
+    for (size_t i = 0; i < count; ++i) fds.emplace_back(::open("/dev/null", O_RDONLY | O_CLOEXEC));
     return fds;
 }
 

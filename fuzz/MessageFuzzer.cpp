@@ -43,7 +43,9 @@ class MessageTranslator : public BinderTranslator {
 
 // Sends the stream with `fdCount` descriptors attached to its first byte.
 bool sendStream(int fd, const uint8_t* data, size_t size, size_t fdCount) {
-    std::vector<int> fds = freshFds(fdCount);
+    const std::vector<UniqueFd> owned = freshFds(fdCount);
+    std::vector<int> fds;
+    for (const UniqueFd& f : owned) fds.push_back(f.get());
     iovec iov{const_cast<uint8_t*>(data), size};
     msghdr msg{};
     msg.msg_iov = &iov;
@@ -59,7 +61,6 @@ bool sendStream(int fd, const uint8_t* data, size_t size, size_t fdCount) {
         memcpy(CMSG_DATA(c), fds.data(), sizeof(int) * fds.size());
     }
     const ssize_t n = ::sendmsg(fd, &msg, MSG_NOSIGNAL);
-    for (int f : fds) ::close(f);
     return n == static_cast<ssize_t>(size);
 }
 
@@ -102,10 +103,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         const size_t tableSize = header.tableCount * sizeof(BinderRef);
         MessageTranslator translator(payload, header.tableCount);
         Parcel parcel;
-        std::vector<int> owned;
-        for (UniqueFd& fd : fds) owned.push_back(fd.release());
         if (WireImageCodec::rebuild(payload + tableSize, header.payloadSize - tableSize,
-                                    std::move(owned), &translator, &parcel) == OK) {
+                                    std::move(fds), &translator, &parcel) == OK) {
             touch(parcel.data(), parcel.dataSize());
         }
     }

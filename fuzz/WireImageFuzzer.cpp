@@ -133,7 +133,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     // The image's own fd count decides how many descriptors arrive with it.
     uint32_t fdCount = 0;
     if (size >= 8) memcpy(&fdCount, data + 4, sizeof(fdCount));
-    std::vector<int> fds = freshFds(fdCount <= 8 ? fdCount : 0);
+    std::vector<UniqueFd> fds = freshFds(fdCount <= 8 ? fdCount : 0);
 
     TableTranslator translator(knownBinders());
     Parcel p;

@@ -252,18 +252,14 @@ status_t WireImageCodec::flatten(const Parcel& parcel, BinderTranslator* transla
     return OK;
 }
 
-status_t WireImageCodec::rebuild(const uint8_t* bytes, size_t size, std::vector<int> fds,
+status_t WireImageCodec::rebuild(const uint8_t* bytes, size_t size, std::vector<UniqueFd> fds,
                                  BinderTranslator* translator, Parcel* out) {
     return rebuild(ImageBlock(), bytes, size, std::move(fds), translator, out);
 }
 
 status_t WireImageCodec::rebuild(ImageBlock block, const uint8_t* bytes, size_t size,
-                                 std::vector<int> rawFds, BinderTranslator* translator,
+                                 std::vector<UniqueFd> fds, BinderTranslator* translator,
                                  Parcel* out) {
-    // Owned from here on: whatever fails below closes them.
-    std::vector<UniqueFd> fds;
-    fds.reserve(rawFds.size());
-    for (int fd : rawFds) fds.emplace_back(fd);
     out->freeData();
     auto fail = [out](status_t err) {
         out->freeData();

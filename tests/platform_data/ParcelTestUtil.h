@@ -37,9 +37,9 @@ status_t readValue(const Parcel& p, const T** out) {
 }
 
 // The fds a transport would pass along: duplicates the receiver owns.
-inline std::vector<int> dupFds(const std::vector<int>& fds) {
-    std::vector<int> out;
-    for (int fd : fds) out.push_back(::dup(fd));
+inline std::vector<::android::hardware::host::UniqueFd> dupFds(const std::vector<int>& fds) {
+    std::vector<::android::hardware::host::UniqueFd> out;
+    for (int fd : fds) out.emplace_back(::dup(fd));
     return out;
 }
 

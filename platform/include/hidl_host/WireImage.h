@@ -7,6 +7,7 @@
 #pragma once
 
 #include <hidl_host/ImageBlock.h>
+#include <hidl_host/UniqueFd.h>
 #include <hwbinder/Parcel.h>
 #include <utils/Errors.h>
 #include <utils/StrongPointer.h>
@@ -77,13 +78,13 @@ class WireImageCodec {
 
     // Rebuilds a parcel from image bytes, validating everything first. out is
     // cleared and then owns its data, buffers, binders and the given fds
-    // (which it closes when done; on failure they are closed here).
-    static status_t rebuild(const uint8_t* bytes, size_t size, std::vector<int> fds,
+    // (closed with the parcel, or at once on failure).
+    static status_t rebuild(const uint8_t* bytes, size_t size, std::vector<UniqueFd> fds,
                             BinderTranslator* translator, Parcel* out);
     // The same for an image that lies in block, which the parcel takes over:
     // its buffers stay where they are instead of being copied out.
     static status_t rebuild(ImageBlock block, const uint8_t* bytes, size_t size,
-                            std::vector<int> fds, BinderTranslator* translator, Parcel* out);
+                            std::vector<UniqueFd> fds, BinderTranslator* translator, Parcel* out);
 };
 
 }  // namespace host

@@ -99,16 +99,13 @@ status_t carry(const Parcel& from, Parcel* to) {
     status_t err = WireImageCodec::flatten(from, &translator, &image);
     if (err != OK) return err;
     // The image borrows the sender's descriptors; the receiver gets its own.
-    std::vector<UniqueFd> copies;
-    copies.reserve(image.fds.size());
+    std::vector<UniqueFd> fds;
+    fds.reserve(image.fds.size());
     for (int fd : image.fds) {
         UniqueFd copy(fcntl(fd, F_DUPFD_CLOEXEC, 0));
         if (!copy) return -errno;
-        copies.push_back(std::move(copy));
+        fds.push_back(std::move(copy));
     }
-    std::vector<int> fds;
-    fds.reserve(copies.size());
-    for (UniqueFd& copy : copies) fds.push_back(copy.release());
     return WireImageCodec::rebuild(image.bytes.data(), image.bytes.size(), std::move(fds),
                                    &translator, to);
 }

@@ -245,9 +245,8 @@ status_t Runtime::receiveParcel(pid_t from, Message& message, Parcel* out) {
     const size_t tableSize = message.header.tableCount * sizeof(BinderRef);
     ReceiveTranslator translator(*this, from);
     translator.resolve(message.payload, message.header.tableCount);
-    std::vector<int> fds = message.releaseFds();
     return WireImageCodec::rebuild(std::move(message.block), message.payload + tableSize,
-                                   message.header.payloadSize - tableSize, std::move(fds),
+                                   message.header.payloadSize - tableSize, std::move(message.fds),
                                    &translator, out);
 }
 

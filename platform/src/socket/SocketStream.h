@@ -41,13 +41,6 @@ struct Message {
     ImageBlock block;
 
     // The descriptors as plain numbers, for an owner that takes them over.
-    std::vector<int> releaseFds() {
-        std::vector<int> raw;
-        raw.reserve(fds.size());
-        for (UniqueFd& fd : fds) raw.push_back(fd.release());
-        fds.clear();
-        return raw;
-    }
 };
 
 class SocketStream {
