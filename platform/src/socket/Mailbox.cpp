@@ -76,6 +76,7 @@ status_t Mailbox::send(iovec* iov, size_t count, const std::vector<int>& fds, De
         onSocket = true;
     }
     mOut.mseq = mOutNumber++;
+    mOut.cpu.store(currentCpu(), std::memory_order_relaxed);
     // Sequentially consistent with the receiver's store of its state: one of
     // the two always sees the other's.
     mOut.seq.fetch_add(1, std::memory_order_seq_cst);
@@ -187,30 +188,43 @@ status_t Mailbox::take(Message* message) {
     return OK;
 }
 
+bool Mailbox::peerHere() const {
+    return mIn.cpu.load(std::memory_order_relaxed) == currentCpu();
+}
+
 bool Mailbox::news() const {
     return mIn.seq.load(std::memory_order_acquire) != mSeenSeq;
 }
 
+// After a spin that found a message, going away needs no fence: the peer
+// sends nothing more before it hears from us, and our answer carries this
+// store to it. After a sleep it does: a message sent meanwhile either sees
+// us away and rings the doorbell, or is seen by the load that follows.
 bool Mailbox::wait(Deadline deadline) {
     mIn.rxState.store(kRxSpinning, std::memory_order_seq_cst);
-    if (!mSpin.spin([&] { return news(); })) {
-        mIn.rxState.store(kRxSleeping, std::memory_order_seq_cst);
-        // Woken by the sender; the timeout lets a dead peer's end of stream
-        // and the deadline be seen, since the socket is not watched meanwhile.
-        int ms = timeoutMs(deadline);
-        ms = ms < 0 ? kWaitSliceMs : std::min(ms, kWaitSliceMs);
-        futexWait(&mIn.seq, mSeenSeq, ms);
+    if (mSpin.spin([&] { return news(); }, peerHere())) {
+        mIn.rxState.store(kRxAway, std::memory_order_release);
+        return true;
     }
+    mIn.rxState.store(kRxSleeping, std::memory_order_seq_cst);
+    // Woken by the sender; the timeout lets a dead peer's end of stream
+    // and the deadline be seen, since the socket is not watched meanwhile.
+    int ms = timeoutMs(deadline);
+    ms = ms < 0 ? kWaitSliceMs : std::min(ms, kWaitSliceMs);
+    futexWait(&mIn.seq, mSeenSeq, ms);
     mIn.rxState.store(kRxAway, std::memory_order_seq_cst);
     return mIn.seq.load(std::memory_order_seq_cst) != mSeenSeq;
 }
 
 bool Mailbox::spin() {
     mIn.rxState.store(kRxSpinning, std::memory_order_seq_cst);
-    const bool got = mSpin.spin([&] { return news(); });
+    if (mSpin.spin([&] { return news(); }, peerHere())) {
+        mIn.rxState.store(kRxAway, std::memory_order_release);
+        return true;
+    }
     mIn.rxState.store(kRxAway, std::memory_order_seq_cst);
-    // Seen after going away, or the sender saw us spinning and rang no bell.
-    return got || mIn.seq.load(std::memory_order_seq_cst) != mSeenSeq;
+    // The sender saw us spinning and rang no bell.
+    return mIn.seq.load(std::memory_order_seq_cst) != mSeenSeq;
 }
 
 }  // namespace socket

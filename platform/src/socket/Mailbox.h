@@ -72,6 +72,8 @@ class Mailbox {
     // otherwise offers a large enough one for later messages and says no.
     bool putInBulk(const iovec* iov, size_t count, size_t total, Deadline deadline, bool mayQueue);
     bool news() const;
+    // The peer sent its last message from the CPU this thread runs on.
+    bool peerHere() const;
 
     const std::unique_ptr<SharedRegion> mRegion;
     MailSlot& mOut;

@@ -33,7 +33,8 @@ namespace socket {
 
 static_assert(std::atomic<uint32_t>::is_always_lock_free, "futex words must be plain words");
 static_assert(sizeof(std::atomic<uint32_t>) == sizeof(uint32_t), "futex words are 32 bits");
-static_assert(offsetof(MailSlot, mseq) == 64, "the control words fill one cache line");
+static_assert(offsetof(MailSlot, bytes) == 32, "a message starts in the line of its bell");
+static_assert(offsetof(MailSlot, rxState) % 64 == 0, "the receiver's words have their own line");
 static_assert(offsetof(MailSlot, bytes) % 8 == 0, "a message starts 8-aligned");
 
 bool fastPathEnabled() {

@@ -45,18 +45,27 @@ constexpr size_t kSlotBytes = 16 * 1024;
 constexpr size_t kMinBulkBytes = 64 * 1024;
 constexpr size_t kMaxBulkBytes = 2 * 1024 * 1024;
 
-struct MailSlot {
-    std::atomic<uint32_t> seq;      // bumped for every message; the futex word
-    std::atomic<uint32_t> rxState;  // what the receiver does, below
-    // The receiver: the generation of the sender's bulk region it has mapped.
-    std::atomic<uint32_t> bulkTaken;
-    uint32_t pad0[13];
-    uint64_t mseq;        // the message's number in this direction
-    uint32_t kind;        // MailKind
-    uint32_t length;      // of the message
-    uint32_t generation;  // kInBulk: of the bulk region that holds it
-    uint32_t pad1;
+// The sender's words and the receiver's live in separate cache lines: the
+// receiver changing its state never takes away the line a message arrives
+// in, and the bell, what the message is and its first bytes arrive together
+// (a small message fills the first two lines, which the hardware fetches as
+// a pair).
+struct alignas(64) MailSlot {
+    // Written by the sender.
+    std::atomic<uint32_t> seq;  // bumped for every message; the futex word
+    uint32_t kind;              // MailKind
+    uint64_t mseq;              // the message's number in this direction
+    uint32_t length;            // of the message
+    uint32_t generation;        // kInBulk: of the bulk region that holds it
+    // The CPU the sender ran on as it sent: a receiver on the same CPU
+    // hands the CPU over while it waits instead of spinning on it.
+    std::atomic<uint32_t> cpu;
+    uint32_t pad;
     uint8_t bytes[kSlotBytes];
+    // Written by the receiver.
+    alignas(64) std::atomic<uint32_t> rxState;  // what the receiver does, below
+    // The generation of the sender's bulk region the receiver has mapped.
+    std::atomic<uint32_t> bulkTaken;
 };
 
 struct SharedLayout {
@@ -138,9 +147,11 @@ constexpr int kMinSpinMicros = 10;
 // connection side.
 class SpinBudget {
   public:
-    // Spins until ready() or the budget runs out; true when ready.
+    // Spins until ready() or the budget runs out; true when ready. With
+    // peerHere (the peer last ran on this CPU) the CPU is yielded between
+    // looks: the answer can only come once the peer has run.
     template <typename Ready>
-    bool spin(Ready ready);
+    bool spin(Ready ready, bool peerHere);
 
   private:
     int mMicros = -1;  // -1: the configured bound
@@ -152,18 +163,27 @@ inline void cpuRelax() {
 #endif
 }
 
+// The CPU this thread runs on (read from the kernel's per-thread record
+// without a system call); UINT32_MAX when unknown.
+inline uint32_t currentCpu() {
+    const int cpu = sched_getcpu();
+    return cpu < 0 ? UINT32_MAX : static_cast<uint32_t>(cpu);
+}
+
 template <typename Ready>
-bool SpinBudget::spin(Ready ready) {
+bool SpinBudget::spin(Ready ready, bool peerHere) {
     const int bound = fastPathSpinMicros();
     if (mMicros < 0 || mMicros > bound) mMicros = bound;
     const auto end = Clock::now() + std::chrono::microseconds(mMicros);
+    // Now and then the peer may need this CPU to make progress; at once when
+    // it last ran here.
+    const unsigned yieldMask = peerHere ? 0 : 63;
     for (unsigned i = 0;; ++i) {
         if (ready()) {
             mMicros = std::min(bound, std::max(1, mMicros * 2));
             return true;
         }
-        // Now and then the peer may need this CPU to make progress.
-        if ((i & 63) == 63) {
+        if ((i & yieldMask) == yieldMask) {
             if (Clock::now() >= end) break;
             sched_yield();
         } else {
