@@ -115,10 +115,8 @@ status_t Runtime::transact(uint64_t handle, uint32_t code, const Parcel& data, P
     const bool oneway = (flags & IBinder::FLAG_ONEWAY) != 0;
     if (!oneway && goesPlain(data)) {
         // Nothing to translate or to take back: the data goes as it is.
-        MessageHeader header{};
-        header.magic = kMessageMagic;
-        header.kind = kTransact;
-        header.seq = mNextSeq.fetch_add(1, std::memory_order_relaxed);
+        MessageHeader header = makeHeader(
+                kTransact, mNextSeq.fetch_add(1, std::memory_order_relaxed), {}, nullptr);
         header.node = target.node;
         header.code = code;
         bool sent = false;
