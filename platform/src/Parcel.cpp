@@ -43,9 +43,9 @@ size_t objectSizeForType(uint32_t type) {
 
 Parcel::Parcel() = default;
 
-Parcel::~Parcel() {
-    releaseOwned();
-}
+// The members go in reverse order: descriptors, then owned buffers, as
+// releaseOwned() lets go of them.
+Parcel::~Parcel() = default;
 
 void Parcel::releaseOwned() {
     mOwnedFds.clear();

@@ -99,6 +99,24 @@ void appendZeros(std::vector<uint8_t>* bytes, size_t count) {
 
 }  // namespace
 
+void WireImageCodec::writePlain(const Parcel& parcel, uint8_t* out) {
+    const size_t dataSize = parcel.mData.size();
+    const ImageHeader header{kImageMagic, 0, dataSize, 0, 0};
+    memcpy(out, &header, sizeof(header));
+    if (dataSize != 0) memcpy(out + sizeof(header), parcel.mData.data(), dataSize);
+    memset(out + sizeof(header) + dataSize, 0, align8(dataSize) - dataSize);
+}
+
+size_t WireImageCodec::flattenPlain(const Parcel& parcel, uint8_t* out, size_t room) {
+    const size_t size = sizeof(ImageHeader) + align8(parcel.mData.size());
+    if (!parcel.mObjects.empty() || room < sizeof(ImageHeader) ||
+        parcel.mData.size() > room - sizeof(ImageHeader) || size > room) {
+        return 0;
+    }
+    writePlain(parcel, out);
+    return size;
+}
+
 status_t WireImageCodec::flatten(const Parcel& parcel, BinderTranslator* translator, WireImage* out,
                                  size_t gatherFrom) {
     out->fds.clear();
@@ -108,13 +126,8 @@ status_t WireImageCodec::flatten(const Parcel& parcel, BinderTranslator* transla
     if (count == 0 && dataSize <= kMaxTransactionSize - sizeof(ImageHeader)) {
         // Plain data, as most calls are: header and bytes, nothing to walk.
         // Every byte is written, so a reused image is only resized.
-        const size_t dataPadded = align8(dataSize);
-        out->bytes.resize(sizeof(ImageHeader) + dataPadded);
-        uint8_t* bytes = out->bytes.data();
-        const ImageHeader header{kImageMagic, 0, dataSize, 0, 0};
-        memcpy(bytes, &header, sizeof(header));
-        if (dataSize != 0) memcpy(bytes + sizeof(header), parcel.mData.data(), dataSize);
-        memset(bytes + sizeof(header) + dataSize, 0, dataPadded - dataSize);
+        out->bytes.resize(sizeof(ImageHeader) + align8(dataSize));
+        writePlain(parcel, out->bytes.data());
         return OK;
     }
     out->bytes.clear();

@@ -76,6 +76,11 @@ class WireImageCodec {
     static status_t flatten(const Parcel& parcel, BinderTranslator* translator, WireImage* out,
                             size_t gatherFrom = kNoSlices);
 
+    // The image of a parcel that holds only data, written to out, which a
+    // transport may have in place (as a message's body): its size, or 0 when
+    // the parcel holds objects or the image would pass room bytes.
+    static size_t flattenPlain(const Parcel& parcel, uint8_t* out, size_t room);
+
     // Rebuilds a parcel from image bytes, validating everything first. out is
     // cleared and then owns its data, buffers, binders and the given fds
     // (closed with the parcel, or at once on failure).
@@ -85,6 +90,10 @@ class WireImageCodec {
     // its buffers stay where they are instead of being copied out.
     static status_t rebuild(ImageBlock block, const uint8_t* bytes, size_t size,
                             std::vector<UniqueFd> fds, BinderTranslator* translator, Parcel* out);
+
+  private:
+    // Header, data and padding of a parcel without objects, at out.
+    static void writePlain(const Parcel& parcel, uint8_t* out);
 };
 
 }  // namespace host

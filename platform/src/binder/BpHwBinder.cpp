@@ -22,12 +22,13 @@ status_t BpHwBinder::transact(uint32_t code, const Parcel& data, Parcel* reply, 
         return DEAD_OBJECT;
     }
     const bool oneway = (flags & FLAG_ONEWAY) != 0;
-    // A reply callback needs a reply even when the caller passed none.
-    Parcel localReply;
-    Parcel* target = reply;
-    if (!oneway && target == nullptr && callback != nullptr) {
-        target = &localReply;
+    if (!oneway && reply == nullptr && callback != nullptr) {
+        // A reply callback needs a reply even when the caller passed none.
+        // Built only here: most callers pass one, and a parcel is not free.
+        Parcel localReply;
+        return transact(code, data, &localReply, flags, std::move(callback));
     }
+    Parcel* target = reply;
     status_t status = mTransport->transact(mHandle, code, data, oneway ? nullptr : target, flags);
     if (status == DEAD_OBJECT) {
         mAlive.store(false, std::memory_order_release);

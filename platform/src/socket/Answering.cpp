@@ -17,7 +17,7 @@ namespace socket {
 void Runtime::writeStatusReply(Connection* conn, uint64_t seq, status_t status) {
     MessageHeader header = makeHeader(kReply, seq, {}, nullptr);
     header.status = status;
-    (void)writeAnswer(conn, header, {}, nullptr);
+    (void)writeAnswer(conn, header, Body{});
 }
 
 bool Runtime::serveMessage(Connection* conn, Message& message) {

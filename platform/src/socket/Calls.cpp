@@ -113,6 +113,20 @@ status_t Runtime::transact(uint64_t handle, uint32_t code, const Parcel& data, P
     if (!proxyTarget(handle, &target) || target.dead || target.peer->dead()) return DEAD_OBJECT;
     const pid_t to = target.peer->pid();
     const bool oneway = (flags & IBinder::FLAG_ONEWAY) != 0;
+    if (!oneway && goesPlain(data)) {
+        // Nothing to translate or to take back: the data goes as it is.
+        MessageHeader header = makeHeader(
+                kTransact, mNextSeq.fetch_add(1, std::memory_order_relaxed), {}, nullptr);
+        header.node = target.node;
+        header.code = code;
+        bool sent = false;
+        const Body body{nullptr, nullptr, &data};
+        const std::chrono::milliseconds timeout = timeoutFor(target.timeoutMs);
+        if (reply != nullptr) return roundTrip(target.peer, header, body, reply, &sent, timeout);
+        // Even an unwanted reply is rebuilt: binders in it hold references.
+        Parcel discarded;
+        return roundTrip(target.peer, header, body, &discarded, &sent, timeout);
+    }
 
     SendTranslator translator(*this, to);
     ScratchImage scratch;
@@ -137,7 +151,8 @@ status_t Runtime::transact(uint64_t handle, uint32_t code, const Parcel& data, P
         // Even an unwanted reply is rebuilt: binders in it hold references.
         std::optional<Parcel> discarded;
         if (reply == nullptr) reply = &discarded.emplace();
-        err = roundTrip(target.peer, header, translator.table, &image, reply, &sent, timeout);
+        err = roundTrip(target.peer, header, Body{&translator.table, &image}, reply, &sent,
+                        timeout);
     }
     if (!sent) translator.rollback();
     return err;
@@ -150,14 +165,14 @@ status_t Runtime::requestGrant(const std::shared_ptr<Peer>& owner, uint64_t node
     header.node = node;
     header.code = static_cast<uint32_t>(grantee);
     bool sent = false;
-    status_t err = roundTrip(owner, header, {}, nullptr, nullptr, &sent, timeoutFor(-1));
+    status_t err = roundTrip(owner, header, Body{}, nullptr, &sent, timeoutFor(-1));
     // The transaction being built fails, not its target.
     return err == OK ? OK : FAILED_TRANSACTION;
 }
 
 status_t Runtime::roundTrip(const std::shared_ptr<Peer>& peer, const MessageHeader& header,
-                            const std::vector<BinderRef>& table, const WireImage* image,
-                            Parcel* reply, bool* sent, std::chrono::milliseconds timeout) {
+                            const Body& body, Parcel* reply, bool* sent,
+                            std::chrono::milliseconds timeout) {
     *sent = false;
     const Deadline deadline = deadlineAfter(timeout);
     Connection* conn = nestedConnectionTo(peer->pid());
@@ -168,7 +183,7 @@ status_t Runtime::roundTrip(const std::shared_ptr<Peer>& peer, const MessageHead
         if (err != OK) return err;
         conn = owned.get();
     }
-    status_t err = exchange(peer, &owned, conn, header, table, image, reply, deadline, sent);
+    status_t err = exchange(peer, &owned, conn, header, body, reply, deadline, sent);
     if (err == TIMED_OUT && deadline) peer->noteTimedOut(timeout);
     if (owned != nullptr) peer->returnConnection(std::move(owned));
     return err;
@@ -179,13 +194,12 @@ status_t Runtime::roundTrip(const std::shared_ptr<Peer>& peer, const MessageHead
 // with a goodbye (Incoming.cpp, evictIdle): the call goes again on another
 // connection. A peer that stopped after reading it is never asked twice.
 status_t Runtime::exchange(const std::shared_ptr<Peer>& peer, std::unique_ptr<Connection>* owned,
-                           Connection* conn, const MessageHeader& header,
-                           const std::vector<BinderRef>& table, const WireImage* image,
+                           Connection* conn, const MessageHeader& header, const Body& body,
                            Parcel* reply, Deadline deadline, bool* sent) {
     for (size_t attempt = 0;; ++attempt) {
         // Into a connection this thread serves, the answer is queued like any
         // other; a pooled one is written through.
-        status_t err = writeMessage(conn, header, table, image, deadline, *owned == nullptr);
+        status_t err = writeMessage(conn, header, body, deadline, *owned == nullptr);
         *sent = err == OK;
         // A send the peer no longer read may still have been taken (the fast
         // path's mailbox): its answer or its goodbye tells.
@@ -283,12 +297,18 @@ void Runtime::serveTransaction(Connection* conn, Message& message) {
         void send(const Parcel& given) {
             if (sent) return;
             sent = true;
+            if (goesPlain(given)) {
+                // Nothing to translate: the data goes as it is.
+                (void)writeAnswer(conn, makeHeader(kReply, seq, {}, nullptr),
+                                  Body{nullptr, nullptr, &given});
+                return;
+            }
             ScratchImage scratch;
             WireImage& image = *scratch.get();
             status_t err = flattenForSend(given, &translator, &image);
             if (err == OK) {
                 const MessageHeader out = makeHeader(kReply, seq, translator.table, &image);
-                err = writeAnswer(conn, out, translator.table, &image);
+                err = writeAnswer(conn, out, Body{&translator.table, &image});
             } else {
                 runtime.writeStatusReply(conn, seq, err);
             }

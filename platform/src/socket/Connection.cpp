@@ -42,6 +42,16 @@ status_t Connection::send(const MessageHeader& header, const iovec* parts, size_
     return mStream.send(iov, count, fds, deadline, mayQueue);
 }
 
+uint8_t* Connection::inlineRoom(size_t* room) {
+    if (mMailbox == nullptr || broken()) return nullptr;
+    *room = kSlotBytes;
+    return mMailbox->inlineRoom();
+}
+
+status_t Connection::sendInline(size_t length, Deadline deadline, bool mayQueue) {
+    return mMailbox->sendInline(length, deadline, mayQueue);
+}
+
 status_t Connection::next(Message* message) {
     message->fds.clear();
     message->block.reset();
@@ -49,6 +59,8 @@ status_t Connection::next(Message* message) {
     if (mMailbox != nullptr) {
         status_t err = mMailbox->take(message);
         if (err != WOULD_BLOCK) return err;
+        // Between calls the stream holds nothing: not looked at.
+        if (!mMailbox->socketOwed() && mStream.idle()) return WOULD_BLOCK;
     }
     for (;;) {
         status_t err = mStream.next(message);

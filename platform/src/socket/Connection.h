@@ -60,6 +60,11 @@ class Connection {
                                 {const_cast<void*>(image), imageSize}};
         return send(header, parts, 2, fds, std::nullopt, false);
     }
+    // The fast path's outbound slot when the next message may be built in
+    // it, *room bytes at most, header included; null otherwise. The message
+    // then goes with sendInline() (as send() would, without descriptors).
+    uint8_t* inlineRoom(size_t* room);
+    status_t sendInline(size_t length, Deadline deadline, bool mayQueue);
     // Writes what is kept without waiting: OK once nothing is left,
     // WOULD_BLOCK while something is.
     status_t flush() { return mStream.flush(); }

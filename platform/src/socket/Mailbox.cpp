@@ -75,6 +75,20 @@ status_t Mailbox::send(iovec* iov, size_t count, const std::vector<int>& fds, De
         mOut.length = 0;
         onSocket = true;
     }
+    return announce(onSocket, deadline, mayQueue);
+}
+
+uint8_t* Mailbox::inlineRoom() {
+    return mStream.outPending() ? nullptr : mOut.bytes;
+}
+
+status_t Mailbox::sendInline(size_t length, Deadline deadline, bool mayQueue) {
+    mOut.kind = kInline;
+    mOut.length = static_cast<uint32_t>(length);
+    return announce(false, deadline, mayQueue);
+}
+
+status_t Mailbox::announce(bool onSocket, Deadline deadline, bool mayQueue) {
     mOut.mseq = mOutNumber++;
     mOut.cpu.store(currentCpu(), std::memory_order_relaxed);
     // Sequentially consistent with the receiver's store of its state: one of
@@ -173,9 +187,10 @@ status_t Mailbox::take(Message* message) {
         bytes = message->block.data();
         length = rawLength;
     } else {
+        // Only the header is copied: the payload is read once, where it
+        // lies, by the rebuild, which copies before it checks anything.
         length = std::min<size_t>(rawLength, kSlotBytes);
-        mCopy.assign(mIn.bytes, mIn.bytes + length);
-        bytes = mCopy.data();
+        bytes = mIn.bytes;
     }
     if (length < sizeof(MessageHeader)) return mStream.breakWith(BAD_VALUE);
     memcpy(&message->header, bytes, sizeof(MessageHeader));

@@ -10,7 +10,9 @@
 // wake when it sleeps, a doorbell message on the stream when it is away.
 //
 // Not thread-safe: used by the thread that holds its connection. The other
-// process writes the region concurrently; all of it is read through copies.
+// process writes the region concurrently: each word of it is read once, into
+// a copy, before it is believed. A message taken from the inbound slot keeps
+// its payload there, for the rebuild to copy once (see Message).
 #pragma once
 
 #include <sys/uio.h>
@@ -44,6 +46,11 @@ class Mailbox {
     // stream's rules for mayQueue and the deadline apply to what goes on it.
     status_t send(iovec* iov, size_t count, const std::vector<int>& fds, Deadline deadline,
                   bool mayQueue);
+    // The outbound slot (kSlotBytes), for a message without descriptors to
+    // be built in place and sent with sendInline(); null when the next
+    // message cannot go there (bytes are queued on the stream before it).
+    uint8_t* inlineRoom();
+    status_t sendInline(size_t length, Deadline deadline, bool mayQueue);
     // The next message the slot holds: OK; WOULD_BLOCK when there is none,
     // or when it comes on the stream (socketOwed()); BAD_VALUE when the
     // peer broke the protocol (the stream is then broken).
@@ -70,6 +77,9 @@ class Mailbox {
             Budgets budgets);
     // Puts the message in the bulk region when the receiver has taken it;
     // otherwise offers a large enough one for later messages and says no.
+    // Numbers the message just put in the slot (or sent on the stream) and
+    // tells the receiver as its state asks.
+    status_t announce(bool onSocket, Deadline deadline, bool mayQueue);
     bool putInBulk(const iovec* iov, size_t count, size_t total, Deadline deadline, bool mayQueue);
     bool news() const;
     // The peer sent its last message from the CPU this thread runs on.
@@ -86,7 +96,6 @@ class Mailbox {
     // makes it 1, possibly before this side has attached.
     uint32_t mSeenSeq = 0;
     bool mSocketOwed = false;
-    std::vector<uint8_t> mCopy;  // a message copied out of the slot
     SpinBudget mSpin;
     // Large messages: the region this side writes (and the receiver's
     // generation of it, and the largest size offered) and the one it reads.

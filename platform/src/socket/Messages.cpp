@@ -3,6 +3,9 @@
 #include <unistd.h>
 
 #include <array>
+#include <cstring>
+
+#include "socket/SharedRegion.h"
 
 namespace android {
 namespace hardware {
@@ -82,9 +85,40 @@ status_t writeMessage(Connection* conn, const MessageHeader& header,
                       mayQueue);
 }
 
-status_t writeAnswer(Connection* conn, const MessageHeader& header,
-                     const std::vector<BinderRef>& table, const WireImage* image) {
-    status_t err = writeMessage(conn, header, table, image, std::nullopt, true);
+bool goesPlain(const Parcel& parcel) {
+    return parcel.objectsCount() == 0 && parcel.dataSize() <= kSlotBytes;
+}
+
+status_t writeMessage(Connection* conn, const MessageHeader& header, const Body& body,
+                      Deadline deadline, bool mayQueue) {
+    static const std::vector<BinderRef> kNoRefs;
+    if (body.plain == nullptr) {
+        return writeMessage(conn, header, body.table != nullptr ? *body.table : kNoRefs, body.image,
+                            deadline, mayQueue);
+    }
+    size_t room = 0;
+    uint8_t* slot = conn->inlineRoom(&room);
+    if (slot != nullptr) {
+        const size_t size = WireImageCodec::flattenPlain(*body.plain, slot + sizeof(header),
+                                                         room - sizeof(header));
+        if (size != 0) {
+            MessageHeader out = header;
+            out.payloadSize = static_cast<uint32_t>(size);
+            memcpy(slot, &out, sizeof(out));
+            return conn->sendInline(sizeof(out) + size, deadline, mayQueue);
+        }
+    }
+    ScratchImage scratch;
+    WireImage& image = *scratch.get();
+    status_t err = flattenForSend(*body.plain, nullptr, &image);
+    if (err != OK) return err;
+    MessageHeader out = header;
+    out.payloadSize = static_cast<uint32_t>(image.size());
+    return writeMessage(conn, out, kNoRefs, &image, deadline, mayQueue);
+}
+
+status_t writeAnswer(Connection* conn, const MessageHeader& header, const Body& body) {
+    status_t err = writeMessage(conn, header, body, std::nullopt, true);
     if (err != OK) conn->markBroken();
     return err;
 }

@@ -68,6 +68,8 @@ namespace hardware {
 namespace host {
 namespace socket {
 
+struct Body;
+
 class Runtime final : public Serving, private Connector, private EventHandler {
   public:
     static Runtime& get();
@@ -137,12 +139,11 @@ class Runtime final : public Serving, private Connector, private EventHandler {
 
     // Calls (Calls.cpp).
     status_t roundTrip(const std::shared_ptr<Peer>& peer, const MessageHeader& header,
-                       const std::vector<BinderRef>& table, const WireImage* image, Parcel* reply,
-                       bool* sent, std::chrono::milliseconds timeout);
+                       const Body& body, Parcel* reply, bool* sent,
+                       std::chrono::milliseconds timeout);
     status_t exchange(const std::shared_ptr<Peer>& peer, std::unique_ptr<Connection>* owned,
-                      Connection* conn, const MessageHeader& header,
-                      const std::vector<BinderRef>& table, const WireImage* image, Parcel* reply,
-                      Deadline deadline, bool* sent);
+                      Connection* conn, const MessageHeader& header, const Body& body,
+                      Parcel* reply, Deadline deadline, bool* sent);
     status_t awaitReply(Connection* conn, uint64_t seq, Parcel* reply, Deadline deadline);
     // Takes the message's descriptors and block.
     status_t receiveParcel(pid_t from, Message& message, Parcel* out);

@@ -33,7 +33,9 @@ namespace socket {
 // One message taken off a connection. The payload stays valid until the
 // connection next receives, or, when the message came in a block of its own (a
 // large one), as long as the block; the descriptors and the block are the
-// taker's.
+// taker's. The header is the taker's copy, checked; the payload may lie in
+// the fast path's slot, which the peer can write at any time: it is read
+// once, into a copy, before anything in it is believed (as the rebuild does).
 struct Message {
     MessageHeader header{};
     const uint8_t* payload = nullptr;
@@ -80,6 +82,8 @@ class SocketStream {
     status_t poll(Deadline deadline);
 
     bool hasBufferedInput() const { return mEnd > mStart || mLarge; }
+    // Nothing received waits to be taken: next() would say WOULD_BLOCK.
+    bool idle() const { return mEnd == mStart && !mLarge && mFds.empty(); }
     bool hasBufferedMessage() const;
     bool messageUnderWay() const { return hasBufferedInput() && !hasBufferedMessage(); }
     bool endOfStream() const { return mEof; }

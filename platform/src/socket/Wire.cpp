@@ -15,8 +15,8 @@ bool headerIsSane(const MessageHeader& h) {
     if (h.kind == kShmOffer || h.kind == kBulkOffer) {
         return h.payloadSize == 0 && h.fdCount == 1 && h.tableCount == 0;
     }
-    if (h.fdCount > limits().maxMessageFds) return false;
-    if (h.tableCount > limits().maxMessageRefs) return false;
+    const Limits& l = limits();
+    if (h.fdCount > l.maxMessageFds || h.tableCount > l.maxMessageRefs) return false;
     const size_t table = static_cast<size_t>(h.tableCount) * sizeof(BinderRef);
     if (h.payloadSize < table || h.payloadSize - table > kMaxTransactionSize) return false;
     if (h.kind != kTransact && h.kind != kReply && h.payloadSize != 0) return false;
