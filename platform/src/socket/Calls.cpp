@@ -266,7 +266,14 @@ status_t Runtime::receiveParcel(pid_t from, Message& message, Parcel* out) {
 
 void Runtime::serveTransaction(Connection* conn, Message& message) {
     const MessageHeader& header = message.header;
-    sp<BHwBinder> target = findTarget(header.node, conn->pid());
+    // The context object, most calls' target, is held by the runtime; any
+    // other node is held for the call.
+    sp<BHwBinder> held;
+    BHwBinder* target = servedContext();
+    if (header.node != 0) {
+        held = findTarget(header.node, conn->pid());
+        target = held.get();
+    }
     Parcel data;
     status_t err;
     if (target == nullptr) {

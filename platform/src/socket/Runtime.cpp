@@ -243,6 +243,7 @@ status_t Runtime::serveContextObject(const sp<BHwBinder>& object, int listeningF
     mContextFd.reset(fd);
     mContextFileOwned = listeningFd < 0;
     mContext = object;
+    mServedContext.store(object.get(), std::memory_order_release);
     mLoop.watch(fd, kTagListen, static_cast<uint64_t>(fd));
     return OK;
 }

@@ -102,6 +102,10 @@ class Runtime final : public Serving, private Connector, private EventHandler {
     status_t requestGrant(const std::shared_ptr<Peer>& owner, uint64_t node, pid_t grantee);
     sp<IBinder> proxyFor(pid_t pid, uint64_t node, uint64_t refs);
     sp<BHwBinder> findTarget(uint64_t node, pid_t caller);
+    // The context object, null until one is served. Once served it is held
+    // as long as the runtime lives, so a call needs neither the lock nor a
+    // reference of its own to it.
+    BHwBinder* servedContext() const { return mServedContext.load(std::memory_order_acquire); }
     sp<BHwBinder> findHome(uint64_t node);
     bool proxyTarget(uint64_t handle, ProxyTarget* out);
     // False when no such proxy exists.
@@ -168,8 +172,9 @@ class Runtime final : public Serving, private Connector, private EventHandler {
     UniqueFd mListenFd;
     UniqueFd mContextFd;
     UniqueFd mContextLockFd;
-    bool mContextFileOwned = true;  // false for a socket handed over
-    sp<BHwBinder> mContext;
+    bool mContextFileOwned = true;                    // false for a socket handed over
+    sp<BHwBinder> mContext;                           // set once, never let go
+    std::atomic<BHwBinder*> mServedContext{nullptr};  // mContext; stored once, under mLock
     NodeTable mNodes;
     ProxyTable mProxies;
     PeerTable mPeers;
