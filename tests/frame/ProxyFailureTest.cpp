@@ -5,7 +5,6 @@
 
 #include "EventRecorder.h"
 #include "FrameTestSupport.h"
-#include "TestNames.h"
 
 namespace zuv_test {
 namespace {

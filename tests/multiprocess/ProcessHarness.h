@@ -14,7 +14,6 @@
 
 #include <chrono>
 #include <cstdlib>
-#include <cstring>
 #include <deque>
 #include <filesystem>
 #include <fstream>
@@ -262,6 +261,11 @@ struct Outcome {
     int exitCode = -1;               // -1 unless it exited
     std::vector<std::string> lines;  // stdout
     std::string err;
+    std::string text() const {
+        std::string s;
+        for (const std::string& l : lines) s += l + "\n";
+        return s;
+    }
 };
 
 // A test whose processes share a private runtime directory.
@@ -327,6 +331,13 @@ class ProcessTest : public ::testing::Test {
         out.err = fileText(errPath);
         return out;
     }
+
+#ifdef ZUV_HIDL_PATH
+    Outcome hidl(std::vector<std::string> args) {
+        args.insert(args.begin(), ZUV_HIDL_PATH);
+        return run(args);
+    }
+#endif
 
     TempDir mDir;  // declared first: outlives every process of the test
     Process::Env mEnv;

@@ -9,7 +9,6 @@
 #include <vendor/zuv/hardware/fingerprint/1.0/types.h>
 
 #include <csignal>
-#include <cstdint>
 #include <limits>
 
 #include "TestNames.h"

@@ -18,8 +18,6 @@
 #include <vendor/zuv/hardware/fingerprint/1.0/MockZuvExtendedFingerprint.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/MockZuvExtendedFingerprintCallback.h>
 
-#include <algorithm>
-#include <functional>
 #include <future>
 
 #include "EventRecorder.h"

@@ -6,7 +6,6 @@
 #include <limits>
 
 #include "ParcelTestUtil.h"
-#include "TestNames.h"
 
 namespace {
 

@@ -1,24 +1,18 @@
-#include <android/hidl/base/1.0/BnHwBase.h>
 #include <android/hidl/base/1.0/BpHwBase.h>
 #include <android/hidl/manager/1.0/BnHwServiceManager.h>
 #include <android/hidl/manager/1.0/BpHwServiceManager.h>
 #include <android/hidl/manager/1.0/IServiceManager.h>
-#include <android/hidl/manager/1.0/IServiceNotification.h>
 #include <gtest/gtest.h>
 #include <hidl/HidlBinderSupport.h>
 #include <hidl/ServiceManagement.h>
-#include <hidl/Static.h>
 #include <hidl_host/Loopback.h>
 #include <hidl_host/ServiceRegistry.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <thread>
-#include <vector>
 
 #include "ChainedService.h"
 #include "RecordingListener.h"
-#include "TestNames.h"
 
 using ::android::hardware::getOrCreateCachedBinder;
 using ::android::hardware::details::getRawServiceInternal;
