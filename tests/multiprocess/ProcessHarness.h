@@ -193,6 +193,13 @@ class Process {
         return mStatus;
     }
 
+    // The code of a process that exited within timeout; -1 while it runs on
+    // or when a signal ended it.
+    int exitCode(std::chrono::milliseconds timeout = kLineTimeout) {
+        const auto status = waitExit(timeout);
+        return status && WIFEXITED(*status) ? WEXITSTATUS(*status) : -1;
+    }
+
     void stop() {
         if (mReaped) return;
         signal(SIGTERM);
@@ -326,8 +333,7 @@ class ProcessTest : public ::testing::Test {
         }
         out.pid = p->pid();
         while (auto l = p->line("")) out.lines.push_back(*l);
-        auto status = p->waitExit(kLineTimeout);
-        if (status && WIFEXITED(*status)) out.exitCode = WEXITSTATUS(*status);
+        out.exitCode = p->exitCode();
         out.err = fileText(errPath);
         return out;
     }

@@ -162,13 +162,7 @@ TEST_F(ServiceLookup, TimeoutAndDebuggableComeFromTheEnvironment) {
 // and listeners travel as binders, as they do between processes.
 class ManagerOverLoopback : public ::testing::Test {
   protected:
-    void SetUp() override {
-        // Test services travel as plain base-interface stubs.
-        ::android::hardware::details::getBnConstructorMap().set(
-                kTestDescriptor, [](void* iface) -> sp<IBinder> {
-                    return new BnHwBase(static_cast<IBase*>(iface));
-                });
-    }
+    void SetUp() override { zuv_test::publishable(kTestDescriptor); }
 
     sp<IServiceManager> registry = host::makeInProcessServiceManager();
     sp<BnHwServiceManager> stub = new BnHwServiceManager(registry);
