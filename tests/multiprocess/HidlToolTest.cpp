@@ -1,6 +1,5 @@
 // zuv_hidl against a real daemon and the example service: one call of each
 // shape, a watched match, and the messages a mistaken user reads.
-#include <gmock/gmock.h>
 #include <sys/stat.h>
 
 #include <nlohmann/json.hpp>
@@ -11,7 +10,6 @@ namespace zuv_mp {
 namespace {
 
 using nlohmann::json;
-using ::testing::HasSubstr;
 
 json only(const Outcome& run) {
     return run.lines.size() == 1 ? json::parse(run.lines[0], nullptr, false) : json();

@@ -1,6 +1,5 @@
 // zuv_lshal against a real daemon and the example service, each test in its
 // own runtime directory.
-#include <gmock/gmock.h>
 #include <sys/stat.h>
 
 #include <algorithm>

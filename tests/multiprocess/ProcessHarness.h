@@ -4,7 +4,7 @@
 #pragma once
 
 #include <fcntl.h>
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <hidl_host/UniqueFd.h>
 #include <poll.h>
 #include <signal.h>
@@ -37,6 +37,9 @@ extern char** environ;
 namespace zuv_mp {
 
 using ::android::hardware::host::UniqueFd;
+using ::testing::AllOf;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
 
 // A bound on resident memory (kB) a test asserts. Under a sanitizer, freed
 // memory waits in quarantine (256 MiB at most) and every allocation has

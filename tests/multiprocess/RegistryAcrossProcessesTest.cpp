@@ -1,17 +1,12 @@
 // The service manager between real processes: zuv_hwservicemanager and test
 // peers started for real, each test in its own runtime directory.
 
-#include <gmock/gmock.h>
-
 #include <algorithm>
 
 #include "ProcessHarness.h"
 
 namespace zuv_mp {
 namespace {
-
-using ::testing::AllOf;
-using ::testing::HasSubstr;
 
 constexpr const char* kTest = "vendor.zuv.test@1.0::ITest";
 

@@ -2,15 +2,11 @@
 // fingerprint_client's session replayed against the example service and
 // against a mock with a fault, the client run against the mock alone, and
 // the messages a broken recording gets.
-#include <gmock/gmock.h>
 
 #include "ProcessHarness.h"
 
 namespace zuv_mp {
 namespace {
-
-using ::testing::HasSubstr;
-using namespace std::chrono_literals;
 
 const std::string kRecording = std::string(ZUV_RECORDINGS_DIR) + "/fingerprint_client.jsonl";
 
