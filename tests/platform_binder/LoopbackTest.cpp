@@ -96,8 +96,7 @@ TEST_F(Loopback, BindersAreTranslatedInBothDirections) {
 }
 
 TEST_F(Loopback, RepliesTravelAsThePlatformSendsThem) {
-    Parcel data;
-    Parcel reply;
+    Parcel data, reply;
     int32_t seen = 0;
     auto readFirst = [&](Parcel& r) { r.readInt32(&seen); };
 
@@ -136,8 +135,7 @@ TEST(CallingIdentity, AnswersTheCallerInsideATransactionAndThisProcessOutside) {
 
         // A loopback call runs with the identity of this process as caller.
         sp<IBinder> proxy = host::toLoopback(new Server());
-        Parcel data;
-        Parcel reply;
+        Parcel data, reply;
         ASSERT_EQ(proxy->transact(kWhoCalls, data, &reply), OK);
         int32_t pid = 0;
         reply.readInt32(&pid);

@@ -78,10 +78,8 @@ TEST(InProcessRegistry, NotificationsForPresentAndLaterRegistrationsOutsideTheLo
     sp<IServiceManager> sm = host::makeInProcessServiceManager();
     ASSERT_TRUE(add(sm, "early", new ChainedService(kTestDescriptor, "early")));
 
-    sp<Listener> one = new Listener();
-    sp<Listener> every = new Listener();
-    sp<Listener> other = new Listener();
-    sp<Listener> base = new Listener();
+    sp<Listener> one = new Listener(), every = new Listener(), other = new Listener(),
+                 base = new Listener();
     // Present services are told; the same registration again is nothing new.
     ASSERT_TRUE(listen(sm, kTestDescriptor, "early", one));
     ASSERT_TRUE(listen(sm, kTestDescriptor, "early", one));
@@ -185,12 +183,8 @@ TEST_F(ManagerOverLoopback, EveryOperationCrossesTheWire) {
     // The registry holds a proxy; handed back to the service's own side it
     // is the object itself again.
     EXPECT_TRUE(static_cast<sp<IBase>>(registry->get(kTestDescriptor, "a"))->isRemote());
-    Return<sp<IBase>> found = proxy->get(kTestDescriptor, "a");
-    ASSERT_TRUE(found.isOk());
-    EXPECT_EQ(static_cast<sp<IBase>>(found), service);
-    Return<sp<IBase>> missing = proxy->get(kTestDescriptor, "b");
-    ASSERT_TRUE(missing.isOk());
-    EXPECT_EQ(static_cast<sp<IBase>>(missing), nullptr);
+    EXPECT_EQ(get(proxy, kTestDescriptor, "a"), service);
+    EXPECT_EQ(get(proxy, kTestDescriptor, "b"), nullptr);
 
     // Lists cross as a process sees them (RegistryAcrossProcesses); their
     // encoding and debugDump's are recorded in WireBytesTest.
