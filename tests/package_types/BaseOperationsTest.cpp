@@ -56,16 +56,12 @@ struct CountingRecipient : hidl_death_recipient {
 };
 
 std::atomic<int> gSyspropChanges{0};
-void countSyspropChange() {
-    ++gSyspropChanges;
-}
 // libutils keeps every registration, so register once per process.
 void watchSyspropChanges() {
-    static const bool registered = [] {
-        ::android::add_sysprop_change_callback(countSyspropChange, 0);
+    [[maybe_unused]] static const bool registered = [] {
+        ::android::add_sysprop_change_callback([] { ++gSyspropChanges; }, 0);
         return true;
     }();
-    (void)registered;
 }
 
 template <typename Mock>
