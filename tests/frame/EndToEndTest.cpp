@@ -10,7 +10,6 @@
 #include <string>
 
 #include "FrameTestSupport.h"
-#include "TestNames.h"
 
 namespace zuv_test {
 namespace {

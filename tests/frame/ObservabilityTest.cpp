@@ -4,14 +4,12 @@
 // nothing (BaseOverLoopback's Instrumentation cases). The markers' names and nesting are checked
 // through the preloaded atrace shim in TraceProcessTest.
 #include <gtest/gtest.h>
-#include <hidl_host/Instrumentation.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/MockZuvExtendedFingerprint.h>
 
 #include <tuple>
 
 #include "EventRecorder.h"
 #include "FrameTestSupport.h"
-#include "TestNames.h"
 #include "TraceCapture.h"
 
 namespace zuv_test {

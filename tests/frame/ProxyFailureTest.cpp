@@ -5,7 +5,6 @@
 
 #include "EventRecorder.h"
 #include "FrameTestSupport.h"
-#include "TestNames.h"
 
 namespace zuv_test {
 namespace {
@@ -98,8 +97,7 @@ struct Recipient : hidl_death_recipient {
 TEST(ProxyDeathTest, UnlinkFindsEveryLinkEvenARefusedOneOnceEach) {
     sp<LinkScriptBinder> remote = new LinkScriptBinder;
     sp<fp::IZuvExtendedFingerprint> proxy = new fp::BpHwZuvExtendedFingerprint(remote);
-    sp<Recipient> a = new Recipient;
-    sp<Recipient> b = new Recipient;
+    sp<Recipient> a = new Recipient, b = new Recipient;
     EXPECT_TRUE(proxy->linkToDeath(a, 1));
     remote->linkResult = ::android::INVALID_OPERATION;
     EXPECT_FALSE(proxy->linkToDeath(a, 2));

@@ -10,7 +10,6 @@
 #include <tuple>
 
 #include "FrameTestSupport.h"
-#include "TestNames.h"
 #include "TraceCapture.h"
 
 namespace zuv_test {

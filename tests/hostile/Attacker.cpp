@@ -379,10 +379,14 @@ void refs(const std::string& path, uint32_t count) {
     say("ready " + std::string(answered > 0 ? "answered " : "unanswered ") + std::to_string(ms));
 }
 
+// Takes `delay` over each notification.
 struct Listener : ::android::hidl::manager::V1_0::IServiceNotification {
+    explicit Listener(std::chrono::milliseconds takes = {}) : delay(takes) {}
     Return<void> onRegistration(const hidl_string&, const hidl_string&, bool) override {
+        std::this_thread::sleep_for(delay);
         return Void();
     }
+    const std::chrono::milliseconds delay;
 };
 
 // Registered for every registration, then the socket the daemon will call it
@@ -489,19 +493,12 @@ void flood(size_t names, size_t listens, size_t length) {
     say("ready");
 }
 
-struct SlowListener : ::android::hidl::manager::V1_0::IServiceNotification {
-    Return<void> onRegistration(const hidl_string&, const hidl_string&, bool) override {
-        std::this_thread::sleep_for(std::chrono::milliseconds(500));
-        return Void();
-    }
-};
-
 void slowListener(size_t registrations, size_t adds) {
     publishable(kTestDescriptor);
     hw::ProcessState::self()->startThreadPool();
     auto sm = hw::defaultServiceManager();
     if (sm == nullptr) return say("ready no daemon");
-    static sp<SlowListener> listener = new SlowListener();
+    static sp<Listener> listener = new Listener(std::chrono::milliseconds(500));
     size_t registered = 0, added = 0;
     for (size_t i = 0; i < registrations; ++i) {
         registered +=

@@ -78,10 +78,9 @@ TEST_F(Hostile, FloodsStopAtTheQuotasAndAreCleanedUpQuickly) {
     const auto listeners = flooder->line("listeners", 20s);
     ASSERT_TRUE(names && listeners && flooder->line("ready", 5s));
     // A service is entered under its interface and IBase: 128 of them fill 256 names.
-    EXPECT_EQ(names->substr(0, 10), "names 128 ");
-    EXPECT_NE(names->find("ZUV_HIDL_MAX_NAMES"), std::string::npos) << *names;
-    EXPECT_EQ(listeners->substr(0, 14), "listeners 256 ");
-    EXPECT_NE(listeners->find("ZUV_HIDL_MAX_LISTENERS"), std::string::npos) << *listeners;
+    EXPECT_THAT(*names, AllOf(StartsWith("names 128 "), HasSubstr("ZUV_HIDL_MAX_NAMES")));
+    EXPECT_THAT(*listeners,
+                AllOf(StartsWith("listeners 256 "), HasSubstr("ZUV_HIDL_MAX_LISTENERS")));
     EXPECT_LT(status(sm->pid(), "VmRSS") - rssBefore, memoryBoundKb(16 * 1024))
             << "kB the flood cost";
 
@@ -90,7 +89,7 @@ TEST_F(Hostile, FloodsStopAtTheQuotasAndAreCleanedUpQuickly) {
     EXPECT_TRUE(listed(*client));
     auto lshal = run({ZUV_LSHAL_PATH});
     EXPECT_EQ(lshal.exitCode, 0) << lshal.err;
-    EXPECT_NE(lshal.err.find("not all services are listed"), std::string::npos) << lshal.err;
+    EXPECT_THAT(lshal.err, HasSubstr("not all services are listed"));
     bool mineShown = false;
     for (const auto& l : lshal.lines) mineShown |= l.find(kTest) != std::string::npos;
     EXPECT_TRUE(mineShown) << "the flood pushed the client's service out of the listing";
@@ -112,7 +111,7 @@ TEST_F(Hostile, FloodsStopAtTheQuotasAndAreCleanedUpQuickly) {
     // The second of listings above counts too; the quadratic cleanup took five.
     EXPECT_LT(cpuCleanup, timeBound(sysconf(_SC_CLK_TCK))) << "ticks spent forgetting the flooder";
     auto after = run({ZUV_LSHAL_PATH});
-    EXPECT_EQ(after.err.find("not all"), std::string::npos) << after.err;
+    EXPECT_THAT(after.err, testing::Not(HasSubstr("not all")));
 }
 
 TEST_F(Hostile, OverlongNamesAreRefusedAndCostNothing) {
@@ -125,10 +124,9 @@ TEST_F(Hostile, OverlongNamesAreRefusedAndCostNothing) {
     const auto names = flooder->line("names", 10s);
     const auto listeners = flooder->line("listeners", 10s);
     ASSERT_TRUE(names && listeners);
-    EXPECT_EQ(names->substr(0, 8), "names 0 ");
-    EXPECT_NE(names->find("ZUV_HIDL_MAX_NAME_LENGTH"), std::string::npos) << *names;
-    EXPECT_EQ(listeners->substr(0, 12), "listeners 0 ");
-    EXPECT_NE(listeners->find("ZUV_HIDL_MAX_NAME_LENGTH"), std::string::npos) << *listeners;
+    EXPECT_THAT(*names, AllOf(StartsWith("names 0 "), HasSubstr("ZUV_HIDL_MAX_NAME_LENGTH")));
+    EXPECT_THAT(*listeners,
+                AllOf(StartsWith("listeners 0 "), HasSubstr("ZUV_HIDL_MAX_NAME_LENGTH")));
     EXPECT_LT(status(sm->pid(), "VmRSS") - rssBefore, memoryBoundKb(8 * 1024))
             << "kB the refused names cost";
     auto client = peer();

@@ -1,6 +1,5 @@
 // zuv_hidl against a real daemon and the example service: one call of each
 // shape, a watched match, and the messages a mistaken user reads.
-#include <gmock/gmock.h>
 #include <sys/stat.h>
 
 #include <nlohmann/json.hpp>
@@ -11,7 +10,6 @@ namespace zuv_mp {
 namespace {
 
 using nlohmann::json;
-using ::testing::HasSubstr;
 
 json only(const Outcome& run) {
     return run.lines.size() == 1 ? json::parse(run.lines[0], nullptr, false) : json();
@@ -23,11 +21,6 @@ class HidlToolTest : public ProcessTest {
         mProcs.push_back(manager());
         mProcs.push_back(started({ZUV_FINGERPRINT_SERVICE_PATH}));
         ASSERT_TRUE(mProcs[0] && mProcs[1]);
-    }
-
-    Outcome hidl(std::vector<std::string> args) {
-        args.insert(args.begin(), ZUV_HIDL_PATH);
-        return run(args);
     }
 
     std::vector<std::unique_ptr<Process>> mProcs;
@@ -101,53 +94,49 @@ TEST_F(HidlToolTest, StoppedAndDeadServicesAreToldApart) {
 
     service->signal(SIGKILL);
     const auto killed = std::chrono::steady_clock::now();
-    auto status = watching->waitExit(std::chrono::seconds(5));
-    ASSERT_TRUE(status && WIFEXITED(*status));
-    EXPECT_EQ(1, WEXITSTATUS(*status));
+    EXPECT_EQ(1, watching->exitCode(std::chrono::seconds(5)));
     EXPECT_LT(std::chrono::steady_clock::now() - killed, timeBound(std::chrono::seconds(1)));
     // The death is in the watcher's trace.
     EXPECT_THAT(fileText(trace), HasSubstr("\"peer pid " + pid + " died\""));
 }
 
 TEST_F(HidlToolTest, MistakesNameTheirCause) {
-    Outcome noDaemon = hidl({"call", "readInfo"});
-    EXPECT_EQ(1, noDaemon.exitCode);
-    EXPECT_THAT(noDaemon.err, HasSubstr("no service manager serves " + runtimeDir()));
-    EXPECT_THAT(noDaemon.err, HasSubstr("zuv_hwservicemanager --runtime-dir"));
-
-    Outcome count = hidl({"call", "setConfigValue", "key"});
-    EXPECT_EQ(2, count.exitCode);
-    EXPECT_THAT(count.err, HasSubstr("takes 2 arguments (string key, string value), got 1"));
-
-    Outcome type = hidl({"call", "getEnrollRecord", "[1]"});
-    EXPECT_EQ(2, type.exitCode);
-    EXPECT_THAT(type.err, HasSubstr("argument 1 (key): expected string, got [1]"));
-
-    Outcome range = hidl({"call", "setLivenessEnabled", "[1, 300]", "1"});
-    EXPECT_THAT(range.err, HasSubstr("argument 1 (data)[1]: expected uint8_t (0..255), got 300"));
-
-    Outcome number = hidl({"call", "setConfigValue", "threshold", "50"});
-    EXPECT_EQ(2, number.exitCode);
-    EXPECT_THAT(number.err, HasSubstr("argument 2 (value): expected string, got 50; quote it to "
-                                      "pass it as a string: '\"50\"'"));
-    Outcome broken = hidl({"call", "postEvent", "[1,2"});
-    EXPECT_EQ(2, broken.exitCode);
-    EXPECT_THAT(broken.err, HasSubstr("argument 1 (data): [1,2 is not valid JSON"));
-    EXPECT_THAT(broken.err, HasSubstr("column 5"));
-
-    EXPECT_THAT(hidl({"call", "nosuch"}).err,
-                HasSubstr("IZuvExtendedFingerprint has no operation 'nosuch'"));
-    Outcome option = hidl({"call", "--bogus", "readInfo"});
-    EXPECT_EQ(2, option.exitCode);
-    EXPECT_THAT(option.err, HasSubstr("--bogus"));
+    const struct {
+        std::vector<std::string> args;
+        int exitCode;
+        std::vector<std::string> says;
+    } mistakes[] = {
+            {{"call", "readInfo"},
+             1,
+             {"no service manager serves " + runtimeDir(), "zuv_hwservicemanager --runtime-dir"}},
+            {{"call", "setConfigValue", "key"},
+             2,
+             {"takes 2 arguments (string key, string value), got 1"}},
+            {{"call", "getEnrollRecord", "[1]"}, 2, {"argument 1 (key): expected string, got [1]"}},
+            {{"call", "setLivenessEnabled", "[1, 300]", "1"},
+             2,
+             {"argument 1 (data)[1]: expected uint8_t (0..255), got 300"}},
+            {{"call", "setConfigValue", "threshold", "50"},
+             2,
+             {"argument 2 (value): expected string, got 50; quote it to pass it as a string: "
+              "'\"50\"'"}},
+            {{"call", "postEvent", "[1,2"},
+             2,
+             {"argument 1 (data): [1,2 is not valid JSON", "column 5"}},
+            {{"call", "nosuch"}, 2, {"IZuvExtendedFingerprint has no operation 'nosuch'"}},
+            {{"call", "--bogus", "readInfo"}, 2, {"--bogus"}},
+    };
+    for (const auto& m : mistakes) {
+        const Outcome out = hidl(m.args);
+        EXPECT_EQ(m.exitCode, out.exitCode) << m.args[1];
+        for (const std::string& cause : m.says) EXPECT_THAT(out.err, HasSubstr(cause));
+    }
 }
 
 TEST_F(HidlToolTest, DescribesOperationsWithDeclaredNamesAndTypes) {
     Outcome d = hidl({"describe", "--json", "IZuvExtendedFingerprint"});
     ASSERT_EQ(0, d.exitCode);
-    std::string text;
-    for (const auto& l : d.lines) text += l;
-    const json ops = json::parse(text)[0]["operations"];
+    const json ops = json::parse(d.text())[0]["operations"];
     ASSERT_EQ(59u, ops.size());
     const json match = ops[34];
     EXPECT_EQ("match", match["name"]);
@@ -159,9 +148,7 @@ TEST_F(HidlToolTest, DescribesOperationsWithDeclaredNamesAndTypes) {
 
     Outcome record = hidl({"describe", "--json", "ReadInfoResult"});
     ASSERT_EQ(0, record.exitCode) << record.err;
-    text.clear();
-    for (const auto& l : record.lines) text += l;
-    const json members = json::parse(text)[0]["members"];
+    const json members = json::parse(record.text())[0]["members"];
     ASSERT_EQ(5u, members.size());
     EXPECT_EQ((json{{"name", "head"}, {"type", "uint8_t[16]"}}), members[0]);
     EXPECT_EQ((json{{"name", "bytes1"}, {"type", "vec<uint8_t>"}}), members[1]);

@@ -4,7 +4,7 @@
 #pragma once
 
 #include <fcntl.h>
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <hidl_host/UniqueFd.h>
 #include <poll.h>
 #include <signal.h>
@@ -14,7 +14,6 @@
 
 #include <chrono>
 #include <cstdlib>
-#include <cstring>
 #include <deque>
 #include <filesystem>
 #include <fstream>
@@ -38,6 +37,9 @@ extern char** environ;
 namespace zuv_mp {
 
 using ::android::hardware::host::UniqueFd;
+using ::testing::AllOf;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
 
 // A bound on resident memory (kB) a test asserts. Under a sanitizer, freed
 // memory waits in quarantine (256 MiB at most) and every allocation has
@@ -194,6 +196,13 @@ class Process {
         return mStatus;
     }
 
+    // The code of a process that exited within timeout; -1 while it runs on
+    // or when a signal ended it.
+    int exitCode(std::chrono::milliseconds timeout = kLineTimeout) {
+        const auto status = waitExit(timeout);
+        return status && WIFEXITED(*status) ? WEXITSTATUS(*status) : -1;
+    }
+
     void stop() {
         if (mReaped) return;
         signal(SIGTERM);
@@ -262,6 +271,11 @@ struct Outcome {
     int exitCode = -1;               // -1 unless it exited
     std::vector<std::string> lines;  // stdout
     std::string err;
+    std::string text() const {
+        std::string s;
+        for (const std::string& l : lines) s += l + "\n";
+        return s;
+    }
 };
 
 // A test whose processes share a private runtime directory.
@@ -322,11 +336,17 @@ class ProcessTest : public ::testing::Test {
         }
         out.pid = p->pid();
         while (auto l = p->line("")) out.lines.push_back(*l);
-        auto status = p->waitExit(kLineTimeout);
-        if (status && WIFEXITED(*status)) out.exitCode = WEXITSTATUS(*status);
+        out.exitCode = p->exitCode();
         out.err = fileText(errPath);
         return out;
     }
+
+#ifdef ZUV_HIDL_PATH
+    Outcome hidl(std::vector<std::string> args) {
+        args.insert(args.begin(), ZUV_HIDL_PATH);
+        return run(args);
+    }
+#endif
 
     TempDir mDir;  // declared first: outlives every process of the test
     Process::Env mEnv;

@@ -123,8 +123,7 @@ TEST_F(RecordTest, RecordsTheExampleSessionOnBothSides) {
     ASSERT_NE(nullptr, watcher);
     ASSERT_TRUE(watcher->line("{\"call\":\"onMatch\""));
     service->signal(SIGKILL);
-    ASSERT_TRUE(service->waitExit(kStopTimeout));
-    ASSERT_TRUE(watcher->waitExit(kStopTimeout));
+    ASSERT_TRUE(service->waitExit(kStopTimeout) && watcher->waitExit(kStopTimeout));
     bool death = false;
     for (const json& l : readRecording(dir + "/watch.jsonl"))
         death = death || (l.value("event", "") == "death" &&

@@ -19,9 +19,9 @@ class RegistryAcrossProcesses : public ProcessTest {
 
     std::string managerLogText() const { return fileText(managerLog()); }
 
-    // The registry's entries as one peer lists them.
-    static std::vector<std::string> list(Process& p, const std::string& command = "list") {
-        if (!p.send(command)) return {};
+    // The registry's entries as one peer lists them, or its names of fqName.
+    static std::vector<std::string> list(Process& p, const std::string& fqName = "") {
+        if (!p.send(fqName.empty() ? "list" : "listby " + fqName)) return {};
         auto lines = p.linesUntil("list end");
         if (!lines) return {};
         std::vector<std::string> entries;
@@ -70,8 +70,8 @@ TEST_F(RegistryAcrossProcesses, RegisteredInOneProcessListedFoundAndCalledFromAn
                                      "vendor.zuv.test@1.0::ITest/a",
                                      "vendor.zuv.test@1.0::ITest/b",
                              }));
-    EXPECT_EQ(list(*client, std::string("listby ") + kTest), (std::vector<std::string>{"a", "b"}));
-    EXPECT_TRUE(list(*client, "listby vendor.zuv.none@1.0::INone").empty());
+    EXPECT_EQ(list(*client, kTest), (std::vector<std::string>{"a", "b"}));
+    EXPECT_TRUE(list(*client, "vendor.zuv.none@1.0::INone").empty());
 }
 
 TEST_F(RegistryAcrossProcesses, LookupsWaitOnlyWhenAskedAndOnlyAsLongAsConfigured) {
@@ -86,7 +86,7 @@ TEST_F(RegistryAcrossProcesses, LookupsWaitOnlyWhenAskedAndOnlyAsLongAsConfigure
     const std::string badLog = mDir.path() + "/bad.log";
     auto bad = peer({{"ZUV_HIDL_GET_SERVICE_TIMEOUT_MS", "soon"}}, badLog);
     ASSERT_TRUE(bad && bad->ask("tryget nobody", "got nobody"));
-    EXPECT_NE(fileText(badLog).find("ZUV_HIDL_GET_SERVICE_TIMEOUT_MS"), std::string::npos);
+    EXPECT_THAT(fileText(badLog), HasSubstr("ZUV_HIDL_GET_SERVICE_TIMEOUT_MS"));
 
     // tryGetService does not wait, even with a long timeout configured.
     auto missing = patient->ask("tryget nobody", "got nobody");
@@ -101,10 +101,9 @@ TEST_F(RegistryAcrossProcesses, LookupsWaitOnlyWhenAskedAndOnlyAsLongAsConfigure
     EXPECT_GE(elapsedMs(*timedOut), 200);
     EXPECT_LT(elapsedMs(*timedOut), 20000);
     const std::string gaveUp = fileText(impatientLog);
-    EXPECT_NE(gaveUp.find("getService gave up on vendor.zuv.test@1.0::ITest/nobody after 200 ms"),
-              std::string::npos)
-            << gaveUp;
-    EXPECT_NE(gaveUp.find(runtimeDir() + "/hwservicemanager.sock"), std::string::npos);
+    EXPECT_THAT(gaveUp,
+                HasSubstr("getService gave up on vendor.zuv.test@1.0::ITest/nobody after 200 ms"));
+    EXPECT_THAT(gaveUp, HasSubstr(runtimeDir() + "/hwservicemanager.sock"));
 
     // ... and finds a service registered while it waits.
     // Another interface's registration under the name does not end the wait.
@@ -130,14 +129,11 @@ TEST_F(RegistryAcrossProcesses, ANameBelongsToItsProcessUntilItDiesAndThenDisapp
 
     // Refused with an error that names the owner, in the caller and the daemon's log.
     EXPECT_EQ(intruder->ask("register fp", "registered"), "registered fp -1");  // PERMISSION_DENIED
-    EXPECT_NE(managerLogText().find("to pid " + std::to_string(intruder->pid()) +
-                                    ": registered by pid " + ownerPid),
-              std::string::npos)
-            << managerLogText();
-    EXPECT_NE(fileText(intruderLog).find("cannot register \"fp\": Status(EX_SECURITY"),
-              std::string::npos)
-            << fileText(intruderLog);
-    EXPECT_NE(fileText(intruderLog).find("registered by pid " + ownerPid), std::string::npos);
+    EXPECT_THAT(managerLogText(), HasSubstr("to pid " + std::to_string(intruder->pid()) +
+                                            ": registered by pid " + ownerPid));
+    EXPECT_THAT(fileText(intruderLog),
+                AllOf(HasSubstr("cannot register \"fp\": Status(EX_SECURITY"),
+                      HasSubstr("registered by pid " + ownerPid)));
     // The intruder's exit does not take the owner's entry with it.
     intruder->send("exit");
     ASSERT_TRUE(intruder->waitExit(kLineTimeout));
@@ -152,7 +148,7 @@ TEST_F(RegistryAcrossProcesses, ANameBelongsToItsProcessUntilItDiesAndThenDisapp
     // DeadPeerFailsCallsAndTellsRecipientsOnce.)
     owner->signal(SIGKILL);
     ASSERT_TRUE(owner->waitExit(kLineTimeout));
-    EXPECT_TRUE(eventually([&] { return list(*client, std::string("listby ") + kTest).empty(); }));
+    EXPECT_TRUE(eventually([&] { return list(*client, kTest).empty(); }));
     EXPECT_EQ(found(*client, "tryget", "fp"), "null");
     EXPECT_TRUE(registered(*client, "fp"));
 }
@@ -173,16 +169,13 @@ TEST_F(RegistryAcrossProcesses, APolicyFileDecidesWhoMayAddWhat) {
     EXPECT_TRUE(registered(*p, "peer"));
     EXPECT_EQ(p->ask("register other", "registered"), "registered other -1");
     EXPECT_EQ(p->ask("register unlisted", "registered"), "registered unlisted -1");
-    EXPECT_EQ(list(*p, std::string("listby ") + kTest),
-              (std::vector<std::string>{"open-1", "peer"}));
-    EXPECT_EQ(list(*p, "listby android.hidl.manager@1.0::IServiceManager"),
+    EXPECT_EQ(list(*p, kTest), (std::vector<std::string>{"open-1", "peer"}));
+    EXPECT_EQ(list(*p, "android.hidl.manager@1.0::IServiceManager"),
               std::vector<std::string>{"default"});
     const std::string log = managerLogText();
-    EXPECT_NE(log.find("pid " + std::to_string(p->pid()) + " (uid " + std::to_string(getuid()) +
-                       ", executable "),
-              std::string::npos)
-            << log;
-    EXPECT_NE(log.find("may not add " + std::string(kTest) + "/other"), std::string::npos) << log;
+    EXPECT_THAT(log, AllOf(HasSubstr("pid " + std::to_string(p->pid()) + " (uid " +
+                                     std::to_string(getuid()) + ", executable "),
+                           HasSubstr("may not add " + std::string(kTest) + "/other")));
 
     // A bad file stops the manager before it serves, naming the line.
     {
@@ -191,10 +184,8 @@ TEST_F(RegistryAcrossProcesses, APolicyFileDecidesWhoMayAddWhat) {
     }
     auto bad = Process::start({ZUV_SERVICEMANAGER_PATH, "--policy", policy}, env(), managerLog());
     ASSERT_TRUE(bad);
-    auto status = bad->waitExit(kLineTimeout);
-    ASSERT_TRUE(status);
-    EXPECT_TRUE(WIFEXITED(*status) && WEXITSTATUS(*status) == 2);
-    EXPECT_NE(managerLogText().find(policy + ":3: "), std::string::npos) << managerLogText();
+    EXPECT_EQ(bad->exitCode(), 2);
+    EXPECT_THAT(managerLogText(), HasSubstr(policy + ":3: "));
 }
 
 TEST_F(RegistryAcrossProcesses, OneManagerPerDirectoryAndARestartedOneLearnsWhatWasRegistered) {
@@ -205,9 +196,7 @@ TEST_F(RegistryAcrossProcesses, OneManagerPerDirectoryAndARestartedOneLearnsWhat
     ASSERT_TRUE(sm && server && watcher && client);
     auto second = Process::start({ZUV_SERVICEMANAGER_PATH}, env());
     ASSERT_TRUE(second);
-    auto status = second->waitExit(kLineTimeout);
-    ASSERT_TRUE(status);
-    EXPECT_TRUE(WIFEXITED(*status) && WEXITSTATUS(*status) == 1);
+    EXPECT_EQ(second->exitCode(), 1);
 
     EXPECT_TRUE(registered(*server, "fp"));
     ASSERT_EQ(found(*client, "get", "fp"), "remote");
@@ -233,7 +222,7 @@ TEST_F(RegistryAcrossProcesses, OneManagerPerDirectoryAndARestartedOneLearnsWhat
     ASSERT_TRUE(again);
     const auto ready = Clock::now();
     std::vector<std::string> listed;
-    eventually([&] { return !(listed = list(*server, std::string("listby ") + kTest)).empty(); });
+    eventually([&] { return !(listed = list(*server, kTest)).empty(); });
     const auto took = Clock::now() - ready;
     EXPECT_EQ(listed, std::vector<std::string>{"fp"});
     EXPECT_LT(took, 2s) << std::chrono::duration_cast<std::chrono::milliseconds>(took).count()
@@ -263,9 +252,7 @@ TEST_F(RegistryAcrossProcesses, OneManagerPerDirectoryAndARestartedOneLearnsWhat
     const std::string lock = runtimeDir() + "/hwservicemanager.lock";
     EXPECT_TRUE(std::filesystem::exists(socket) && std::filesystem::exists(lock));
     again->signal(SIGTERM);
-    status = again->waitExit(kLineTimeout);
-    ASSERT_TRUE(status);
-    EXPECT_TRUE(WIFEXITED(*status) && WEXITSTATUS(*status) == 0);
+    EXPECT_EQ(again->exitCode(), 0);
     EXPECT_FALSE(std::filesystem::exists(socket));
     EXPECT_FALSE(std::filesystem::exists(lock));
     EXPECT_FALSE(

@@ -34,29 +34,21 @@ Hash hashFromHex(const std::string& hex) {
 
 const char kBaseHash[] = "ec7fd79ed02dfa85bc499426adae3ebe23ef0524f3cd6957139324b83b18ca4c";
 
+// Each interface's descriptor and hash.
 template <typename Mock>
-struct Identity;
+const char* const kIdentity[2] = {};
 template <>
-struct Identity<fp::MockZuvExtendedFingerprint> {
-    static constexpr const char* kDescriptor =
-            "vendor.zuv.hardware.fingerprint@1.0::IZuvExtendedFingerprint";
-    static constexpr const char* kHash =
-            "7a603395cc5f4754d82af8c9b9cb5202b6ece595b46fdc6715a835287c5d313a";
-};
+const char* const kIdentity<fp::MockZuvExtendedFingerprint>[2] = {
+        "vendor.zuv.hardware.fingerprint@1.0::IZuvExtendedFingerprint",
+        "7a603395cc5f4754d82af8c9b9cb5202b6ece595b46fdc6715a835287c5d313a"};
 template <>
-struct Identity<fp::MockZuvExtendedFingerprintCallback> {
-    static constexpr const char* kDescriptor =
-            "vendor.zuv.hardware.fingerprint@1.0::IZuvExtendedFingerprintCallback";
-    static constexpr const char* kHash =
-            "ed2f99e64ac9288f8b6ba19ae48b1cad204c5584152e32704f36a118495aaec0";
-};
+const char* const kIdentity<fp::MockZuvExtendedFingerprintCallback>[2] = {
+        "vendor.zuv.hardware.fingerprint@1.0::IZuvExtendedFingerprintCallback",
+        "ed2f99e64ac9288f8b6ba19ae48b1cad204c5584152e32704f36a118495aaec0"};
 template <>
-struct Identity<fp::MockDaxAndroidServices> {
-    static constexpr const char* kDescriptor =
-            "vendor.zuv.hardware.fingerprint@1.0::IDaxAndroidServices";
-    static constexpr const char* kHash =
-            "6a72d94f767d808a71a49cc31be0f4484e14664570f8a65d6f7045190bc75e92";
-};
+const char* const kIdentity<fp::MockDaxAndroidServices>[2] = {
+        "vendor.zuv.hardware.fingerprint@1.0::IDaxAndroidServices",
+        "6a72d94f767d808a71a49cc31be0f4484e14664570f8a65d6f7045190bc75e92"};
 
 struct CountingRecipient : hidl_death_recipient {
     void serviceDied(uint64_t, const ::android::wp<IBase>&) override { ++deaths; }
@@ -64,16 +56,12 @@ struct CountingRecipient : hidl_death_recipient {
 };
 
 std::atomic<int> gSyspropChanges{0};
-void countSyspropChange() {
-    ++gSyspropChanges;
-}
 // libutils keeps every registration, so register once per process.
 void watchSyspropChanges() {
-    static const bool registered = [] {
-        ::android::add_sysprop_change_callback(countSyspropChange, 0);
+    [[maybe_unused]] static const bool registered = [] {
+        ::android::add_sysprop_change_callback([] { ++gSyspropChanges; }, 0);
         return true;
     }();
-    (void)registered;
 }
 
 template <typename Mock>
@@ -110,10 +98,9 @@ TYPED_TEST(BaseOperationsTest, IdentityIsOwnDescriptorAndHashThenTheBase) {
     EXPECT_TRUE(object.getHashChain(onHashes).isOk());
     EXPECT_TRUE(object.getDebugInfo([&](const DebugInfo& d) { info = d, ++calls; }).isOk());
     EXPECT_EQ(4, calls);  // each callback exactly once
-    EXPECT_THAT(chain, ElementsAre(Identity<TypeParam>::kDescriptor, IBase::descriptor));
-    EXPECT_EQ(Identity<TypeParam>::kDescriptor, descriptor);
-    EXPECT_THAT(hashes,
-                ElementsAre(hashFromHex(Identity<TypeParam>::kHash), hashFromHex(kBaseHash)));
+    EXPECT_THAT(chain, ElementsAre(kIdentity<TypeParam>[0], IBase::descriptor));
+    EXPECT_EQ(kIdentity<TypeParam>[0], descriptor);
+    EXPECT_THAT(hashes, ElementsAre(hashFromHex(kIdentity<TypeParam>[1]), hashFromHex(kBaseHash)));
     // A local object knows no process or address.
     EXPECT_EQ(-1, info.pid);
     EXPECT_EQ(0u, info.ptr);

@@ -16,11 +16,7 @@
 #include <vendor/zuv/hardware/fingerprint/1.0/MockZuvExtendedFingerprint.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/MockZuvExtendedFingerprintCallback.h>
 
-#include <string>
-#include <vector>
-
 #include "RecordingListener.h"
-#include "TestNames.h"
 
 namespace {
 

@@ -11,7 +11,6 @@
 #include <ostream>
 
 #include "OperationSamples.h"
-#include "TestNames.h"
 
 namespace zuv_test {
 namespace {

@@ -9,7 +9,6 @@
 #include <vendor/zuv/hardware/fingerprint/1.0/types.h>
 
 #include <csignal>
-#include <cstdint>
 #include <limits>
 
 #include "TestNames.h"
@@ -55,18 +54,11 @@ TEST(RecordMarshalTest, EnrollRecordStopsAtTheFirstBadElement) {
 TEST(RecordMarshalDeathTest, WrappingChildOffsetAborts) {
     const fp::FieldMfgFormat field;
     const size_t nearEnd = std::numeric_limits<size_t>::max() - 3;  // 2^64 - 4
-    EXPECT_EXIT(
-            {
-                Parcel parcel;
-                (void)fp::writeEmbeddedToParcel(field, &parcel, 0, nearEnd);
-            },
-            ::testing::KilledBySignal(SIGABRT), "");
-    EXPECT_EXIT(
-            {
-                Parcel parcel;
-                (void)fp::readEmbeddedFromParcel(field, parcel, 0, nearEnd);
-            },
-            ::testing::KilledBySignal(SIGABRT), "");
+    Parcel parcel;
+    EXPECT_EXIT((void)fp::writeEmbeddedToParcel(field, &parcel, 0, nearEnd),
+                ::testing::KilledBySignal(SIGABRT), "");
+    EXPECT_EXIT((void)fp::readEmbeddedFromParcel(field, parcel, 0, nearEnd),
+                ::testing::KilledBySignal(SIGABRT), "");
 }
 
 }  // namespace

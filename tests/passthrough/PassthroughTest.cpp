@@ -18,11 +18,10 @@
 #include <vendor/zuv/hardware/fingerprint/1.0/MockZuvExtendedFingerprint.h>
 #include <vendor/zuv/hardware/fingerprint/1.0/MockZuvExtendedFingerprintCallback.h>
 
-#include <algorithm>
-#include <functional>
 #include <future>
 
 #include "EventRecorder.h"
+#include "Gate.h"
 #include "TestNames.h"
 #include "TraceCapture.h"
 
@@ -35,21 +34,6 @@ using Callback = NiceMock<fp::MockZuvExtendedFingerprintCallback>;
 constexpr const char* kQueueFull = "Passthrough oneway function queue exceeds maximum size.";
 constexpr const char* kCannotWrap = "Cannot wrap passthrough interface.";
 const std::string kServices = "vendor.zuv.hardware.fingerprint@1.0::IDaxAndroidServices::";
-
-// A gate that a queued task waits at until the test opens it.
-struct Latch {
-    std::promise<void> arrived, opened;
-    std::shared_future<void> isOpen = opened.get_future().share();
-    void open() { opened.set_value(); }
-    // Marks that someone arrived (once), and waits for the gate.
-    void arriveAndWait() {
-        arrived.set_value();
-        isOpen.wait();
-    }
-    bool waitForArrival() {
-        return arrived.get_future().wait_for(std::chrono::seconds(10)) == std::future_status::ready;
-    }
-};
 
 // Records what reaches it and on which thread; setTimer(kHold) waits at the
 // gate so that later calls pile up behind it.
@@ -86,7 +70,7 @@ struct QueueServices : fp::MockDaxAndroidServices {
         return calls;
     }
 
-    Latch gate;
+    Gate gate;
     std::mutex mutex;
     std::condition_variable changed;
     std::vector<std::string> calls;
@@ -107,7 +91,7 @@ TEST_F(PassthroughTest, OnewayCallsReturnAtOnceAndRunInOrderOnTheQueue) {
 
     ASSERT_TRUE(wrapper->setTimer(QueueServices::kHold).isOk());
     ASSERT_TRUE(wrapper->setWakelock(-1, 127).isOk());
-    ASSERT_TRUE(impl->gate.waitForArrival());
+    ASSERT_TRUE(impl->gate.arrived());
     // Both calls are back while the first is still held in the implementation.
     EXPECT_TRUE(impl->takeCalls().empty());
     auto events = recorder.events();
@@ -140,7 +124,7 @@ TEST_F(PassthroughTest, FullQueueRefusesCallsUntilItDrains) {
     sp<QueueServices> impl = new NiceMock<QueueServices>;
     sp<fp::IDaxAndroidServices> wrapper = new fp::BsDaxAndroidServices(impl);
     ASSERT_TRUE(wrapper->setTimer(QueueServices::kHold).isOk());
-    ASSERT_TRUE(impl->gate.waitForArrival());
+    ASSERT_TRUE(impl->gate.arrived());
     for (uint32_t i = 0; i < 3000; ++i) ASSERT_TRUE(wrapper->setTimer(i).isOk()) << i;
 
     auto refused = wrapper->setTimer(7777);

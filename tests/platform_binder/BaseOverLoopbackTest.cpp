@@ -127,8 +127,7 @@ TEST_P(BaseOverLoopback, OnewayAndArgumentOperationsReachTheImplementation) {
 }
 
 TEST_P(BaseOverLoopback, UnknownCodesAndForeignTokensAreRefused) {
-    Parcel data;
-    Parcel reply;
+    Parcel data, reply;
     data.writeInterfaceToken(IBase::descriptor);
     EXPECT_EQ(binder->transact(0x0f000000, data, &reply), UNKNOWN_TRANSACTION);
     EXPECT_EQ(binder->transact(1, data, &reply), UNKNOWN_TRANSACTION);
@@ -164,8 +163,7 @@ TEST(LocalBinder, ReplyIsReadFromItsStartAndDeathLinksAreRefused) {
         }
     };
     sp<Writer> writer = new Writer();
-    Parcel data;
-    Parcel reply;
+    Parcel data, reply;
     int32_t inCallback = 0;
     ASSERT_EQ(writer->transact(1, data, &reply, 0, [&](Parcel& r) { r.readInt32(&inCallback); }),
               OK);
@@ -202,9 +200,7 @@ class Death : public ::testing::Test {
 };
 
 TEST_F(Death, RecipientsAreToldOnceWithTheirCookieUnlessUnlinked) {
-    sp<Recorder> first = new Recorder();
-    sp<Recorder> second = new Recorder();
-    sp<Recorder> removed = new Recorder();
+    sp<Recorder> first = new Recorder(), second = new Recorder(), removed = new Recorder();
     EXPECT_TRUE(proxy->linkToDeath(first, 7));
     EXPECT_TRUE(proxy->linkToDeath(first, 6));
     EXPECT_TRUE(proxy->linkToDeath(second, 8));

@@ -71,40 +71,32 @@ TEST_F(Loopback, BindersAreTranslatedInBothDirections) {
     EXPECT_EQ(host::toLoopback(nullptr), nullptr);
     EXPECT_FALSE(host::killLoopbackTarget(nullptr));
 
+    // Sends binder to the server; answers what its echo brings back.
+    auto echoed = [&](const sp<IBinder>& binder) {
+        Parcel data, reply;
+        data.writeStrongBinder(binder);
+        sp<IBinder> back;
+        EXPECT_EQ(proxy->transact(kEcho, data, &reply), OK);
+        EXPECT_EQ(reply.readNullableStrongBinder(&back), OK);
+        return back;
+    };
     // A local object sent across arrives as a loopback proxy of it, and comes
     // back as the object itself.
     sp<Server> local = new Server();
-    Parcel data;
-    Parcel reply;
-    data.writeStrongBinder(local);
-    ASSERT_EQ(proxy->transact(kEcho, data, &reply), OK);
+    EXPECT_EQ(echoed(local), sp<IBinder>(local));
     ASSERT_NE(server->received, nullptr);
     EXPECT_TRUE(host::isLoopbackProxy(server->received));
     EXPECT_EQ(host::loopbackTargetOf(server->received), local);
-    sp<IBinder> back;
-    ASSERT_EQ(reply.readStrongBinder(&back), OK);
-    EXPECT_EQ(back, sp<IBinder>(local));
-
     // The target's own proxy sent to it arrives as the target itself.
-    Parcel self;
-    self.writeStrongBinder(proxy);
-    Parcel selfReply;
-    ASSERT_EQ(proxy->transact(kEcho, self, &selfReply), OK);
+    EXPECT_EQ(echoed(proxy), proxy);
     EXPECT_EQ(server->received, sp<IBinder>(server));
-    ASSERT_EQ(selfReply.readStrongBinder(&back), OK);
-    EXPECT_EQ(back, proxy);
-
     // Null stays null.
-    Parcel none;
-    none.writeStrongBinder(nullptr);
-    Parcel noneReply;
-    ASSERT_EQ(proxy->transact(kEcho, none, &noneReply), OK);
+    EXPECT_EQ(echoed(nullptr), nullptr);
     EXPECT_EQ(server->received, nullptr);
 }
 
 TEST_F(Loopback, RepliesTravelAsThePlatformSendsThem) {
-    Parcel data;
-    Parcel reply;
+    Parcel data, reply;
     int32_t seen = 0;
     auto readFirst = [&](Parcel& r) { r.readInt32(&seen); };
 
@@ -143,8 +135,7 @@ TEST(CallingIdentity, AnswersTheCallerInsideATransactionAndThisProcessOutside) {
 
         // A loopback call runs with the identity of this process as caller.
         sp<IBinder> proxy = host::toLoopback(new Server());
-        Parcel data;
-        Parcel reply;
+        Parcel data, reply;
         ASSERT_EQ(proxy->transact(kWhoCalls, data, &reply), OK);
         int32_t pid = 0;
         reply.readInt32(&pid);

@@ -19,7 +19,6 @@
 #include <vector>
 
 #include "OperationSamples.h"
-#include "TestNames.h"
 
 namespace {
 

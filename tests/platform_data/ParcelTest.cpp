@@ -6,7 +6,6 @@
 #include <limits>
 
 #include "ParcelTestUtil.h"
-#include "TestNames.h"
 
 namespace {
 
@@ -35,25 +34,20 @@ TEST(ParcelScalars, ReadingPastTheEndFailsAndLeavesThePosition) {
 }
 
 TEST(ParcelStrings, String16ThatLiesAboutItsLengthIsRefused) {
-    size_t len = 99;
-    String16 s;
-    Parcel tooLong;
-    tooLong.writeInt32(3);
-    tooLong.writeInt32(0x00620061);  // "ab" and no room for the rest or the NUL
-    tooLong.setDataPosition(0);
-    EXPECT_EQ(tooLong.readString16Inplace(&len), nullptr);
-    EXPECT_EQ(tooLong.dataPosition(), 0u);
-
-    Parcel negative;
-    negative.writeInt32(-7);
-    negative.setDataPosition(0);
-    EXPECT_EQ(negative.readString16(&s), BAD_VALUE);
-
-    Parcel missingNul;
-    missingNul.writeInt32(1);
-    missingNul.writeInt32(0x00410041);  // 'A' where the NUL belongs
-    missingNul.setDataPosition(0);
-    EXPECT_EQ(missingNul.readString16Inplace(&len), nullptr);
+    // Three characters with room for "ab" only and no NUL; a negative
+    // length; 'A' where the NUL belongs.
+    for (const auto& [length, chars] : {std::pair{3, 0x00620061}, {-7, 0}, {1, 0x00410041}}) {
+        SCOPED_TRACE(length);
+        Parcel p;
+        p.writeInt32(length);
+        if (chars != 0) p.writeInt32(chars);
+        p.setDataPosition(0);
+        size_t len = 99;
+        EXPECT_EQ(p.readString16Inplace(&len), nullptr);
+        EXPECT_EQ(p.dataPosition(), 0u);
+        String16 s;
+        EXPECT_EQ(p.readString16(&s), BAD_VALUE);
+    }
 }
 
 TEST(ParcelBuffers, TopLevelBufferReadChecksPositionSizeAndNull) {

@@ -7,7 +7,6 @@
 #include <map>
 
 #include "ParcelTestUtil.h"
-#include "TestNames.h"
 
 namespace {
 

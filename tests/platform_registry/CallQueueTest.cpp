@@ -12,6 +12,7 @@
 #include <thread>
 #include <vector>
 
+#include "Gate.h"
 #include "TestNames.h"
 
 namespace {
@@ -21,18 +22,18 @@ using android::hardware::host::CallQueueLimits;
 using android::hardware::host::CallQueueSet;
 using android::hardware::host::kCallQueueFull;
 using android::hardware::host::ScopedCallTimeout;
+using zuv_test::Gate;
 
 TEST(CallQueueTest, RunsInOrderUnderItsDeadlineAndRefusesPastItsBounds) {
     CallQueue queue(CallQueueLimits{4, 100, 250ms});
-    std::promise<void> release;
-    std::shared_future<void> released = release.get_future().share();
+    Gate gate;
     std::mutex lock;
     std::vector<int> order;
     std::vector<std::optional<std::chrono::milliseconds>> deadlines;
     for (int i = 0; i < 4; ++i) {
         ASSERT_EQ(queue.post(
                           [&, i] {
-                              if (i == 0) released.wait();
+                              if (i == 0) gate.wait();
                               std::lock_guard<std::mutex> guard(lock);
                               order.push_back(i);
                               deadlines.push_back(ScopedCallTimeout::current());
@@ -42,7 +43,7 @@ TEST(CallQueueTest, RunsInOrderUnderItsDeadlineAndRefusesPastItsBounds) {
     }
     // Full by count, and by bytes once there is room again.
     EXPECT_EQ(queue.post([] {}), kCallQueueFull);
-    release.set_value();
+    gate.open();
     ASSERT_TRUE(queue.waitIdle(std::chrono::steady_clock::now() + 5s));
     EXPECT_EQ(order, (std::vector<int>{0, 1, 2, 3}));
     EXPECT_EQ(deadlines, decltype(deadlines)(4, 250ms));
@@ -59,9 +60,8 @@ TEST(CallQueueTest, StalledObjectDelaysNoOtherAndIdleQueuesAreDropped) {
         return queues.size();
     };
     sp<IBase> stalled = new IBase(), other = new IBase();
-    std::promise<void> release;
-    std::shared_future<void> released = release.get_future().share();
-    ASSERT_EQ(queues.post(stalled, [released] { released.wait(); }), OK);
+    Gate gate;
+    ASSERT_EQ(queues.post(stalled, [opened = gate.opened] { opened.wait(); }), OK);
     std::promise<void> ran;
     ASSERT_EQ(queues.post(other, [&ran] { ran.set_value(); }), OK);
     EXPECT_EQ(ran.get_future().wait_for(2s), std::future_status::ready);
@@ -69,7 +69,7 @@ TEST(CallQueueTest, StalledObjectDelaysNoOtherAndIdleQueuesAreDropped) {
     EXPECT_TRUE(queues.waitIdle([&](const CallQueueSet::Object& o) { return o == other; },
                                 std::chrono::steady_clock::now() + 2s));
     EXPECT_EQ(settlesAt(1), 1u);
-    release.set_value();
+    gate.open();
     EXPECT_TRUE(queues.waitIdle([](const CallQueueSet::Object&) { return true; },
                                 std::chrono::steady_clock::now() + 2s));
     EXPECT_EQ(settlesAt(0), 0u);
@@ -84,21 +84,19 @@ TEST(CallQueueTest, EndOfSetWaitsForTheRunningCallOfADeadObject) {
             android::hardware::host::loopbackProxyFor(new BnHwBase(new IBase()));
     sp<IBase> remote = new BpHwBase(binder);
     auto queues = std::make_unique<CallQueueSet>();
-    std::promise<void> started, release;
-    std::shared_future<void> released = release.get_future().share();
+    Gate gate;
     std::atomic<bool> finished{false};
     ASSERT_EQ(queues->post(remote,
-                           [&started, released, &finished] {
-                               started.set_value();
-                               released.wait();
+                           [&gate, &finished] {
+                               gate.arriveAndWait();
                                finished = true;
                            }),
               OK);
-    started.get_future().wait();
+    ASSERT_TRUE(gate.arrived());
     ASSERT_TRUE(android::hardware::host::killLoopbackTarget(binder));
-    std::thread releaser([&release] {
+    std::thread releaser([&gate] {
         std::this_thread::sleep_for(50ms);
-        release.set_value();
+        gate.open();
     });
     queues.reset();
     EXPECT_TRUE(finished);

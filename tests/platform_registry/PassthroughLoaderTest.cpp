@@ -3,7 +3,6 @@
 #include <hidl/HidlInstrumentor.h>
 #include <hidl/HidlPassthroughSupport.h>
 #include <hidl/ServiceManagement.h>
-#include <hidl/Static.h>
 #include <hidl_host/ServiceRegistry.h>
 
 #include <cstdlib>

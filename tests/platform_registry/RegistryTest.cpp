@@ -1,24 +1,18 @@
-#include <android/hidl/base/1.0/BnHwBase.h>
 #include <android/hidl/base/1.0/BpHwBase.h>
 #include <android/hidl/manager/1.0/BnHwServiceManager.h>
 #include <android/hidl/manager/1.0/BpHwServiceManager.h>
 #include <android/hidl/manager/1.0/IServiceManager.h>
-#include <android/hidl/manager/1.0/IServiceNotification.h>
 #include <gtest/gtest.h>
 #include <hidl/HidlBinderSupport.h>
 #include <hidl/ServiceManagement.h>
-#include <hidl/Static.h>
 #include <hidl_host/Loopback.h>
 #include <hidl_host/ServiceRegistry.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <thread>
-#include <vector>
 
 #include "ChainedService.h"
 #include "RecordingListener.h"
-#include "TestNames.h"
 
 using ::android::hardware::getOrCreateCachedBinder;
 using ::android::hardware::details::getRawServiceInternal;
@@ -84,10 +78,8 @@ TEST(InProcessRegistry, NotificationsForPresentAndLaterRegistrationsOutsideTheLo
     sp<IServiceManager> sm = host::makeInProcessServiceManager();
     ASSERT_TRUE(add(sm, "early", new ChainedService(kTestDescriptor, "early")));
 
-    sp<Listener> one = new Listener();
-    sp<Listener> every = new Listener();
-    sp<Listener> other = new Listener();
-    sp<Listener> base = new Listener();
+    sp<Listener> one = new Listener(), every = new Listener(), other = new Listener(),
+                 base = new Listener();
     // Present services are told; the same registration again is nothing new.
     ASSERT_TRUE(listen(sm, kTestDescriptor, "early", one));
     ASSERT_TRUE(listen(sm, kTestDescriptor, "early", one));
@@ -168,13 +160,7 @@ TEST_F(ServiceLookup, TimeoutAndDebuggableComeFromTheEnvironment) {
 // and listeners travel as binders, as they do between processes.
 class ManagerOverLoopback : public ::testing::Test {
   protected:
-    void SetUp() override {
-        // Test services travel as plain base-interface stubs.
-        ::android::hardware::details::getBnConstructorMap().set(
-                kTestDescriptor, [](void* iface) -> sp<IBinder> {
-                    return new BnHwBase(static_cast<IBase*>(iface));
-                });
-    }
+    void SetUp() override { zuv_test::publishable(kTestDescriptor); }
 
     sp<IServiceManager> registry = host::makeInProcessServiceManager();
     sp<BnHwServiceManager> stub = new BnHwServiceManager(registry);
@@ -197,12 +183,8 @@ TEST_F(ManagerOverLoopback, EveryOperationCrossesTheWire) {
     // The registry holds a proxy; handed back to the service's own side it
     // is the object itself again.
     EXPECT_TRUE(static_cast<sp<IBase>>(registry->get(kTestDescriptor, "a"))->isRemote());
-    Return<sp<IBase>> found = proxy->get(kTestDescriptor, "a");
-    ASSERT_TRUE(found.isOk());
-    EXPECT_EQ(static_cast<sp<IBase>>(found), service);
-    Return<sp<IBase>> missing = proxy->get(kTestDescriptor, "b");
-    ASSERT_TRUE(missing.isOk());
-    EXPECT_EQ(static_cast<sp<IBase>>(missing), nullptr);
+    EXPECT_EQ(get(proxy, kTestDescriptor, "a"), service);
+    EXPECT_EQ(get(proxy, kTestDescriptor, "b"), nullptr);
 
     // Lists cross as a process sees them (RegistryAcrossProcesses); their
     // encoding and debugDump's are recorded in WireBytesTest.

@@ -8,29 +8,19 @@
 #include <memory>
 #include <thread>
 
+#include "Gate.h"
+
 using android::hardware::details::TaskRunner;
+using zuv_test::Gate;
 using namespace std::chrono_literals;
 
 namespace {
 
-// A latch a task can block on until the test opens it.
-struct Gate {
-    std::promise<void> opener;
-    std::shared_future<void> opened = opener.get_future().share();
-    void open() { opener.set_value(); }
-    void wait() const { opened.wait(); }
-};
-
 // Returns once the worker is blocked in a task that waits for `release`, so
 // later pushes are known to wait in the queue.
 void occupyWorker(TaskRunner& runner, Gate& release) {
-    auto entered = std::make_shared<std::promise<void>>();
-    auto inside = entered->get_future();
-    ASSERT_TRUE(runner.push([entered, &release] {
-        entered->set_value();
-        release.wait();
-    }));
-    ASSERT_EQ(inside.wait_for(5s), std::future_status::ready);
+    ASSERT_TRUE(runner.push([&release] { release.arriveAndWait(); }));
+    ASSERT_TRUE(release.arrived());
 }
 
 // Returns once every task pushed before it has run; retries while the queue

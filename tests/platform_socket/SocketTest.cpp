@@ -175,9 +175,7 @@ TEST_F(SocketTest, ForwardedNodeIsCalledDirectlyAndLivesWhileAnyProcessHoldsIt) 
     Process* holderProcess = nullptr;
     sp<IBinder> holder = startPeer(4, &holderProcess);
     sp<IBinder> second = startPeer();
-    ASSERT_NE(owner, nullptr);
-    ASSERT_NE(holder, nullptr);
-    ASSERT_NE(second, nullptr);
+    ASSERT_TRUE(owner != nullptr && holder != nullptr && second != nullptr);
     const int32_t baseline = peerNodes(owner);
     const size_t ownBaseline = socketTransportStats().exportedNodes;
 
